@@ -1,0 +1,7 @@
+#include "links/ConnectionDelegate.h"
+
+namespace orel {
+
+ConnectionDelegate::~ConnectionDelegate() = default;
+
+} // namespace orel

@@ -1,0 +1,51 @@
+// One URL transfer (libcurl easy handle on the shared multi handle), driven by the Qt event
+// loop; main thread.
+#pragma once
+
+#include "links/ConnectionDelegate.h"
+#include "links/UrlRequest.h"
+
+#include <QObject>
+
+namespace orel {
+
+// Kinds of transfer, fixed at creation.
+enum ConnectionKind : int {
+    CrawlFetch = 16,
+    HighlightFetch = 17,
+    ValidatorRequest = 18,
+    PageWeightFetch = 20,
+};
+
+// The connection follows redirects itself so that the delegate sees every hop. It starts at
+// once when constructed. It deletes itself (deleteLater) after its last delegate call or after
+// cancel(); the delegate must not use the pointer after that.
+class myNSURLConnection : public QObject
+{
+    Q_OBJECT
+public:
+    myNSURLConnection(const UrlRequest &request, ConnectionDelegate *delegate, int identifier);
+    ~myNSURLConnection() override;
+
+    int getIdentifier() const { return m_identifier; }
+    void setIdentifier(int identifier) { m_identifier = identifier; }
+
+    // Stops the transfer; no delegate call arrives afterwards.
+    void cancel();
+    bool isCancelled() const { return m_cancelled; }
+
+    // The connection's own answer: logs "myNSURLConnection refusing authentication", answers NO.
+    bool canAuthenticateAgainstProtectionSpace(AuthMethod method);
+
+    // Number of transfers in flight in this process (for tests and the command line).
+    static int activeCount();
+
+private:
+    friend class CurlMultiDriver;
+    struct Private;
+    Private *d;
+    int m_identifier;
+    bool m_cancelled = false;
+};
+
+} // namespace orel

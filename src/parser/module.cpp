@@ -1,0 +1,3 @@
+// Keeps this module's object library valid while it has no other source.
+namespace orel {
+}

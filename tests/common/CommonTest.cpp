@@ -1,0 +1,84 @@
+// The shared helpers: settings controls by name, the application-support folder, user defaults.
+#include "TestHome.h"
+
+#include "common/AppSupport.h"
+#include "common/SettingsControls.h"
+#include "common/UserDefaults.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+using namespace orel;
+
+TEST(SettingsControls, SetByNameParsesEachKindAndRefusesBadInput)
+{
+    SettingsControls c;
+    struct Case
+    {
+        const char *name;
+        const char *value;
+        bool ok;
+        const char *readBack;
+    };
+    const Case cases[] = {
+        {"linksLimit", "5000", true, "5000"},
+        {"levelsLimit", "3", true, "3"},
+        {"numberOfThreads", "0", true, "0"},
+        {"timeoutField", "2.5", true, "2.5"},
+        {"soft404Button", "mixed", true, "mixed"},
+        {"soft404Button", "on", true, "on"},
+        {"subdomainButton", "YES", true, "on"},
+        {"hashIsBad", "no", true, "off"},
+        {"userAgentString", "Bot/1", true, "Bot/1"},
+        {"linksLimit", "12abc", false, "5000"},
+        {"timeoutField", "", false, "2.5"},
+        {"hashIsBad", "perhaps", false, "off"},
+    };
+    for (const Case &tc : cases) {
+        QString error;
+        EXPECT_EQ(c.setByName(QString::fromLatin1(tc.name), QString::fromLatin1(tc.value), &error), tc.ok)
+                << tc.name << "=" << tc.value;
+        EXPECT_EQ(c.valueByName(QString::fromLatin1(tc.name)), QString::fromLatin1(tc.readBack)) << tc.name;
+        EXPECT_EQ(error.isEmpty(), tc.ok) << tc.name;
+    }
+    QString error;
+    EXPECT_FALSE(c.setByName(QStringLiteral("noSuchControl"), QStringLiteral("1"), &error));
+    EXPECT_TRUE(error.contains(QStringLiteral("noSuchControl")));
+}
+
+TEST(SettingsControls, DefaultsComeBackAfterChanges)
+{
+    SettingsControls c;
+    const QStringList names = SettingsControls::names();
+    QStringList before;
+    for (const QString &n : names)
+        before << c.valueByName(n);
+    c.setByName(QStringLiteral("numberOfThreads"), QStringLiteral("3"));
+    c.setByName(QStringLiteral("slashButton"), QStringLiteral("off"));
+    c.setDefaults();
+    QStringList after;
+    for (const QString &n : names)
+        after << c.valueByName(n);
+    EXPECT_EQ(before, after);
+}
+
+TEST(AppSupport, FolderFollowsTheEnvironmentAndHoldsTheFixedNames)
+{
+    EXPECT_EQ(AppSupport::folder(), test::home());
+    EXPECT_EQ(AppSupport::archiveFolder(), test::home() + QStringLiteral("/archive"));
+    EXPECT_EQ(AppSupport::tempFolder(), test::home() + QStringLiteral("/temp"));
+    EXPECT_EQ(AppSupport::thumbsFolder(), test::home() + QStringLiteral("/thumbs"));
+    EXPECT_EQ(AppSupport::lastUsedFile(), test::home() + QStringLiteral("/lastused"));
+}
+
+TEST(UserDefaults, MissingKeysReadAsZeroAndValuesPersistInTheTestHome)
+{
+    EXPECT_EQ(UserDefaults::doubleValue(QStringLiteral("OrrelwickTotalLinks")), 0.0);
+    UserDefaults::setValue(QStringLiteral("OrrelwickTotalLinks"), 12.0);
+    UserDefaults::sync();
+    EXPECT_EQ(UserDefaults::doubleValue(QStringLiteral("OrrelwickTotalLinks")), 12.0);
+    EXPECT_TRUE(QFile::exists(test::home() + QStringLiteral("/.defaults.ini")));
+    UserDefaults::remove(QStringLiteral("OrrelwickTotalLinks"));
+    EXPECT_FALSE(UserDefaults::contains(QStringLiteral("OrrelwickTotalLinks")));
+}

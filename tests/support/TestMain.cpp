@@ -1,0 +1,93 @@
+#include "TestHome.h"
+
+#include "common/Dialogs.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace orel::test {
+
+namespace {
+QTemporaryDir *homeDir = nullptr;
+ScriptedDialogs *scripted = nullptr;
+}
+
+QString home()
+{
+    return homeDir->path();
+}
+
+void wipeHome()
+{
+    QDir dir(home());
+    for (const QFileInfo &fi : dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        if (fi.isDir())
+            QDir(fi.filePath()).removeRecursively();
+        else
+            QFile::remove(fi.filePath());
+    }
+}
+
+ScriptedDialogs &dialogs()
+{
+    return *scripted;
+}
+
+void resetDialogs()
+{
+    *scripted = ScriptedDialogs();
+}
+
+QString sourceDir()
+{
+    const QByteArray dir = qgetenv("ORRELWICK_SOURCE_DIR");
+    return dir.isEmpty() ? QStringLiteral(".") : QString::fromLocal8Bit(dir);
+}
+
+LogCapture::LogCapture()
+{
+    setLogSink([this](const QString &line) { lines.append(line); });
+}
+
+LogCapture::~LogCapture()
+{
+    setLogSink({});
+}
+
+bool LogCapture::contains(const QString &text) const
+{
+    for (const QString &l : lines) {
+        if (l.contains(text))
+            return true;
+    }
+    return false;
+}
+
+int LogCapture::count(const QString &line) const
+{
+    return int(lines.count(line));
+}
+
+} // namespace orel::test
+
+int main(int argc, char **argv)
+{
+    // No test may touch the real home folder: every run gets its own application-support folder.
+    QTemporaryDir dir;
+    orel::test::homeDir = &dir;
+    qputenv("ORRELWICK_HOME", dir.path().toLocal8Bit());
+    qputenv("QT_LOGGING_RULES", "orrelwick.info=false");
+    QCoreApplication app(argc, argv);
+    auto scripted = std::make_unique<orel::ScriptedDialogs>();
+    orel::test::scripted = scripted.get();
+    orel::Dialogs::install(scripted.get());
+    ::testing::InitGoogleTest(&argc, argv);
+    const int rc = RUN_ALL_TESTS();
+    orel::Dialogs::install(nullptr);
+    return rc;
+}
