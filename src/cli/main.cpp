@@ -1,11 +1,34 @@
-// The command-line front end.
+// The command-line front end: dispatches to the config and crawl commands.
+#include "cli/Commands.h"
+
 #include <QCoreApplication>
+#include <QStringList>
 #include <QTextStream>
+
+#include <cstdio>
 
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    QTextStream out(stdout);
-    out << "orrelwick-cli " << ORRELWICK_VERSION << "\n";
-    return 0;
+    QCoreApplication::setApplicationName(QStringLiteral("Orrelwick"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ORRELWICK_VERSION));
+
+    QStringList args = QCoreApplication::arguments();
+    args.removeFirst();
+    if (args.isEmpty() || args.first() == QLatin1String("--help") || args.first() == QLatin1String("-h")) {
+        QTextStream(args.isEmpty() ? stderr : stdout) << orel::cli::usage();
+        return args.isEmpty() ? 2 : 0;
+    }
+    const QString command = args.takeFirst();
+    if (command == QLatin1String("--version")) {
+        QTextStream(stdout) << "orrelwick-cli " << ORRELWICK_VERSION << "\n";
+        return 0;
+    }
+    if (command == QLatin1String("config"))
+        return orel::cli::runConfigCommand(args);
+    if (command == QLatin1String("crawl"))
+        return orel::cli::runCrawlCommand(args);
+    QTextStream(stderr) << "orrelwick-cli: unknown command \"" << command
+                        << "\" (try orrelwick-cli --help)\n";
+    return 2;
 }

@@ -1,0 +1,14 @@
+// The commands of orrelwick-cli; main thread. Each answers the process exit status:
+// 0 success (crawl: no bad link), 1 crawl found bad links, 2 usage, configuration or start error.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace orel::cli {
+
+QString usage();
+int runConfigCommand(const QStringList &args); // args after "config"
+int runCrawlCommand(const QStringList &args); // args after "crawl"
+
+} // namespace orel::cli
