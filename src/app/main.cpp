@@ -1,4 +1,6 @@
-// The desktop program: for now the main window that later views are built into.
+// The desktop program: the main window that the views are built into.
+#include "QtDialogs.h"
+
 #include <QApplication>
 #include <QLabel>
 #include <QMainWindow>
@@ -12,6 +14,10 @@ int main(int argc, char *argv[])
     window.setWindowTitle(QStringLiteral("Orrelwick"));
     window.setCentralWidget(new QLabel(QStringLiteral("Orrelwick")));
     window.resize(900, 600);
+    orel::QtDialogs dialogs(&window);
+    orel::Dialogs::install(&dialogs);
     window.show();
-    return QApplication::exec();
+    const int rc = QApplication::exec();
+    orel::Dialogs::install(nullptr);
+    return rc;
 }
