@@ -1,0 +1,7 @@
+#include "reports/TableDescription.h"
+
+namespace orel {
+
+TableDescription::~TableDescription() = default;
+
+} // namespace orel
