@@ -146,11 +146,21 @@ private:
     void setBytes(const QByteArray &bytes);
     void countWord();
     bool matchWord(const char *lower, bool (*after)(signed char));
-    enum class ValueKind { Anchor, Frame, Image, Script };
+    enum class ValueKind { Anchor, Frame, Image, Resource };
     QString readValue(ValueKind kind, bool trim);
     void readToEndOfTag();
     std::optional<QString> findTagHref(bool (OrelParser::*recogniser)());
     QString altText();
+    QString readText();
+    // The bytes of one tag, before they become a string.
+    struct TagBytes
+    {
+        static constexpr int cap = 1000;
+        char buf[cap];
+        int n = 0;
+        bool closing = false;
+    };
+    bool readTagBytes(bool alreadyInside, TagBytes &tag);
 
     QByteArray data;
     const char *bytes = nullptr; // data.constData(), cached for the byte step

@@ -1,0 +1,438 @@
+// The scanner's link, image, script, frame and base readers.
+#include "parser/OrelParser.h"
+
+#include "common/Log.h"
+#include "parser/OrelParserText.h"
+#include "parser/OrelXmlTag.h"
+
+namespace orel {
+
+namespace {
+
+constexpr int valueCap = 1000;
+
+inline bool isLetter(signed char b, char lower)
+{
+    return b == lower || b == lower - ('a' - 'A');
+}
+
+const QString &mcmsZref()
+{
+    static const QString text = QStringLiteral("MCMS zref");
+    return text;
+}
+
+} // namespace
+
+void OrelParser::trimThisCharacter(char c, char *url)
+{
+    size_t n = std::strlen(url);
+    while (n > 0 && url[n - 1] == c)
+        url[--n] = 0;
+    size_t start = 0;
+    while (start < n && url[start] == c)
+        ++start;
+    if (start > 0)
+        std::memmove(url, url + start, n - start + 1);
+}
+
+void OrelParser::trimWhitespaceFromUrl(char *url)
+{
+    // Below 33 as a signed byte: spaces, controls and every byte with the high bit set.
+    size_t n = std::strlen(url);
+    while (n > 0 && static_cast<signed char>(url[n - 1]) < 33)
+        url[--n] = 0;
+    size_t start = 0;
+    while (start < n && static_cast<signed char>(url[start]) < 33)
+        ++start;
+    if (start > 0)
+        std::memmove(url, url + start, n - start + 1);
+}
+
+bool OrelParser::moveToStartOfUrl()
+{
+    zrefFound = false;
+    insideQuotes = false;
+    insideSingleQuotes = false;
+    for (;;) {
+        // Find an "h" or "z" that starts an attribute name: the byte before it must be 32 or
+        // less as a signed byte.
+        signed char before;
+        do {
+            before = aBuffer;
+            if (!getNextByte() || aBuffer == '>')
+                return false;
+        } while (!isLetter(aBuffer, 'h') && !isLetter(aBuffer, 'z'));
+        zrefFound = isLetter(aBuffer, 'z');
+        if (!getNextByte() || aBuffer == '>')
+            return false;
+        if (before > 32)
+            continue;
+        if (!isLetter(aBuffer, 'r'))
+            continue;
+        if (!getNextByte() || aBuffer == '>')
+            return false;
+        if (!isLetter(aBuffer, 'e'))
+            continue;
+        if (!getNextByte() || aBuffer == '>')
+            return false;
+        if (!isLetter(aBuffer, 'f'))
+            continue;
+        break;
+    }
+    if (!getNextByte() || aBuffer == '>')
+        return false;
+    // Skip "=", quotes, spaces and line breaks; a repeated quote of the same kind is an empty
+    // value and stops the skip on itself.
+    for (;;) {
+        if (aBuffer == '"') {
+            if (insideQuotes)
+                return true;
+            insideQuotes = true;
+        } else if (aBuffer == '\'') {
+            if (insideSingleQuotes)
+                return true;
+            insideSingleQuotes = true;
+        } else if (aBuffer != ' ' && aBuffer != '=' && aBuffer != '\n' && aBuffer != '\r') {
+            return true;
+        }
+        if (!getNextByte())
+            return false;
+    }
+}
+
+bool OrelParser::moveToStartOfSrc()
+{
+    insideQuotes = false;
+    insideSingleQuotes = false;
+    // "src" anywhere in the tag, so data-src and srcset count too.
+    for (;;) {
+        if (aBuffer == '>')
+            return false;
+        if (isLetter(aBuffer, 's')) {
+            if (!getNextByte() || aBuffer == '>')
+                return false;
+            if (!isLetter(aBuffer, 'r'))
+                continue;
+            if (!getNextByte() || aBuffer == '>')
+                return false;
+            if (!isLetter(aBuffer, 'c'))
+                continue;
+            break;
+        }
+        if (!getNextByte())
+            return false;
+    }
+    while (aBuffer != '=') {
+        if (!getNextByte() || aBuffer == '>')
+            return false;
+    }
+    do {
+        if (!getNextByte())
+            return false;
+    } while (aBuffer == ' ');
+    if (aBuffer == '"' || aBuffer == '\'') {
+        (aBuffer == '"' ? insideQuotes : insideSingleQuotes) = true;
+        return getNextByte();
+    }
+    return aBuffer != '>';
+}
+
+bool OrelParser::digOutAlt()
+{
+    insideQuotes = false;
+    for (;;) {
+        if (!getNextByte() || aBuffer == '>')
+            return false;
+        while (isLetter(aBuffer, 'a')) {
+            if (!getNextByte() || aBuffer == '>')
+                return false;
+            if (!isLetter(aBuffer, 'l'))
+                continue;
+            if (!getNextByte() || aBuffer == '>')
+                return false;
+            if (!isLetter(aBuffer, 't'))
+                continue;
+            do {
+                if (!getNextByte())
+                    return false;
+            } while (aBuffer == ' ' || aBuffer == '=');
+            if (aBuffer == '"') {
+                insideQuotes = true;
+                return true;
+            }
+            if (aBuffer == '\'') {
+                insideSingleQuotes = true;
+                return true;
+            }
+            return false; // an unquoted alt is not read
+        }
+    }
+}
+
+bool OrelParser::isThisNofollow() const
+{
+    if (!bytes || counter >= static_cast<qint32>(l))
+        return false;
+    const char *from = bytes + counter;
+    size_t n = l - static_cast<quint32>(counter);
+    if (const void *end = std::memchr(from, '>', n))
+        n = static_cast<size_t>(static_cast<const char *>(end) - from);
+    return parsertext::containsIgnoringCase(from, static_cast<qsizetype>(n), "nofollow");
+}
+
+void OrelParser::readToEndOfTag()
+{
+    while (aBuffer != '>') {
+        if (!getNextByte())
+            return;
+    }
+}
+
+QString OrelParser::readValue(ValueKind kind, bool trim)
+{
+    const signed char closing = insideQuotes ? '"' : insideSingleQuotes ? '\'' : ' ';
+    char buf[valueCap + 1];
+    int n = 0;
+    bool more = true;
+    while (aBuffer != closing && aBuffer != '>') {
+        if (static_cast<unsigned char>(aBuffer) >= 32 && n < valueCap)
+            buf[n++] = static_cast<char>(aBuffer);
+        if (!getNextByte()) {
+            more = false;
+            break;
+        }
+    }
+    buf[n] = 0;
+    if (more && kind != ValueKind::Image)
+        readToEndOfTag();
+    if (trim) {
+        trimThisCharacter('\'', buf);
+        trimThisCharacter('"', buf);
+        trimThisCharacter(' ', buf);
+    }
+    QString url = parsertext::urlString(buf, static_cast<qsizetype>(std::strlen(buf)));
+    unescapeEntities(url);
+    url.replace(QLatin1Char(' '), QLatin1String("%20"));
+    if (kind == ValueKind::Anchor) {
+        url.replace(QLatin1Char('{'), QLatin1String("%7B"));
+        url.replace(QLatin1Char('}'), QLatin1String("%7D"));
+    }
+    return url;
+}
+
+std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
+{
+    if (!bytes) {
+        log(QStringLiteral("getNextHref returning nil (no data)"));
+        return std::nullopt;
+    }
+    if (plaintextmode)
+        return getNextHttp();
+    if (xmlmode)
+        return getNextXml();
+    ValueKind kind;
+    for (;;) {
+        if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
+            return std::nullopt;
+        lastWasImg = false;
+        if (isThisAnATag()) {
+            if (!followNofollow)
+                nofollow = false;
+            else if (headContainsNofollow)
+                nofollow = true;
+            else
+                nofollow = isThisNofollow();
+            if (moveToStartOfUrl()) {
+                kind = ValueKind::Anchor;
+                break;
+            }
+            continue;
+        }
+        if (isThisAScriptTag()) {
+            // Nothing inside a script is a link; its own src is not one either.
+            isScriptOrComment = true;
+            do {
+                if (!moveIntoNextTag()) {
+                    isScriptOrComment = false;
+                    return std::nullopt;
+                }
+            } while (!isThisEndScriptTag());
+            isScriptOrComment = false;
+            continue;
+        }
+        if (isThisAFrameTag()) {
+            if (moveToStartOfSrc()) {
+                kind = ValueKind::Frame;
+                break;
+            }
+            continue;
+        }
+        if (checkImages && isThisAnImgTag()) {
+            if (moveToStartOfSrc()) {
+                kind = ValueKind::Image;
+                break;
+            }
+            continue;
+        }
+    }
+    if (kind == ValueKind::Anchor && zrefFound)
+        return mcmsZref();
+    QString url = readValue(kind, trim);
+    // The cursor stays inside an img tag so that getData() can still find its alt text.
+    if (kind == ValueKind::Image)
+        lastWasImg = true;
+    return url;
+}
+
+std::optional<QString> OrelParser::getNextImg()
+{
+    if (!bytes) {
+        log(QStringLiteral("getNextHref returning nil (no data)"));
+        return std::nullopt;
+    }
+    for (;;) {
+        if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
+            return std::nullopt;
+        if (isThisAnImgTag() && moveToStartOfSrc())
+            return readValue(ValueKind::Resource, true);
+    }
+}
+
+std::optional<QString> OrelParser::getNextScriptSrc()
+{
+    if (!bytes) {
+        log(QStringLiteral("getNextScriptSrc returning nil (no data)"));
+        return std::nullopt;
+    }
+    for (;;) {
+        if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
+            return std::nullopt;
+        if (isThisAScriptTag() && moveToStartOfSrc())
+            return readValue(ValueKind::Resource, true);
+    }
+}
+
+std::optional<QString> OrelParser::getNextHttp()
+{
+    if (!bytes || !getNextByte())
+        return std::nullopt;
+    auto separator = [](signed char b) {
+        return static_cast<unsigned char>(b) <= 32 || b == ',';
+    };
+    while (separator(aBuffer)) {
+        if (!getNextByte())
+            return std::nullopt;
+    }
+    char buf[valueCap + 1];
+    int n = 0;
+    do {
+        if (static_cast<unsigned char>(aBuffer) >= 32 && n < valueCap)
+            buf[n++] = static_cast<char>(aBuffer);
+    } while (getNextByte() && !separator(aBuffer));
+    buf[n] = 0;
+    trimThisCharacter('\'', buf);
+    trimThisCharacter('"', buf);
+    QString url = parsertext::urlString(buf, static_cast<qsizetype>(std::strlen(buf)));
+    unescapeEntities(url);
+    url.replace(QLatin1Char(' '), QLatin1String("%20"));
+    return url;
+}
+
+std::optional<QString> OrelParser::getNextXml()
+{
+    TagBytes tag;
+    while (readTagBytes(false, tag)) {
+        if (!tag.closing && parsertext::equalsIgnoringCase(tag.buf, tag.n, "loc")) {
+            QString text = getData();
+            text.remove(QLatin1Char('\r'));
+            text.remove(QLatin1Char('\n'));
+            return text;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> OrelParser::findTagHref(bool (OrelParser::*recogniser)())
+{
+    for (;;) {
+        if (!bytes || counter >= static_cast<qint32>(l)) {
+            log(QStringLiteral("reached end of file"));
+            return std::nullopt;
+        }
+        if (!moveIntoNextTag())
+            return std::nullopt;
+        if ((this->*recogniser)() && moveToStartOfUrl())
+            break;
+    }
+    if (zrefFound)
+        return mcmsZref();
+    const signed char closing = insideQuotes ? '"' : insideSingleQuotes ? '\'' : ' ';
+    char buf[valueCap + 1];
+    int n = 0;
+    bool more = true;
+    while (aBuffer != closing && aBuffer != '"' && aBuffer != '\'' && aBuffer != '>') {
+        if (n < valueCap)
+            buf[n++] = static_cast<char>(aBuffer);
+        if (!getNextByte()) {
+            more = false;
+            break;
+        }
+    }
+    buf[n] = 0;
+    if (more)
+        readToEndOfTag();
+    trimThisCharacter('"', buf);
+    trimThisCharacter('\'', buf);
+    trimWhitespaceFromUrl(buf);
+    QString url = parsertext::urlString(buf, static_cast<qsizetype>(std::strlen(buf)));
+    unescapeEntities(url);
+    url.replace(QLatin1Char(' '), QLatin1String("%20"));
+    return url;
+}
+
+std::optional<QString> OrelParser::findBaseHref()
+{
+    reset();
+    std::optional<QString> found = findTagHref(&OrelParser::isThisABaseTag);
+    if (!found || *found == mcmsZref())
+        return found;
+    QString base = *found;
+    if (base.isEmpty() || base == QLatin1String("/"))
+        return QLatin1String("");
+    // Hosts written without a scheme get "http://".
+    if (base.startsWith(QLatin1String("//")))
+        base.prepend(QLatin1String("http:"));
+    if (base.size() >= 3 && base.size() <= 6)
+        return QLatin1String("http://") + base;
+    if (!base.contains(QLatin1String("://")) && base.size() > 2)
+        base.prepend(QLatin1String("http://"));
+    return base;
+}
+
+std::optional<QString> OrelParser::findNextLinkHref()
+{
+    // The value as written (no scheme added): these are stylesheets and other resources that
+    // the caller resolves against the base.
+    return findTagHref(&OrelParser::isThisALinkTag);
+}
+
+QString OrelParser::pullOutHref(const QString &text)
+{
+    return parsertext::quotedValueAfter(text, QLatin1String("href"));
+}
+
+bool OrelParser::compareIgnoringTrailingSlash(const QString &a, const QString &b)
+{
+    if (a.compare(b, Qt::CaseInsensitive) == 0)
+        return true;
+    QString x = a;
+    QString y = b;
+    if (x.endsWith(QLatin1Char('/')))
+        x.chop(1);
+    if (y.endsWith(QLatin1Char('/')))
+        y.chop(1);
+    return x.compare(y, Qt::CaseInsensitive) == 0;
+}
+
+} // namespace orel
