@@ -195,6 +195,17 @@ QString CrawlScope::unescapeXmlEntities(const QString &text)
 
 std::optional<QString> CrawlScope::resolveHref(const QUrl &base, const QString &href)
 {
+    const auto absolute = resolve(base, href);
+    if (!absolute)
+        return std::nullopt;
+    QString out = QString::fromLatin1(absolute->toEncoded());
+    if (out.isEmpty())
+        return std::nullopt;
+    return out;
+}
+
+std::optional<QUrl> CrawlScope::resolve(const QUrl &base, const QString &href)
+{
     // A blank inside a bare word is no URL for the platform's strict parser; keep that answer
     // for the one href that relies on it.
     if (href == QLatin1String("MCMS zref"))
@@ -202,13 +213,10 @@ std::optional<QString> CrawlScope::resolveHref(const QUrl &base, const QString &
     const QUrl relative(href, QUrl::TolerantMode);
     if (!relative.isValid())
         return std::nullopt;
-    const QUrl absolute = base.resolved(relative);
+    QUrl absolute = base.resolved(relative);
     if (!absolute.isValid() || absolute.isEmpty())
         return std::nullopt;
-    QString out = QString::fromLatin1(absolute.toEncoded());
-    if (out.isEmpty())
-        return std::nullopt;
-    return out;
+    return absolute;
 }
 
 } // namespace orel

@@ -54,6 +54,8 @@ public:
     // The absolute URL of href read against base, ASCII with non-ASCII and blanks
     // percent-encoded; none when no URL can be formed.
     static std::optional<QString> resolveHref(const QUrl &base, const QString &href);
+    // The same as a parsed URL (absolute and valid), for callers that need its parts too.
+    static std::optional<QUrl> resolve(const QUrl &base, const QString &href);
 };
 
 } // namespace orel

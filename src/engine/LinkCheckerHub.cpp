@@ -1,0 +1,605 @@
+// Crawl run and scheduler of the crawl controller: new crawl, fetch slots, counting, the end of
+// a run, pause and continue, re-checks and the owner answers built on the settings controls.
+#include "engine/LinkCheckerHub.h"
+
+#include "common/AppSupport.h"
+#include "common/Dialogs.h"
+#include "common/Localize.h"
+#include "common/Log.h"
+#include "common/SettingsControls.h"
+#include "common/UserDefaults.h"
+#include "config/OrelConfigManager.h"
+#include "engine/CrawlScope.h"
+#include "links/LinkCheckerUrl.h"
+#include "links/myNSURLConnection.h"
+#include "seo/SEOManager.h"
+
+#include <QMetaObject>
+#include <QTimer>
+#include <QUrl>
+
+namespace orel {
+
+namespace {
+
+// Address behind the "Visit Brantholm" button of the congratulation alert.
+constexpr const char *kBrantholmPage = "https://orrelwick.invalid/brantholm";
+
+// Totals beyond this many links since the last congratulation earn one.
+constexpr double kCongratulationStep = 100000;
+
+} // namespace
+
+LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *configManager,
+                               QObject *parent)
+    : QObject(parent),
+      bhDataSource(true),
+      m_controls(controls),
+      m_configManager(configManager),
+      m_seo(std::make_unique<SEOManager>())
+{
+}
+
+LinkCheckerHub::~LinkCheckerHub()
+{
+    ++m_generation;
+    m_seo->clear();
+    // Connections still running would call back into records that are about to go.
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (myNSURLConnection *connection = record->getConnection())
+            connection->cancel();
+        record->setOwner(nullptr);
+    }
+}
+
+LinkCheckerUrl *LinkCheckerHub::recordAt(int index) const
+{
+    const auto &all = items();
+    if (index < 0 || std::size_t(index) >= all.size())
+        return nullptr;
+    return static_cast<LinkCheckerUrl *>(all[std::size_t(index)]);
+}
+
+// ---- User actions ------------------------------------------------------------------------------
+
+void LinkCheckerHub::go(const QString &senderTitle)
+{
+    if (senderTitle == localized("Continue"))
+        continueCrawl();
+    else if (senderTitle == localized("Pause"))
+        stop();
+    else
+        go();
+}
+
+void LinkCheckerHub::go()
+{
+    ++m_generation;
+    m_numberOfThreadsDetached = 0;
+    m_pendingStarts = 0;
+    m_seo->clear();
+
+    // The old run's records go; their connections must not call back into them.
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (myNSURLConnection *connection = record->getConnection())
+            connection->cancel();
+        record->releaseAll();
+    }
+    bhDataSource::clear();
+    m_badCollectionCount = 0;
+    m_answeredPrefix = 0;
+    m_currentItem = nullptr;
+
+    emptyTempFolder();
+    clearArchiveFolder();
+    clearRegistry();
+
+    m_soft404Array = trimEachItemInArray(m_controls->soft404Terms.split(QLatin1Char('\n')));
+
+    QString url = m_controls->urlField;
+    if (!url.isEmpty()) {
+        url = CrawlScope::normaliseStartUrl(url);
+        m_controls->urlField = url;
+    }
+    m_startUrl = url;
+    Q_EMIT startUrlChanged(url);
+
+    if (m_configManager) {
+        m_checkBlacklistArray = m_configManager->getCheckBlacklistArray();
+        m_followBlacklistArray = m_configManager->getFollowBlacklistArray();
+        m_followWhitelistArray = trimEachItemInArray(m_configManager->getFollowWhitelistArray());
+    } else {
+        m_checkBlacklistArray.clear();
+        m_followBlacklistArray.clear();
+        m_followWhitelistArray.clear();
+    }
+    m_robotsBlacklistArray.clear();
+
+    setCountText(QStringLiteral("%1 %2 %3 %4")
+                         .arg(0)
+                         .arg(localized("of"))
+                         .arg(0)
+                         .arg(localized("links checked")));
+
+    auto *start = new LinkCheckerUrl(this);
+    start->setLinkUrl(url, SettingsControls::isOn(m_controls->qsButton));
+    start->setIsStartingPoint(true);
+    start->setDistanceFromHome(0);
+    add(start);
+    reloadData();
+
+    if (!isPlainTextMode()) {
+        if (const auto limit = CrawlScope::directoryLimit(url)) {
+            log(QStringLiteral("limiting crawl to directory: %1").arg(*limit));
+            m_followWhitelistArray.append(*limit);
+        }
+    }
+
+    const QString host = QUrl(url).host();
+    m_domains = host.isEmpty() ? QStringList() : QStringList { host };
+
+    m_stopPressed = false;
+    enterRunningState();
+    m_linksFilterTag = 0;
+    m_searchText.clear();
+    m_numberDone = 0;
+    m_nextUrlToCrawl = 0;
+    Q_EMIT countChanged(0, recordCount(), countBadCollection());
+
+    m_seo->go();
+    m_singlePage = SettingsControls::isOn(m_controls->followButton) || isPlainTextMode();
+    m_crawlFinished = false;
+    m_rechecking = false;
+
+    // The start record goes at once. The slot and the place are taken before the fetch starts so
+    // that a fetch ending on the spot (a badly formed URL) finds the counters already moved on.
+    if (LinkCheckerUrl *first = recordAt(m_nextUrlToCrawl)) {
+        ++m_numberOfThreadsDetached;
+        ++m_nextUrlToCrawl;
+        sendAsyncServerResponse(first);
+    }
+}
+
+void LinkCheckerHub::stop()
+{
+    m_stopPressed = true;
+    ++m_generation; // delayed starts and queued calls of the paused part are dropped
+    m_seo->setStopPressed(true);
+    // Abandon the fetches in flight now, so that a quick "Continue" cannot run two fetches for
+    // one record; their records keep no status and are fetched again on continuing.
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (myNSURLConnection *connection = record->getConnection()) {
+            connection->cancel();
+            record->setConnection(nullptr);
+        }
+    }
+    enterStoppedState();
+    m_numberOfThreadsDetached = 0;
+    m_pendingStarts = 0;
+    m_nextUrlToCrawl = 0;
+    reloadData();
+    Q_EMIT reportRequested();
+}
+
+void LinkCheckerHub::continueCrawl()
+{
+    m_stopPressed = false;
+    m_seo->setStopPressed(false);
+    enterRunningState();
+    getNextUrlToCrawl();
+}
+
+void LinkCheckerHub::emergencyMemoryStop()
+{
+    if (m_stopPressed)
+        return;
+    Dialogs::current().alert(
+            localized("Failed to allocate memory"),
+            localized("Unable to allocate memory. Attempting to stop and preserve the data already "
+                      "collected. Try crawling again using blacklisting or whitelisting to limit "
+                      "the search."),
+            { localized("OK") });
+    m_stopPressed = true;
+    enterStoppedState();
+}
+
+void LinkCheckerHub::reCheckBadItems()
+{
+    m_numberOfThreadsDetached = 0;
+    m_pendingStarts = 0;
+    m_rechecking = true;
+    m_stopPressed = false;
+    m_seo->setStopPressed(false);
+    enterRunningState();
+    const int bad = countBadCollection();
+    m_numberDone = recordCount() - bad;
+    setCountText(summaryText());
+    m_nextUrlToCrawl = 0;
+    m_crawlFinished = false;
+    // Statuses of re-checked records change; the answered prefix must be found again.
+    m_answeredPrefix = 0;
+    const int slots = std::max(1, m_controls->numberOfThreads);
+    for (int i = 0; i < slots; ++i) {
+        if (!getNextUrlToCrawl())
+            break;
+    }
+}
+
+void LinkCheckerHub::reCheckCurrentItem()
+{
+    --m_numberDone;
+    setCountText(QStringLiteral("%1 %2 %3 %4, %5 %6")
+                         .arg(m_numberDone)
+                         .arg(localized("of"))
+                         .arg(recordCount())
+                         .arg(localized("links checked"))
+                         .arg(countBadCollection())
+                         .arg(localized("bad")));
+    if (!m_currentItem) {
+        log(QStringLiteral("no current item"));
+        return;
+    }
+    m_currentItem->setBeingRechecked(true);
+    sendAsyncServerResponse(m_currentItem);
+}
+
+// ---- State -------------------------------------------------------------------------------------
+
+void LinkCheckerHub::setState(State state)
+{
+    if (m_state == state)
+        return;
+    m_state = state;
+    Q_EMIT stateChanged(state);
+}
+
+void LinkCheckerHub::enterRunningState()
+{
+    if (m_configManager)
+        m_configManager->setCrawlRunning(true);
+    setState(State::Running);
+    Q_EMIT crawlWillContinue();
+}
+
+void LinkCheckerHub::enterStoppedState()
+{
+    if (m_configManager)
+        m_configManager->setCrawlRunning(false);
+    setState(State::Paused);
+    Q_EMIT crawlDidStop();
+}
+
+void LinkCheckerHub::setCountText(const QString &text)
+{
+    m_countText = text;
+    Q_EMIT countTextChanged(text);
+}
+
+QString LinkCheckerHub::summaryText() const
+{
+    return QStringLiteral("%1 %2 %3 %4, %5 %6")
+            .arg(m_numberDone)
+            .arg(localized("of"))
+            .arg(recordCount())
+            .arg(localized("links checked"))
+            .arg(m_badCollectionCount)
+            .arg(localized("bad"));
+}
+
+void LinkCheckerHub::updateCountField()
+{
+    setCountText(summaryText());
+}
+
+// ---- Scheduler ---------------------------------------------------------------------------------
+
+bool LinkCheckerHub::getNextUrlToCrawl()
+{
+    bool scheduled = false;
+    const int slots = m_controls->numberOfThreads;
+    while (!m_stopPressed
+           && (m_numberOfThreadsDetached < slots || m_numberOfThreadsDetached == 0)) {
+        LinkCheckerUrl *record = recordAt(m_nextUrlToCrawl);
+        if (!record) {
+            isFinished();
+            return false;
+        }
+        while (record->isGoodLink() || record->isExempt()) {
+            record = recordAt(++m_nextUrlToCrawl);
+            if (!record) {
+                isFinished();
+                return false;
+            }
+        }
+        ++m_nextUrlToCrawl;
+        startAfterDelay(record, m_controls->delayField);
+        ++m_numberOfThreadsDetached; // a scheduled start holds its slot
+        scheduled = true;
+    }
+    return scheduled;
+}
+
+void LinkCheckerHub::startAfterDelay(LinkCheckerUrl *record, double delaySeconds)
+{
+    ++m_pendingStarts;
+    const quint64 generation = m_generation;
+    auto start = [this, record, generation] {
+        if (generation != m_generation)
+            return; // a new crawl or a pause came first
+        --m_pendingStarts;
+        sendAsyncServerResponse(record);
+    };
+    const int ms = delaySeconds > 0 ? int(std::min(delaySeconds * 1000.0, 2.0e9)) : 0;
+    if (ms == 0)
+        QMetaObject::invokeMethod(this, start, Qt::QueuedConnection);
+    else
+        QTimer::singleShot(ms, this, start);
+}
+
+void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
+{
+    if (!record)
+        return;
+    const double timeout = getTimeoutInterval();
+    if (record->directoryTooHigh()) {
+        record->setStatus(localized("badly formed url"));
+        incNumberDone(record);
+        threadHasFinished(record);
+        return;
+    }
+    if (!record->getStatus().isEmpty())
+        record->setBeingRechecked(true);
+
+    UrlRequest request;
+    request.url = record->getLinkUrlForTesting();
+    request.timeoutSeconds = timeout;
+    request.reloadIgnoringCache = true;
+    request.handleCookies = false;
+    request.setHeader("User-Agent", m_controls->userAgentString.toUtf8());
+    const QString referer = record->getLastOnPageUrl();
+    if (!referer.isEmpty())
+        request.setHeader("Referer", referer.toUtf8());
+    const QUrl url(request.url);
+    if (!url.host().isEmpty()) {
+        // The port goes with the host when it is not the scheme's own, or the server would
+        // build its redirects for the wrong port.
+        QString host = QString::fromLatin1(url.toEncoded(QUrl::RemoveScheme | QUrl::RemoveUserInfo
+                                                         | QUrl::RemovePath | QUrl::RemoveQuery
+                                                         | QUrl::RemoveFragment));
+        while (host.startsWith(QLatin1Char('/')))
+            host.remove(0, 1);
+        request.setHeader("Host", host.toUtf8());
+    }
+
+    record->setSentRequest();
+    auto *connection = new myNSURLConnection(
+            request, record,
+            record->requiresHighlightCallback() ? ConnectionKind::HighlightFetch
+                                                : ConnectionKind::CrawlFetch);
+    if (!connection) {
+        log(QStringLiteral("connection can't be created to %1").arg(request.url));
+        return;
+    }
+    record->setConnection(connection);
+}
+
+bool LinkCheckerHub::isFinished()
+{
+    if (m_crawlFinished)
+        return true;
+
+    // Records before the answered prefix keep their status; only the rest is looked at.
+    const double limit = 2.0 * getTimeoutInterval();
+    const int size = recordCount();
+    while (m_answeredPrefix < size && !recordAt(m_answeredPrefix)->getStatus().isEmpty())
+        ++m_answeredPrefix;
+    int done = m_answeredPrefix;
+    for (int i = m_answeredPrefix; i < size; ++i) {
+        LinkCheckerUrl *record = recordAt(i);
+        if (!record->getStatus().isEmpty()) {
+            ++done;
+        } else if (record->getTimeSinceSent() > limit) {
+            record->setStatus(localized("The request timed out."));
+            record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
+            if (myNSURLConnection *connection = record->getConnection()) {
+                connection->cancel();
+                record->setConnection(nullptr);
+            }
+            --m_numberOfThreadsDetached;
+            ++done;
+        }
+    }
+    m_numberDone = done;
+
+    if (m_numberDone == size && m_numberOfThreadsDetached < 1) {
+        enterStoppedState();
+        setState(State::Finished);
+        if (m_numberDone > 1)
+            Q_EMIT reportRequested();
+        if (SettingsControls::isOn(m_controls->archiveButton))
+            saveArchive();
+    } else if (!m_stopPressed) {
+        enterRunningState();
+        return false;
+    }
+
+    const int bad = countBadCollection();
+    const QString summary = summaryText();
+    setCountText(summary);
+    Q_EMIT countChanged(m_numberDone, size, bad);
+    if (m_configManager) {
+        m_configManager->setStatus(summary);
+        m_configManager->setDateStamp();
+    }
+
+    m_crawlFinished = true;
+    m_seo->setCrawlFinished(true);
+    reloadData();
+    m_seo->reloadData();
+
+    if (SettingsControls::isOn(m_controls->alertOnFinishButton))
+        Dialogs::current().alert(localized("Orrelwick finished"), summary, { localized("OK") });
+
+    addToTotals();
+    Q_EMIT crawlFinishedSignal(summary);
+    return true;
+}
+
+void LinkCheckerHub::addToTotals()
+{
+    const double totalLinks =
+            UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalLinks)) + recordCount();
+    const double totalBad = UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalBadLinks))
+            + m_badCollectionCount;
+    double lastCongratulated =
+            UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalWhenLastCongratulated));
+    if (totalLinks - lastCongratulated > kCongratulationStep) {
+        const QString text =
+                localized("Congratulations, you have now used Orrelwick to check %1 links and "
+                          "find %2 bad links.")
+                        .arg(QString::number(totalLinks, 'f', 0), QString::number(totalBad, 'f', 0))
+                + QLatin1Char(' ')
+                + localized("If Orrelwick is useful to you, please consider a donation, and have "
+                            "a look at its sibling Brantholm on our web site.");
+        const int answer = Dialogs::current().alert(localized("Congratulations!"), text,
+                                                    { localized("OK"), localized("Visit Brantholm") });
+        if (answer == 1)
+            Dialogs::current().openUrl(QLatin1String(kBrantholmPage));
+        lastCongratulated = totalLinks;
+    }
+    UserDefaults::setValue(QLatin1String(DefaultsKey::TotalLinks), float(totalLinks));
+    UserDefaults::setValue(QLatin1String(DefaultsKey::TotalBadLinks), float(totalBad));
+    UserDefaults::setValue(QLatin1String(DefaultsKey::TotalWhenLastCongratulated),
+                           float(lastCongratulated));
+}
+
+// ---- Owner answers -----------------------------------------------------------------------------
+
+void LinkCheckerHub::threadHasFinished(LinkCheckerUrl *record)
+{
+    if (--m_numberOfThreadsDetached < 0)
+        m_numberOfThreadsDetached = 0;
+    if (record && record->requiresHighlightCallback()) {
+        highlightBadLinksInSelectedPage(record);
+        return;
+    }
+    getNextUrlToCrawl();
+}
+
+void LinkCheckerHub::incNumberDone(LinkCheckerUrl *record)
+{
+    const int size = recordCount();
+    if (m_numberDone < size)
+        ++m_numberDone;
+    if (record && !record->shouldBeMemberOfBadCollection()) {
+        record->setIsInBadCollection(true);
+        ++m_badCollectionCount;
+    }
+    if (m_numberDone <= size)
+        updateCountField();
+    m_seo->incNumberDone();
+    Q_EMIT countChanged(m_numberDone, size, m_badCollectionCount);
+}
+
+void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
+{
+    if (!record)
+        return;
+    record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
+    if (record->isBeingRechecked() && record == m_currentItem)
+        showInspector(record);
+    record->setBeingRechecked(false);
+}
+
+void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *) { }
+
+bool LinkCheckerHub::shouldTrim() const
+{
+    return SettingsControls::isOn(m_controls->qsButton);
+}
+
+bool LinkCheckerHub::shouldIgnoreSlash() const
+{
+    return SettingsControls::isOn(m_controls->slashButton);
+}
+
+bool LinkCheckerHub::shouldTrimSpaces() const
+{
+    return SettingsControls::isOn(m_controls->trimButton);
+}
+
+bool LinkCheckerHub::getIgnoreQS() const
+{
+    return SettingsControls::isOn(m_controls->qsButton);
+}
+
+bool LinkCheckerHub::getCheckImages() const
+{
+    return SettingsControls::isOn(m_controls->imgButton);
+}
+
+bool LinkCheckerHub::checkErrorPages() const
+{
+    return SettingsControls::isOn(m_controls->checkErrorPages);
+}
+
+bool LinkCheckerHub::isPlainTextMode() const
+{
+    return SettingsControls::isOn(m_controls->plainTextMode);
+}
+
+bool LinkCheckerHub::shouldFlagBlacklisted() const
+{
+    return SettingsControls::isOn(m_controls->flagBlacklistCheckBox);
+}
+
+double LinkCheckerHub::getTimeoutInterval() const
+{
+    return m_controls->timeoutField;
+}
+
+bool LinkCheckerHub::displayPageTitle() const
+{
+    return SettingsControls::isOn(m_controls->displayPageTitle);
+}
+
+bool LinkCheckerHub::shouldHighlight() const
+{
+    return SettingsControls::isOn(m_controls->shouldHighlight);
+}
+
+bool LinkCheckerHub::shouldPerformSoft404Check() const
+{
+    return !SettingsControls::isOff(m_controls->soft404Button);
+}
+
+bool LinkCheckerHub::performSoft404CheckOnThisUrl(LinkCheckerUrl *record)
+{
+    if (!record || !SettingsControls::isOn(m_controls->soft404Button))
+        return false;
+    return containsOneOfTheseTerms(record->getActualLinkUrl(), m_soft404Array)
+            || record->dataContainsOneOfTheseTerms(m_soft404Array);
+}
+
+bool LinkCheckerHub::shouldArchive() const
+{
+    return SettingsControls::isOn(m_controls->archiveButton)
+            || SettingsControls::isOn(m_controls->SEOCountKeywordsInContentCheckBox)
+            || SettingsControls::isOn(m_controls->blacklistCheckContentCheckBox);
+}
+
+void LinkCheckerHub::later(std::function<void()> fn)
+{
+    QMetaObject::invokeMethod(
+            this,
+            [this, generation = m_generation, fn = std::move(fn)] {
+                if (generation == m_generation)
+                    fn();
+            },
+            Qt::QueuedConnection);
+}
+
+} // namespace orel

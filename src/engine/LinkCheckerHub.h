@@ -1,0 +1,269 @@
+// The crawl controller: owns the link records of one crawl run, fills the fetch slots, applies
+// limits and scope rules, reads fetched pages for links, keeps the registry and the running
+// totals, answers the records as their owner and exports the results; main thread.
+#pragma once
+
+#include "links/LinkOwner.h"
+#include "reports/bhDataSource.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+
+namespace orel {
+
+class LinkCheckerUrl;
+class OrelConfigManager;
+class SEOManager;
+class SettingsControls;
+
+// Settings are read live from the controls each time the crawl needs them, so a change made
+// while a crawl runs takes effect at the next fetch. The GUI and the command line follow the
+// crawl through the signals; nothing here touches a widget.
+class LinkCheckerHub : public QObject, public bhDataSource, public LinkOwner
+{
+    Q_OBJECT
+public:
+    enum class State { Idle, Running, Paused, Finished };
+    Q_ENUM(State)
+
+    LinkCheckerHub(SettingsControls *controls, OrelConfigManager *configManager,
+                   QObject *parent = nullptr);
+    ~LinkCheckerHub() override;
+
+    SettingsControls *controls() const { return m_controls; }
+    OrelConfigManager *configManager() const { return m_configManager; }
+    SEOManager *seoManager() const { return m_seo.get(); }
+
+    // ---- User actions ------------------------------------------------------------------------
+    // A new crawl of the start URL in the controls.
+    void go();
+    // The play/pause control: "Continue" continues, "Pause" pauses, anything else starts anew.
+    void go(const QString &senderTitle);
+    // Pauses: fetches in flight abandon their work when they next hear from the network.
+    void stop() override;
+    // Resumes a paused crawl from the top of the collection; records that are neither good nor
+    // exempt (unanswered, abandoned or bad) are fetched again.
+    void continueCrawl();
+    // Stops after an allocation failure; the alert is shown once.
+    void emergencyMemoryStop() override;
+    // Fetches every record that is not good again (the scheduler's skip rule picks them).
+    void reCheckBadItems();
+    // Kept without effect: the menu entry exists but re-checking everything is not offered.
+    void reCheckAllItems() { }
+    void reCheckCurrentItem();
+    LinkCheckerUrl *currentItem() const { return m_currentItem; }
+    void setCurrentItem(LinkCheckerUrl *record) { m_currentItem = record; }
+
+    State state() const { return m_state; }
+    // The line shown under the toolbar: "12 of 40 links checked, 1 bad".
+    QString countText() const { return m_countText; }
+    // The summary text "%i of %i links checked, %i bad" for the current counters.
+    QString summaryText() const;
+    // The start URL after normalisation (shown in the window).
+    QString startUrl() const { return m_startUrl; }
+
+    // ---- Scheduler ---------------------------------------------------------------------------
+    // Fills the free fetch slots in collection order; answers whether it scheduled anything.
+    bool getNextUrlToCrawl();
+    // Starts one fetch at once.
+    void sendAsyncServerResponse(LinkCheckerUrl *record);
+    // Runs the end-of-crawl sequence when every record is answered; answers whether the run is
+    // finished (or was already).
+    bool isFinished();
+
+    int getNumberDone() const { return m_numberDone; }
+    int getNumberOfThreadsDetached() const { return m_numberOfThreadsDetached; }
+    int getNextUrlToCrawlIndex() const { return m_nextUrlToCrawl; }
+    int getBadCollectionCount() const { return m_badCollectionCount; }
+    bool isCrawlFinished() const { return m_crawlFinished; }
+    bool isSinglePage() const { return m_singlePage; }
+    // Fetch starts scheduled (waiting for their delay) but not yet begun.
+    int pendingStarts() const { return m_pendingStarts; }
+    LinkCheckerUrl *recordAt(int index) const; // nullptr past the end
+    int recordCount() const { return int(getCount()); }
+
+    // ---- Registry ------------------------------------------------------------------------------
+    void addToLookup(LinkCheckerUrl *record, const QString &key) override;
+    void addLink(LinkCheckerUrl *record, const QString &page) override;
+    // The record registered under url (normalised as records normalise their own URL), unless
+    // it is ignore; nullptr when none.
+    LinkCheckerUrl *weHaveThisOneAlready(const QString &url, const LinkCheckerUrl *ignore) const;
+    // Linear scan of the internal records comparing as the record itself compares URLs.
+    LinkCheckerUrl *weHaveThisInternalOneAlready(const QString &url, const LinkCheckerUrl *ignore);
+    bool weHaveThisTitleAlready(const LinkCheckerUrl *record) const;
+    // First record whose actual URL equals url exactly.
+    LinkCheckerUrl *getLinkCheckerUrlWithUrl(const QString &url) const;
+    int countBadCollection();
+    bool isInBadCollection(const LinkCheckerUrl *record) const;
+    // Appends while the collection holds fewer records than the links limit and answers true;
+    // a record refused at the limit is unregistered and deleted. nullptr is logged.
+    bool add(LinkCheckerUrl *record);
+    // The records found on a page, once per appearance; nullptr when the page is unknown.
+    const QList<LinkCheckerUrl *> *linksOnPage(const QString &page) const;
+    int numberOfLinksOnThisPage(const QString &page) const override;
+
+    // ---- Scope -----------------------------------------------------------------------------
+    void extractLinks(LinkCheckerUrl *record) override;
+    // Whether host is internal: everything is while the crawl knows no host at all.
+    bool compareHost(const QString &host, const QStringList &domains) const;
+    void resetDomain(LinkCheckerUrl *record) override;
+    QStringList getDomains() const { return m_domains; }
+    QStringList getFollowWhitelistArray() const { return m_followWhitelistArray; }
+    QStringList getFollowBlacklistArray() const { return m_followBlacklistArray; }
+    QStringList getCheckBlacklistArray() const { return m_checkBlacklistArray; }
+    QStringList getSoft404Array() const { return m_soft404Array; }
+    static bool isMailtoEtc(const QString &href);
+    static bool containsColon(const QString &text);
+    static bool isJavascript(const QString &text);
+    static bool isTel(const QString &text);
+    static bool containsOneOfTheseTerms(const QString &text, const QStringList &terms);
+    static QStringList trimEachItemInArray(const QStringList &items);
+    static QString stripHost(const QString &url);
+    // No image, HTML, internal, not coloured as a client or server error.
+    bool shouldBeInSitemapCollection(const LinkCheckerUrl *record) const;
+    static QString getChangeFrequencyForTag(int tag);
+
+    // ---- Pages -----------------------------------------------------------------------------
+    bool performSoft404CheckOnThisUrl(LinkCheckerUrl *record) override;
+    bool shouldPerformSoft404Check() const override;
+    // Writes the body (more than 1 byte) to the archive folder under the page's file name.
+    void archivePage(LinkCheckerUrl *record) override;
+    bool shouldArchive() const override;
+    // Asks for a folder and copies the archive there under a dated name.
+    void saveArchive();
+    static void clearTempFolder();
+    static void emptyTempFolder();
+    static void clearArchiveFolder();
+    static QString uniqueStringUsingDateAndTime();
+
+    // ---- Owner answers -------------------------------------------------------------------------
+    void threadHasFinished(LinkCheckerUrl *record) override;
+    void incNumberDone(LinkCheckerUrl *record) override;
+    void statusHasChangedFordO(LinkCheckerUrl *record) override;
+    void incNumberValidated(LinkCheckerUrl *record) override;
+    bool stopPressed() const override { return m_stopPressed; }
+    bool isRechecking() const override { return m_rechecking; }
+    bool shouldTrim() const override;
+    bool shouldIgnoreSlash() const override;
+    bool shouldTrimSpaces() const override;
+    bool getIgnoreQS() const override;
+    bool getCheckImages() const;
+    bool checkErrorPages() const;
+    bool isPlainTextMode() const override;
+    bool shouldFlagBlacklisted() const override;
+    double getTimeoutInterval() const override;
+    bool displayPageTitle() const override;
+    bool shouldHighlight() const override;
+    // Queued calls made for records of an earlier crawl run are dropped.
+    void later(std::function<void()> fn) override;
+
+    // ---- Views -------------------------------------------------------------------------------
+    // Bad-links-only switch, search text and link-type filter (0 all, 2 internal, 4 external,
+    // 3 images) of the hub's own views.
+    bool badLinksOnly() const { return m_badLinksOnly; }
+    void setBadLinksOnly(bool on);
+    void setSearchText(const QString &text) { m_searchText = text; }
+    void setLinksFilterTag(int tag) { m_linksFilterTag = tag; }
+    // Recomputes every record's visibility from the search text and the link-type filter.
+    void filter();
+    OrelDataObject *getnthItem(int index) override;
+    OrelDataObject *getnthVisibleItem(int n) override;
+    LinkCheckerUrl *getnthofAllItems(int index) const { return recordAt(index); }
+    // Visible records (collection); visible and bad (nullptr).
+    int countVisible(const std::vector<OrelDataObject *> *collection) const;
+    int numberOfRowsInTableView(TableDescription *table) override;
+    QString objectValueForTableColumn(TableDescription *table, const QString &columnId,
+                                      int row) override;
+
+    // ---- Exports ---------------------------------------------------------------------------
+    // Title of a flat-list column identifier ("status" -> "Status"); null when unknown.
+    static QString flatColumnTitle(const QString &identifier);
+    static QStringList flatColumnIdentifiers();
+    // The hub flat CSV: quoted titles, one line per page on which a visible row's link appears,
+    // "\r" line ends, values unescaped. badOnly shows only the bad collection.
+    QString flatCSV(const QStringList &columns, bool badOnly);
+    // Writes flatCSV() as UTF-8: atomically to a file, directly to "-" or "/dev/stdout".
+    bool exportAsFlatCSVForCLI(const QString &path, const QStringList &columns, bool badOnly,
+                               QString *error = nullptr);
+
+Q_SIGNALS:
+    // The controls go into the running state (new crawl, continue, re-check).
+    void crawlWillContinue();
+    // The controls go into the stopped state (pause, memory stop, end of the run).
+    void crawlDidStop();
+    // The end-of-crawl sequence has run; summary is "%i of %i links checked, %i bad".
+    void crawlFinishedSignal(const QString &summary);
+    void countChanged(int done, int total, int bad);
+    void countTextChanged(const QString &text);
+    void stateChanged(State state);
+    // The start URL field was normalised.
+    void startUrlChanged(const QString &url);
+    // The flat list should be rebuilt (after a pause and at the end of a run).
+    void reportRequested();
+    void recordAdded(LinkCheckerUrl *record);
+
+private:
+    void setState(State state);
+    void enterRunningState();
+    void enterStoppedState();
+    void setCountText(const QString &text);
+    void updateCountField();
+    void clearRegistry();
+    void unregister(LinkCheckerUrl *record);
+    void startAfterDelay(LinkCheckerUrl *record, double delaySeconds);
+    void addToTotals();
+    bool linksLimitReached() const;
+    int linksLimit() const;
+
+    // Page reading helpers.
+    bool pageShouldBeRead(LinkCheckerUrl *page);
+    void readPage(LinkCheckerUrl *page);
+
+    SettingsControls *m_controls; // not owned
+    OrelConfigManager *m_configManager; // not owned
+    std::unique_ptr<SEOManager> m_seo;
+
+    State m_state = State::Idle;
+    QString m_countText;
+    QString m_startUrl;
+
+    int m_nextUrlToCrawl = 0;
+    int m_numberOfThreadsDetached = 0;
+    int m_numberDone = 0;
+    int m_badCollectionCount = 0;
+    int m_pendingStarts = 0;
+    // Every record before this place has a status; the end sweep starts here.
+    int m_answeredPrefix = 0;
+    bool m_stopPressed = false;
+    bool m_crawlFinished = false;
+    bool m_singlePage = false;
+    bool m_rechecking = false;
+    bool m_memoryAlertShown = false;
+    // Raised by every new crawl; queued work of an older run compares and drops itself.
+    quint64 m_generation = 0;
+    LinkCheckerUrl *m_currentItem = nullptr;
+
+    QStringList m_domains;
+    QStringList m_checkBlacklistArray;
+    QStringList m_followBlacklistArray;
+    QStringList m_followWhitelistArray;
+    QStringList m_robotsBlacklistArray;
+    QStringList m_soft404Array;
+
+    // Created on first use and dropped by each new crawl; keys are shared by URLs and titles.
+    std::optional<QHash<QString, LinkCheckerUrl *>> m_lookupDictionary;
+    std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
+
+    bool m_badLinksOnly = false;
+    QString m_searchText;
+    int m_linksFilterTag = 0;
+};
+
+} // namespace orel

@@ -1,0 +1,397 @@
+// Link extraction and crawl scope of the crawl controller: whether a fetched page is read, the
+// scan of its links, and the records made for new links; plus the page archive.
+#include "engine/LinkCheckerHub.h"
+
+#include "common/AppSupport.h"
+#include "common/Dialogs.h"
+#include "common/Localize.h"
+#include "common/Log.h"
+#include "common/SettingsControls.h"
+#include "config/OrelConfigManager.h"
+#include "engine/CrawlScope.h"
+#include "links/ArchiveName.h"
+#include "links/LinkCheckerUrl.h"
+#include "parser/OrelParser.h"
+#include "seo/SEOManager.h"
+
+#include <QDate>
+#include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QUrl>
+
+namespace orel {
+
+namespace {
+
+bool copyFolder(const QString &from, const QString &to)
+{
+    if (!QDir().mkpath(to))
+        return false;
+    QDir source(from);
+    for (const QFileInfo &fi :
+         source.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        const QString target = to + QLatin1Char('/') + fi.fileName();
+        if (fi.isDir()) {
+            if (!copyFolder(fi.filePath(), target))
+                return false;
+        } else if (!QFile::copy(fi.filePath(), target)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+// ---- Scope tests ---------------------------------------------------------------------------------
+
+bool LinkCheckerHub::compareHost(const QString &host, const QStringList &domains) const
+{
+    // With no known host (a local start file) everything is internal. The test looks at the
+    // crawl's own list, whatever list the caller passes.
+    if (m_domains.isEmpty())
+        return true;
+    return CrawlScope::hostMatches(host, domains,
+                                   SettingsControls::isOn(m_controls->subdomainButton));
+}
+
+void LinkCheckerHub::resetDomain(LinkCheckerUrl *record)
+{
+    if (!record)
+        return;
+    const QString host = QUrl(record->getActualLinkUrl()).host();
+    if (m_domains.size() == 1)
+        m_domains = host.isEmpty() ? QStringList() : QStringList { host };
+    else if (!host.isEmpty())
+        m_domains.append(host);
+}
+
+bool LinkCheckerHub::isMailtoEtc(const QString &href)
+{
+    return CrawlScope::isMailtoEtc(href);
+}
+
+bool LinkCheckerHub::containsColon(const QString &text)
+{
+    return CrawlScope::containsColon(text);
+}
+
+bool LinkCheckerHub::isJavascript(const QString &text)
+{
+    return CrawlScope::isJavascript(text);
+}
+
+bool LinkCheckerHub::isTel(const QString &text)
+{
+    return CrawlScope::isTel(text);
+}
+
+bool LinkCheckerHub::containsOneOfTheseTerms(const QString &text, const QStringList &terms)
+{
+    return CrawlScope::containsOneOfTheseTerms(text, terms);
+}
+
+QStringList LinkCheckerHub::trimEachItemInArray(const QStringList &items)
+{
+    return CrawlScope::trimEachItemInArray(items);
+}
+
+QString LinkCheckerHub::stripHost(const QString &url)
+{
+    return CrawlScope::stripHost(url);
+}
+
+bool LinkCheckerHub::shouldBeInSitemapCollection(const LinkCheckerUrl *record) const
+{
+    if (!record || record->getIsImage() || !record->getIsHTML() || !record->isInternal())
+        return false;
+    const int colour = record->getColour();
+    return colour != 3 && colour != 4;
+}
+
+QString LinkCheckerHub::getChangeFrequencyForTag(int tag)
+{
+    static const char *const words[] = { "none",   "always",  "hourly", "daily",
+                                         "weekly", "monthly", "yearly", "never" };
+    if (tag < 0 || tag > 7)
+        return QString(QLatin1String(""));
+    return QLatin1String(words[tag]);
+}
+
+// ---- Reading a page ----------------------------------------------------------------------------
+
+void LinkCheckerHub::extractLinks(LinkCheckerUrl *record)
+{
+    if (!record)
+        return;
+    readPage(record);
+    record->clearData();
+    reloadData();
+}
+
+bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page)
+{
+    // A redirect onto a page that has its own record: that record reads it.
+    if (weHaveThisOneAlready(page->getRedir(), page))
+        return false;
+    if (!compareHost(QUrl(page->getActualLinkUrl()).host(), m_domains))
+        return false; // external pages are checked, never read
+    if (m_singlePage && recordAt(0) != page)
+        return false;
+
+    if (page->linkContainsOneOfTheseTerms(m_followBlacklistArray))
+        page->setIsBlacklisted(true);
+    if (!SettingsControls::isOn(m_controls->blacklistCheckContentCheckBox)) {
+        if (!m_followWhitelistArray.isEmpty()
+            && !page->linkContainsOneOfTheseTerms(m_followWhitelistArray))
+            page->setIsBlacklisted(true);
+    } else {
+        if (page->dataContainsOneOfTheseTerms(m_followBlacklistArray))
+            page->setIsBlacklisted(true);
+        if (!m_followWhitelistArray.isEmpty()) {
+            if (page->dataContainsOneOfTheseTerms(m_followWhitelistArray)
+                || page->linkContainsOneOfTheseTerms(m_followWhitelistArray))
+                log(QStringLiteral("contains whitelist term - ok"));
+            else
+                page->setIsBlacklisted(true);
+        }
+    }
+
+    // A page at exactly the levels limit is read; its links are checked but not read.
+    if (page->isBlacklisted() || page->getDistanceFromHome() > m_controls->levelsLimit
+        || linksLimitReached())
+        return false;
+
+    if (!SettingsControls::isOff(m_controls->nofollowCheckbox)) {
+        if (!SettingsControls::isOn(m_controls->nofollowCheckbox) || page->isNofollow())
+            return false;
+    }
+
+    if (!page->getIsHTML()) {
+        const bool xmlStart = page->isStartingPoint()
+                && page->getActualLinkUrl().contains(QLatin1String(".xml"));
+        if (!isPlainTextMode() && !xmlStart)
+            return false;
+    }
+    return true;
+}
+
+void LinkCheckerHub::readPage(LinkCheckerUrl *page)
+{
+    const QString actual = page->getActualLinkUrl();
+    const QUrl pageUrl(actual);
+    if (actual.isEmpty() || !pageUrl.isValid()) {
+        log(QStringLiteral("badly formed url: %1").arg(page->getLinkUrl()));
+        return;
+    }
+    if (!pageShouldBeRead(page))
+        return;
+
+    const SettingsControls &c = *m_controls;
+    std::unique_ptr<OrelParser> parser = OrelParser::initWithData(
+            page->getData(), c.userAgentString, SettingsControls::isOn(c.SEOEnabledCheckBox),
+            shouldArchive(), SettingsControls::isOn(c.robotsCheckBox),
+            SettingsControls::isOn(c.nofollowCheckbox) || SettingsControls::isOn(c.nofollowColCheckbox)
+                    || SettingsControls::isOn(c.nofollowFlatColCheckbox));
+    if (parser && page->isStartingPoint()) {
+        if (isPlainTextMode())
+            parser->setPlainTextMode();
+        else if (actual.contains(QLatin1String(".xml")))
+            parser->setXMLMode();
+    }
+
+    // Relative links are read against the page's base href (itself relative to the page) or
+    // else the page's own URL.
+    QUrl base = pageUrl;
+    if (parser) {
+        if (const std::optional<QUrl> baseHref = parser->getBaseHref(); baseHref && !baseHref->isEmpty())
+            base = baseHref->isRelative() ? pageUrl.resolved(*baseHref) : *baseHref;
+    }
+
+    const bool checkImages = getCheckImages();
+    const bool trim = shouldTrimSpaces();
+    std::optional<QString> href;
+    if (parser && parser->getLength() > 0) {
+        const QString title = parser->findTitle();
+        page->setLinkPageTitle(title.isNull() ? QString(QLatin1String("")) : title);
+        parser->reset();
+        href = parser->getNextHref(checkImages, trim);
+    }
+
+    const bool uniqueTitles = SettingsControls::isOn(c.uniqueTitleButton);
+    if (uniqueTitles && weHaveThisTitleAlready(page)) {
+        if (parser)
+            parser->curlUpAndDie();
+        return;
+    }
+    if (page->isErrorPage() && !checkErrorPages())
+        href.reset();
+    QString linkText = href ? parser->getData() : QString();
+    if (uniqueTitles && !page->getLinkPageTitle().isEmpty())
+        addToLookup(page, page->getLinkPageTitle());
+
+    if (parser && !m_rechecking && shouldBeInSitemapCollection(page)
+        && parser->getShouldBeIndexed()) {
+        if (!linksOnPage(actual))
+            m_seo->add(page);
+        std::optional<QVariantMap> rule;
+        if (m_configManager)
+            rule = m_configManager->ruleThatApplies(actual);
+        if (rule && rule->contains(QStringLiteral("update")))
+            page->setChangeFrequency(rule->value(QStringLiteral("update")).toString());
+        else
+            page->setChangeFrequency(getChangeFrequencyForTag(c.sitemapChangeFrequency));
+    }
+
+    const QString pageTitle = page->getLinkPageTitle();
+    const int distance = page->getDistanceFromHome() + 1;
+    const bool pageIsLocalFile = pageUrl.isLocalFile();
+    const bool trimQuery = SettingsControls::isOn(c.qsButton);
+    const bool hashIsBad = SettingsControls::isOn(c.hashIsBad);
+    const bool sitemapOnly = SettingsControls::isOn(c.sitemapOnly);
+
+    // Appends one occurrence of a link on this page to a record.
+    auto addOccurrence = [&](LinkCheckerUrl *record) {
+        record->setLinkText(linkText);
+        record->addOnPageUrl(actual);
+        record->addOnPageName(pageTitle);
+        record->addOnPageLinkText(linkText);
+    };
+
+    while (href) {
+        const QString &h = *href;
+        if (h.isEmpty() || h == QLatin1String("#")) {
+            if (hashIsBad && !linksLimitReached()) {
+                auto *record = new LinkCheckerUrl(this);
+                addOccurrence(record);
+                record->setDistanceFromHome(distance);
+                record->setStatus(localized("missing link url"));
+                record->setIsInternal(false);
+                record->setLinkUrl(h.isEmpty() ? QStringLiteral("empty quotes") : h, false);
+                incNumberDone(record);
+                add(record);
+                getNextUrlToCrawl();
+            }
+        } else if (const std::optional<QUrl> absoluteUrl = CrawlScope::resolve(base, h);
+                   !absoluteUrl) {
+            if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
+                auto *record = new LinkCheckerUrl(this);
+                addOccurrence(record);
+                record->setStatus(QStringLiteral("MCMS zref"));
+                record->addNofollow(parser->lastLinkWasNofollow());
+                incNumberDone(record);
+                add(record);
+            }
+        } else {
+            const QString absolute = QString::fromLatin1(absoluteUrl->toEncoded());
+            if (LinkCheckerUrl *known = weHaveThisOneAlready(absolute, nullptr)) {
+                known->addOnPageUrl(actual);
+                known->addOnPageName(pageTitle);
+                known->setLinkText(linkText);
+                known->addOnPageLinkText(linkText);
+                known->addNofollow(parser->lastLinkWasNofollow());
+                known->setHeadContainsNoFollow(parser->getHeadContainsNoFollow());
+                if (known->getIsImage())
+                    page->addLinkedImage(known);
+            } else if (!isMailtoEtc(h) && !absolute.isEmpty() && !linksLimitReached()) {
+                auto *record = new LinkCheckerUrl(this);
+                record->setLinkUrl(absolute, trimQuery);
+                record->setIsInternal(compareHost(absoluteUrl->host(), m_domains));
+                addOccurrence(record);
+                record->setDistanceFromHome(distance);
+                const QString scheme = absoluteUrl->scheme();
+                bool notChecked = false;
+                if (containsOneOfTheseTerms(absolute, m_checkBlacklistArray)) {
+                    record->setIsBlacklisted(true);
+                    notChecked = true;
+                } else if (scheme == QLatin1String("ftp")) {
+                    notChecked = true;
+                } else if (!record->isInternal() && sitemapOnly) {
+                    notChecked = true;
+                } else if (scheme == QLatin1String("file") && !pageIsLocalFile) {
+                    // A web page cannot make this program open local files.
+                    notChecked = true;
+                }
+                if (notChecked) {
+                    record->setStatus(localized("Not checked"));
+                    incNumberDone(record);
+                }
+                if (record->getIsImage())
+                    page->addLinkedImage(record);
+                record->addNofollow(parser->lastLinkWasNofollow());
+                record->setHeadContainsNoFollow(parser->getHeadContainsNoFollow());
+                if (add(record))
+                    getNextUrlToCrawl();
+            }
+        }
+        href = parser->getNextHref(checkImages, trim);
+        linkText = href ? parser->getData() : QString();
+    }
+    if (parser)
+        parser->curlUpAndDie();
+}
+
+// ---- Page archive ------------------------------------------------------------------------------
+
+void LinkCheckerHub::archivePage(LinkCheckerUrl *record)
+{
+    if (!record || record->getData().size() <= 1)
+        return;
+    if (!AppSupport::ensureFolder() || !QDir().mkpath(AppSupport::archiveFolder()))
+        return;
+    QSaveFile file(AppSupport::archiveFolder() + QLatin1Char('/')
+                   + archiveFileNameForUrl(record->getActualLinkUrl()));
+    // A failed write only loses the copy; the crawl goes on.
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(record->getData());
+        file.commit();
+    }
+}
+
+void LinkCheckerHub::saveArchive()
+{
+    if (!QFileInfo(AppSupport::folder()).isDir() || !QFileInfo(AppSupport::archiveFolder()).isDir())
+        return;
+    const std::optional<QString> folder =
+            Dialogs::current().chooseFolder(localized("Archive pages"), localized("Choose"));
+    if (!folder || folder->isEmpty())
+        return;
+    const QString target = *folder + QLatin1Char('/') + QStringLiteral("Orrelwick archived pages ")
+            + uniqueStringUsingDateAndTime();
+    if (!copyFolder(AppSupport::archiveFolder(), target))
+        log(QStringLiteral("Unsuccessful saving %1\n").arg(*folder));
+}
+
+void LinkCheckerHub::clearTempFolder()
+{
+    AppSupport::ensureFolder();
+    QDir(AppSupport::tempFolder()).removeRecursively();
+}
+
+void LinkCheckerHub::emptyTempFolder()
+{
+    clearTempFolder();
+    QDir().mkpath(AppSupport::tempFolder());
+}
+
+void LinkCheckerHub::clearArchiveFolder()
+{
+    AppSupport::ensureFolder();
+    QDir(AppSupport::archiveFolder()).removeRecursively();
+}
+
+QString LinkCheckerHub::uniqueStringUsingDateAndTime()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    return QStringLiteral("%1%2%3%4%5")
+            .arg(now.date().day())
+            .arg(now.date().month())
+            .arg(now.date().year())
+            .arg(now.time().hour())
+            .arg(now.time().minute());
+}
+
+} // namespace orel

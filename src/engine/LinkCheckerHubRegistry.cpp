@@ -1,0 +1,180 @@
+// Link registry of the crawl controller: the lookup from normalised URL (or page title) to
+// record, the by-page index, the bad collection and the links limit.
+#include "engine/LinkCheckerHub.h"
+
+#include "common/Log.h"
+#include "common/SettingsControls.h"
+#include "engine/CrawlScope.h"
+#include "links/LinkCheckerUrl.h"
+
+namespace orel {
+
+namespace {
+
+// The dictionaries are sized for the links limit up front, but a huge limit must not reserve
+// memory that a small crawl never uses.
+constexpr int kMaxReserve = 1 << 16;
+
+} // namespace
+
+int LinkCheckerHub::linksLimit() const
+{
+    return m_controls->linksLimit;
+}
+
+bool LinkCheckerHub::linksLimitReached() const
+{
+    return recordCount() >= linksLimit();
+}
+
+void LinkCheckerHub::clearRegistry()
+{
+    m_lookupDictionary.reset();
+    m_byPageDictionary.reset();
+}
+
+void LinkCheckerHub::addToLookup(LinkCheckerUrl *record, const QString &key)
+{
+    if (!record || key.isNull()) {
+        log(QStringLiteral("**** unable to add %1 to lookup").arg(key));
+        stop();
+        return;
+    }
+    if (!m_lookupDictionary) {
+        m_lookupDictionary.emplace();
+        m_lookupDictionary->reserve(std::clamp(linksLimit(), 16, kMaxReserve));
+    }
+    m_lookupDictionary->insert(key, record);
+}
+
+void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
+{
+    if (!m_byPageDictionary) {
+        m_byPageDictionary.emplace();
+        m_byPageDictionary->reserve(std::clamp(linksLimit(), 16, kMaxReserve));
+    }
+    (*m_byPageDictionary)[page].append(record);
+}
+
+LinkCheckerUrl *LinkCheckerHub::weHaveThisOneAlready(const QString &url,
+                                                     const LinkCheckerUrl *ignore) const
+{
+    if (url.isEmpty() || !m_lookupDictionary)
+        return nullptr;
+    const QString key = CrawlScope::lookupKey(url, shouldTrim(), shouldIgnoreSlash());
+    LinkCheckerUrl *found = m_lookupDictionary->value(key, nullptr);
+    return found == ignore ? nullptr : found;
+}
+
+LinkCheckerUrl *LinkCheckerHub::weHaveThisInternalOneAlready(const QString &url,
+                                                             const LinkCheckerUrl *ignore)
+{
+    if (url.isEmpty())
+        return nullptr;
+    const QByteArray candidate = url.toLatin1();
+    const bool trim = shouldTrim();
+    const bool slash = shouldIgnoreSlash();
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (record == ignore || !record->isInternal())
+            continue;
+        if (record->isEqualToUrl(candidate, trim, slash))
+            return record;
+    }
+    return nullptr;
+}
+
+bool LinkCheckerHub::weHaveThisTitleAlready(const LinkCheckerUrl *record) const
+{
+    if (!record || !SettingsControls::isOn(m_controls->uniqueTitleButton))
+        return false;
+    const QString title = record->getLinkPageTitle();
+    if (title.isEmpty() || !m_lookupDictionary)
+        return false;
+    return m_lookupDictionary->contains(title);
+}
+
+LinkCheckerUrl *LinkCheckerHub::getLinkCheckerUrlWithUrl(const QString &url) const
+{
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (record->getActualLinkUrl() == url)
+            return record;
+    }
+    return nullptr;
+}
+
+int LinkCheckerHub::countBadCollection()
+{
+    int bad = 0;
+    for (OrelDataObject *item : items()) {
+        if (static_cast<LinkCheckerUrl *>(item)->isInBadCollection())
+            ++bad;
+    }
+    m_badCollectionCount = bad;
+    return bad;
+}
+
+bool LinkCheckerHub::isInBadCollection(const LinkCheckerUrl *record) const
+{
+    return record && record->isInBadCollection();
+}
+
+bool LinkCheckerHub::add(LinkCheckerUrl *record)
+{
+    if (!record)
+        log(QStringLiteral("*** attempt to add null link ***"));
+    if (linksLimitReached()) {
+        if (record) {
+            // Nothing may keep pointing at a record that the collection does not own.
+            unregister(record);
+            delete record;
+        }
+        return false;
+    }
+    if (!record)
+        return false;
+    bhDataSource::add(record);
+    Q_EMIT recordAdded(record);
+    return true;
+}
+
+void LinkCheckerHub::unregister(LinkCheckerUrl *record)
+{
+    if (m_lookupDictionary) {
+        for (auto it = m_lookupDictionary->begin(); it != m_lookupDictionary->end();) {
+            if (it.value() == record)
+                it = m_lookupDictionary->erase(it);
+            else
+                ++it;
+        }
+    }
+    if (m_byPageDictionary) {
+        for (const QString &page : record->getOnPageUrlArray()) {
+            auto it = m_byPageDictionary->find(page);
+            if (it == m_byPageDictionary->end())
+                continue;
+            it->removeAll(record);
+            if (it->isEmpty())
+                m_byPageDictionary->erase(it);
+        }
+    }
+    if (m_currentItem == record)
+        m_currentItem = nullptr;
+}
+
+const QList<LinkCheckerUrl *> *LinkCheckerHub::linksOnPage(const QString &page) const
+{
+    if (!m_byPageDictionary)
+        return nullptr;
+    auto it = m_byPageDictionary->constFind(page);
+    return it == m_byPageDictionary->constEnd() ? nullptr : &it.value();
+}
+
+int LinkCheckerHub::numberOfLinksOnThisPage(const QString &page) const
+{
+    const QList<LinkCheckerUrl *> *links = linksOnPage(page);
+    return links ? int(links->size()) : 0;
+}
+
+} // namespace orel

@@ -1,0 +1,201 @@
+// The crawl controller as the data source of its link views: visibility, rows, and the flat CSV
+// export used by the command line.
+#include "engine/LinkCheckerHub.h"
+
+#include "common/Log.h"
+#include "links/LinkCheckerUrl.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+#include <cstdio>
+
+namespace orel {
+
+namespace {
+
+struct FlatColumn
+{
+    const char *identifier;
+    const char *title;
+};
+
+// The columns of the flat list, in their default order.
+constexpr FlatColumn kFlatColumns[] = {
+    { "status", "Status" },       { "linkurl", "URL" },           { "redir", "Redirected To" },
+    { "linktext", "Link Text" },  { "onpageurl", "On Page" },     { "timestamp", "Time Stamp" },
+    { "distance", "Distance" },   { "nofollow", "Nofollow" },
+};
+
+} // namespace
+
+void LinkCheckerHub::setBadLinksOnly(bool on)
+{
+    m_badLinksOnly = on;
+    reloadData();
+}
+
+void LinkCheckerHub::filter()
+{
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        bool visible = m_searchText.isEmpty() || record->contains(m_searchText);
+        if (m_linksFilterTag == 2 && !record->isInternal())
+            visible = false;
+        else if (m_linksFilterTag == 4 && record->isInternal())
+            visible = false;
+        else if (m_linksFilterTag == 3 && !record->getIsImage())
+            visible = false;
+        record->setVisible(visible);
+    }
+    reloadData();
+}
+
+OrelDataObject *LinkCheckerHub::getnthItem(int index)
+{
+    if (m_badLinksOnly) {
+        if (m_badCollectionCount == 0)
+            return nullptr;
+        int seen = 0;
+        for (OrelDataObject *item : items()) {
+            if (static_cast<LinkCheckerUrl *>(item)->isInBadCollection() && seen++ == index)
+                return item;
+        }
+        // Fewer bad records than asked for: the plain answer below.
+    }
+    return recordAt(index);
+}
+
+OrelDataObject *LinkCheckerHub::getnthVisibleItem(int n)
+{
+    if (m_badLinksOnly && m_badCollectionCount == 0)
+        return nullptr;
+    const int count = recordCount();
+    int seen = 0;
+    for (int i = 0; i < count; ++i) {
+        auto *record = static_cast<LinkCheckerUrl *>(getnthSortedItem(i));
+        if (!record || !record->getVisible())
+            continue;
+        if (m_badLinksOnly && !record->isInBadCollection())
+            continue;
+        if (seen++ == n)
+            return record;
+    }
+    return nullptr;
+}
+
+int LinkCheckerHub::countVisible(const std::vector<OrelDataObject *> *collection) const
+{
+    int n = 0;
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (record->getVisible() && (collection || record->isInBadCollection()))
+            ++n;
+    }
+    return n;
+}
+
+int LinkCheckerHub::numberOfRowsInTableView(TableDescription *)
+{
+    if (m_searchText.isEmpty() && m_linksFilterTag == 0)
+        return m_badLinksOnly ? m_badCollectionCount : recordCount();
+    return m_badLinksOnly ? countVisible(nullptr) : countVisible(&items());
+}
+
+QString LinkCheckerHub::objectValueForTableColumn(TableDescription *, const QString &columnId,
+                                                  int row)
+{
+    OrelDataObject *item = getnthVisibleItem(row);
+    return item ? item->getFieldByName(columnId) : QString(QLatin1String(""));
+}
+
+QString LinkCheckerHub::flatColumnTitle(const QString &identifier)
+{
+    for (const FlatColumn &c : kFlatColumns) {
+        if (identifier == QLatin1String(c.identifier))
+            return QLatin1String(c.title);
+    }
+    return {};
+}
+
+QStringList LinkCheckerHub::flatColumnIdentifiers()
+{
+    QStringList out;
+    for (const FlatColumn &c : kFlatColumns)
+        out.append(QLatin1String(c.identifier));
+    return out;
+}
+
+QString LinkCheckerHub::flatCSV(const QStringList &columns, bool badOnly)
+{
+    const bool savedBadOnly = m_badLinksOnly;
+    m_badLinksOnly = badOnly;
+    if (badOnly)
+        countBadCollection();
+
+    QString out;
+    for (int i = 0; i < columns.size(); ++i) {
+        if (i)
+            out += QLatin1Char(',');
+        out += QLatin1Char('"') + flatColumnTitle(columns.at(i)) + QLatin1Char('"');
+    }
+    out += QLatin1Char('\r');
+
+    // The visible rows in sorted order, walked once (asking for row n each time would walk the
+    // collection again for every row).
+    const bool noRows = m_badLinksOnly && m_badCollectionCount == 0;
+    const int count = noRows ? 0 : recordCount();
+    QStringList values(columns.size());
+    for (int i = 0; i < count; ++i) {
+        auto *record = static_cast<LinkCheckerUrl *>(getnthSortedItem(i));
+        if (!record || !record->getVisible() || (m_badLinksOnly && !record->isInBadCollection()))
+            continue;
+        const QStringList pages = record->getOnPagesArray();
+        if (pages.isEmpty())
+            continue;
+        int pageColumn = -1;
+        for (int c = 0; c < columns.size(); ++c) {
+            if (columns.at(c) == QLatin1String("onpageurl"))
+                pageColumn = c;
+            else
+                values[c] = record->getFieldByName(columns.at(c));
+        }
+        for (const QString &page : pages) {
+            if (pageColumn >= 0)
+                values[pageColumn] = page;
+            for (int c = 0; c < columns.size(); ++c) {
+                if (c)
+                    out += QLatin1Char(',');
+                out += QLatin1Char('"') + values.at(c) + QLatin1Char('"');
+            }
+            out += QLatin1Char('\r');
+        }
+    }
+    m_badLinksOnly = savedBadOnly;
+    return out;
+}
+
+bool LinkCheckerHub::exportAsFlatCSVForCLI(const QString &path, const QStringList &columns,
+                                           bool badOnly, QString *error)
+{
+    const QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
+    if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) {
+        std::fflush(stdout);
+        const bool ok = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
+                        == std::size_t(bytes.size())
+                && std::fflush(stdout) == 0;
+        if (!ok && error)
+            *error = QStringLiteral("cannot write to standard output");
+        return ok;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
+        if (error)
+            *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+} // namespace orel

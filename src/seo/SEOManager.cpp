@@ -1,0 +1,38 @@
+#include "seo/SEOManager.h"
+
+#include "links/LinkCheckerUrl.h"
+
+namespace orel {
+
+SEOManager::SEOManager(QObject *parent) : QObject(parent), bhDataSource(false) { }
+
+SEOManager::~SEOManager() = default;
+
+void SEOManager::clear()
+{
+    bhDataSource::clear();
+    m_numberDone = 0;
+}
+
+void SEOManager::go()
+{
+    m_numberDone = 0;
+    m_stopPressed = false;
+    m_crawlFinished = false;
+}
+
+void SEOManager::add(LinkCheckerUrl *record)
+{
+    if (record)
+        bhDataSource::add(record);
+}
+
+LinkCheckerUrl *SEOManager::pageAt(int index) const
+{
+    const auto &all = items();
+    if (index < 0 || std::size_t(index) >= all.size())
+        return nullptr;
+    return static_cast<LinkCheckerUrl *>(all[std::size_t(index)]);
+}
+
+} // namespace orel

@@ -1,3 +1,0 @@
-// Keeps this module's object library valid while it has no other source.
-namespace orel {
-}
