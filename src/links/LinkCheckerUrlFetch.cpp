@@ -1,0 +1,380 @@
+// The fetch of a link record: the record is the delegate of its own connection and turns the
+// transfer's events into its status, redirect target, sizes and timings, reporting to the owner.
+//
+// "Post and wait" messages to the owner are direct calls (the callbacks already run on the main
+// thread); "post, no wait" messages go through owner->later() so they run in a later pass of
+// the event loop. Every path that ends an ordinary check sends incNumberDone and
+// threadHasFinished exactly once; validator requests end with incNumberValidated instead.
+#include "links/LinkCheckerUrl.h"
+
+#include "common/Log.h"
+#include "links/LinkCheckerUrlExtras.h"
+#include "links/LinkOwner.h"
+#include "links/ReasonPhrase.h"
+#include "links/myNSURLConnection.h"
+
+#include <QUrl>
+
+#include <new>
+
+namespace orel {
+
+namespace {
+
+// Without a connection (tests driving the delegate directly) a call is an ordinary check.
+int kindOf(const myNSURLConnection *connection)
+{
+    return connection ? connection->getIdentifier() : CrawlFetch;
+}
+
+// "host" or "host:port" of a URL, for the "Host" header of the next request.
+QByteArray hostHeaderFor(const QString &url)
+{
+    const QUrl parsed(url);
+    QString host = parsed.host(QUrl::FullyEncoded);
+    if (parsed.port() >= 0)
+        host += QLatin1Char(':') + QString::number(parsed.port());
+    return host.toUtf8();
+}
+
+// The first character of a status read as a digit; anything else counts as 0.
+int statusClass(const QString &status)
+{
+    if (status.isEmpty() || !status.at(0).isDigit())
+        return 0;
+    return status.at(0).digitValue();
+}
+
+} // namespace
+
+bool LinkCheckerUrl::ownerStopPressed() const
+{
+    return m_owner && m_owner->stopPressed();
+}
+
+void LinkCheckerUrl::cancelAndRelease()
+{
+    if (m_connection && !m_connection->isCancelled())
+        m_connection->cancel();
+    m_connection = nullptr;
+}
+
+void LinkCheckerUrl::postThreadHasFinished()
+{
+    if (LinkOwner *owner = m_owner)
+        owner->later([owner, this] { owner->threadHasFinished(this); });
+}
+
+void LinkCheckerUrl::postIncNumberDone()
+{
+    if (LinkOwner *owner = m_owner)
+        owner->later([owner, this] { owner->incNumberDone(this); });
+}
+
+void LinkCheckerUrl::postIncNumberValidated()
+{
+    if (LinkOwner *owner = m_owner)
+        owner->later([owner, this] { owner->incNumberValidated(this); });
+}
+
+// ---- Redirects -------------------------------------------------------------------------------
+
+std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *connection,
+                                                          const UrlRequest &proposed,
+                                                          const UrlResponse *redirectResponse)
+{
+    if (connection && !m_connection)
+        m_connection = connection;
+    const int kind = kindOf(connection);
+
+    // The initial request passes through here too, so at most 100 real redirects are followed.
+    if (m_numberOfRedirects > 100) {
+        log(QStringLiteral("recurring redirect"));
+        setStatus(QStringLiteral("recurring redirect"));
+        cancelAndRelease();
+        postIncNumberDone();
+        postThreadHasFinished();
+        return std::nullopt;
+    }
+    ++m_numberOfRedirects;
+
+    UrlRequest next = proposed;
+    next.setHeader("Host", hostHeaderFor(proposed.url));
+
+    if (kind == HighlightFetch)
+        return next;
+
+    if (proposed.url.isEmpty()) {
+        setStatus(QStringLiteral("redirection to nowhere"));
+        cancelAndRelease();
+        postIncNumberDone();
+        postThreadHasFinished();
+        return std::nullopt;
+    }
+
+    if (proposed.url == m_actualLinkUrl || kind == ValidatorRequest)
+        return next;
+
+    const bool trim = m_owner && m_owner->shouldTrim();
+    if (!m_redir.isEmpty()) {
+        // A later hop of a chain: the target moves on, the status keeps the first hop's code.
+        setRedir(proposed.url);
+    } else {
+        QByteArray candidate;
+        if (!copyToBuffer(proposed.url, candidate))
+            return next;
+        const bool ignoreSlash = m_owner && m_owner->shouldIgnoreSlash();
+        if (isEqualToUrl(candidate, trim, ignoreSlash)) {
+            // The same URL as far as matching goes (e.g. only a trailing slash added): absorb
+            // it instead of reporting a redirect.
+            setLinkUrl(proposed.url, trim);
+        } else {
+            setRedir(proposed.url);
+            if (redirectResponse && redirectResponse->statusCode > 0)
+                updateStatus(statusText(redirectResponse->statusCode));
+        }
+    }
+
+    // The crawl's domain follows a redirected start URL.
+    if (m_isStartingPoint && m_owner)
+        m_owner->resetDomain(this);
+    return next;
+}
+
+// ---- Authentication --------------------------------------------------------------------------
+
+bool LinkCheckerUrl::canAuthenticateAgainstProtectionSpace(myNSURLConnection *,
+                                                           AuthMethod method)
+{
+    return method == AuthMethod::ServerTrust && m_isStartingPoint;
+}
+
+// The site's own certificate is accepted; no user name or password is ever offered.
+void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *,
+                                                       AuthChallenge &challenge)
+{
+    log(QStringLiteral("received authentication challenge from %1").arg(m_actualLinkUrl));
+    if (ownerStopPressed())
+        return;
+    if (challenge.method == AuthMethod::ServerTrust && m_isInternal) {
+        challenge.useServerTrustCredential();
+        return;
+    }
+    setStatus(QStringLiteral("requires authentication"));
+    challenge.cancel();
+    cancelAndRelease();
+    if (m_owner)
+        m_owner->incNumberDone(this);
+    postThreadHasFinished();
+}
+
+// ---- Response --------------------------------------------------------------------------------
+
+void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const UrlResponse &response)
+{
+    const int kind = kindOf(connection);
+    if (m_sentRequestMs < 0 || kind == HighlightFetch)
+        return;
+    if (ownerStopPressed()) {
+        cancelAndRelease();
+        return;
+    }
+
+    if (kind != ValidatorRequest)
+        m_responseTimeInterval = getTimeSinceSent();
+
+    const HeaderList headers = response.isHttp ? response.headers : HeaderList();
+    bool hasContentLength = false;
+    const QByteArray contentLength = headerValue(headers, "Content-Length", &hasContentLength);
+    if (m_isImage || kind == PageWeightFetch) {
+        if (hasContentLength)
+            setFileSizeCompressed(contentLength.trimmed().toInt());
+        else
+            log(QStringLiteral("Content-Length header isn't available for %1, uncompressed size "
+                               "will be set to = final data length")
+                        .arg(m_actualLinkUrl));
+    }
+    m_contentlengthunavailable = !hasContentLength;
+
+    if (kind == ValidatorRequest) {
+        // The validator has used both spellings of its headers; both are read, in this order.
+        static const char *const spellings[2][3] = {
+            {"X-W3C-Validator-Status", "X-W3C-Validator-Warnings", "X-W3C-Validator-Errors"},
+            {"X-W3c-Validator-Status", "X-W3c-Validator-Warnings", "X-W3c-Validator-Errors"},
+        };
+        for (const auto &names : spellings) {
+            bool found = false;
+            const QByteArray status = headerValue(headers, names[0], &found);
+            if (!found)
+                continue;
+            setValidatorStatus(QString::fromUtf8(status.trimmed()));
+            setValidatorWarnings(headerValue(headers, names[1]).trimmed().toInt());
+            setValidatorErrors(headerValue(headers, names[2]).trimmed().toInt());
+            cancelAndRelease();
+            postIncNumberValidated();
+            return;
+        }
+        return;
+    }
+
+    if (!response.isHttp) {
+        setStatus(QStringLiteral("200 no error (not http)"));
+        m_isHTML = response.mimeType.contains(QLatin1String("html"), Qt::CaseInsensitive);
+    } else {
+        m_isHTML = headerValue(headers, "Content-Type").toLower().contains("html");
+        const QString text = statusText(response.statusCode);
+        if (m_isBeingRechecked)
+            setStatus(text);
+        else
+            updateStatus(text); // follows any redirect texts
+    }
+
+    // A re-check needs only the status.
+    if (m_isBeingRechecked) {
+        cancelAndRelease();
+        if (m_owner) {
+            m_owner->incNumberDone(this);
+            m_owner->statusHasChangedFordO(this);
+            m_owner->threadHasFinished(this);
+        }
+        m_isBeingRechecked = false;
+        return;
+    }
+
+    if (m_owner)
+        m_owner->statusHasChangedFordO(this);
+
+    // The body is needed only to read a page, measure an image or a page-weight resource, or
+    // look for a soft 404 on an external page.
+    const bool notNeeded = !m_isHTML && !m_isImage && !m_isStartingPoint && kind != PageWeightFetch;
+    const bool externalNotNeeded = !m_isInternal && kind != PageWeightFetch
+            && !(m_owner && m_owner->shouldPerformSoft404Check());
+    if (notNeeded || externalNotNeeded) {
+        cancelAndRelease();
+        if (m_owner)
+            m_owner->incNumberDone(this);
+        postThreadHasFinished();
+    }
+}
+
+std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *connection,
+                                                            const QByteArray &cachedData)
+{
+    if (kindOf(connection) == ValidatorRequest)
+        return cachedData;
+    extras().cacheData = cachedData;
+    m_data = QByteArray();
+    return std::nullopt;
+}
+
+// ---- Data ------------------------------------------------------------------------------------
+
+void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *bytes,
+                                    qsizetype length)
+{
+    const int kind = kindOf(connection);
+    if (ownerStopPressed()) {
+        cancelAndRelease();
+        return;
+    }
+    if (m_isBeingRechecked && kind != HighlightFetch) {
+        cancelAndRelease();
+        return;
+    }
+    try {
+        if (kind == HighlightFetch) {
+            extras().onPageData.append(bytes, length);
+            return;
+        }
+        if (m_extra && m_extra->cacheData)
+            return;
+        // No size limit: a very large page is kept whole.
+        m_data.append(bytes, length);
+    } catch (const std::bad_alloc &) {
+        log(QStringLiteral("**** failed to add data for %1").arg(m_actualLinkUrl));
+        cancelAndRelease();
+        if (m_owner)
+            m_owner->stop();
+    }
+}
+
+// ---- Failure ---------------------------------------------------------------------------------
+
+void LinkCheckerUrl::didFailWithError(myNSURLConnection *connection, const UrlError &error)
+{
+    const int kind = kindOf(connection);
+    if (ownerStopPressed()) {
+        cancelAndRelease();
+        return;
+    }
+    if (kind == HighlightFetch) {
+        cancelAndRelease();
+        return;
+    }
+    if (kind == ValidatorRequest) {
+        setValidatorStatus(error.localizedDescription);
+        cancelAndRelease();
+        postIncNumberValidated();
+        return;
+    }
+
+    setStatus(error.localizedDescription);
+    if (m_isBeingRechecked) {
+        cancelAndRelease();
+        if (m_owner) {
+            m_owner->incNumberDone(this);
+            m_owner->statusHasChangedFordO(this);
+            m_owner->threadHasFinished(this);
+        }
+        m_isBeingRechecked = false;
+        return;
+    }
+    if (m_owner) {
+        m_owner->statusHasChangedFordO(this);
+        m_owner->incNumberDone(this);
+    }
+    postThreadHasFinished();
+    cancelAndRelease();
+}
+
+// ---- End of data -----------------------------------------------------------------------------
+
+void LinkCheckerUrl::connectionDidFinishLoading(myNSURLConnection *connection)
+{
+    const int kind = kindOf(connection);
+    if (m_sentRequestMs < 0)
+        return;
+    if (ownerStopPressed()) {
+        cancelAndRelease();
+        return;
+    }
+
+    if (kind == PageWeightFetch || m_isImage) {
+        m_loadTimeInterval = getTimeSinceSent() - m_responseTimeInterval;
+        setFileSize(int(m_data.size()));
+        if (m_contentlengthunavailable)
+            setFileSizeCompressed(int(m_data.size()));
+    }
+
+    if (kind == HighlightFetch) {
+        // The owner highlights the link in the fetched page when the slot is released.
+        postThreadHasFinished();
+    } else {
+        if (m_isInternal && m_isHTML && m_owner && m_owner->shouldArchive())
+            m_owner->archivePage(this);
+        if (statusClass(m_status) < 4 && m_owner && m_owner->performSoft404CheckOnThisUrl(this))
+            updateStatus(QStringLiteral("404 'soft 404'"));
+        if (m_owner) {
+            m_owner->incNumberDone(this);
+            if (!m_owner->isRechecking())
+                m_owner->extractLinks(this);
+        }
+        postThreadHasFinished();
+    }
+
+    cancelAndRelease();
+    if (m_isInternal)
+        clearData();
+}
+
+} // namespace orel
