@@ -688,15 +688,17 @@ std::unique_ptr<OrelDbItem> OrelParser::getItem()
         std::unique_ptr<OrelXmlTag> tag = getTag(false);
         if (!tag)
             return nullptr;
-        if (tag->isClosing())
+        if (tag->isClosing()) {
             --indent;
-        else
+        } else {
+            // Only an opening tag names the levels above the rows.
             ++indent;
-        if (indent == 2)
-            grandParent = tag->getData();
-        if (indent == 3) {
-            parent = tag->getData();
-            newParentPending = true;
+            if (indent == 2)
+                grandParent = tag->getData();
+            if (indent == 3) {
+                parent = tag->getData();
+                newParentPending = true;
+            }
         }
         if (indent <= 0)
             return nullptr;

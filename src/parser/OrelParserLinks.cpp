@@ -141,6 +141,8 @@ bool OrelParser::moveToStartOfSrc()
 bool OrelParser::digOutAlt()
 {
     insideQuotes = false;
+    if (aBuffer == '>') // already at the end of the tag (an unquoted src)
+        return false;
     for (;;) {
         if (!getNextByte() || aBuffer == '>')
             return false;

@@ -1,0 +1,47 @@
+// Helpers of the scanner tests: a scanner over a literal page and the links it yields.
+#pragma once
+
+#include "parser/OrelParser.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <ostream>
+
+// Readable strings in test failure messages.
+inline void PrintTo(const QString &s, std::ostream *os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
+
+namespace orel::test {
+
+inline std::unique_ptr<OrelParser> scan(const QByteArray &page, bool checkNofollow = false)
+{
+    return OrelParser::initWithData(page, QStringLiteral("test"), false, false, true,
+                                    checkNofollow);
+}
+
+// Every URL getNextHref() yields, in order.
+inline QStringList hrefs(const QByteArray &page, bool images = true, bool trim = false)
+{
+    auto p = scan(page);
+    QStringList out;
+    while (auto h = p->getNextHref(images, trim))
+        out << *h;
+    return out;
+}
+
+// Every URL with its link text, as "url|text".
+inline QStringList hrefsWithText(const QByteArray &page, bool images = true)
+{
+    auto p = scan(page);
+    QStringList out;
+    while (auto h = p->getNextHref(images, false))
+        out << *h + QLatin1Char('|') + p->getData();
+    return out;
+}
+
+} // namespace orel::test
