@@ -1,36 +1,204 @@
-// Placeholder until the network layer lands: every transfer fails at once.
 #include "links/myNSURLConnection.h"
 
 #include "common/Log.h"
+#include "links/CurlMultiDriver.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMimeDatabase>
+#include <QPointer>
 #include <QTimer>
+#include <QUrl>
+
+#include <curl/curl.h>
+
+#include <memory>
 
 namespace orel {
 
-struct myNSURLConnection::Private
+namespace {
+
+int s_active = 0;
+
+// A redirect loop that no delegate stops still ends.
+constexpr int MaxHops = 1000;
+// File bytes are handed over in slices so that a large file does not block the event loop.
+constexpr qint64 FileSlice = 1 << 20;
+
+bool hasScheme(const QString &url, QLatin1StringView scheme)
 {
+    return url.size() > scheme.size() && url.at(scheme.size()) == QLatin1Char(':')
+        && url.startsWith(scheme, Qt::CaseInsensitive);
+}
+
+// libcurl refuses spaces and raw non-ASCII in a URL; everything else is passed as given.
+QByteArray urlBytes(const QString &url)
+{
+    const QByteArray utf8 = url.toUtf8();
+    QByteArray out;
+    out.reserve(utf8.size());
+    static const char hex[] = "0123456789ABCDEF";
+    for (char c : utf8) {
+        const auto b = static_cast<unsigned char>(c);
+        if (b <= 0x20 || b >= 0x7f || c == '"' || c == '<' || c == '>' || c == '\\' || c == '^'
+            || c == '`' || c == '{' || c == '|' || c == '}') {
+            out.append('%');
+            out.append(hex[b >> 4]);
+            out.append(hex[b & 15]);
+        } else {
+            out.append(c);
+        }
+    }
+    return out;
+}
+
+QString hostAndPort(const QString &url)
+{
+    const QUrl u(url);
+    const int port = u.port();
+    return port < 0 ? u.host() : u.host() + QLatin1Char(':') + QString::number(port);
+}
+
+AuthMethod authMethodOf(const QByteArray &wwwAuthenticate, QString *realm)
+{
+    const QByteArray value = wwwAuthenticate.trimmed();
+    const int realmAt = value.toLower().indexOf("realm=");
+    if (realmAt >= 0) {
+        QByteArray r = value.mid(realmAt + 6);
+        if (r.startsWith('"'))
+            r = r.mid(1, r.indexOf('"', 1) - 1);
+        else
+            r = r.left(r.indexOf(','));
+        *realm = QString::fromUtf8(r.trimmed());
+    }
+    const QByteArray scheme = value.left(value.indexOf(' ')).toLower();
+    if (scheme == "basic")
+        return AuthMethod::HttpBasic;
+    if (scheme == "digest")
+        return AuthMethod::HttpDigest;
+    return AuthMethod::HttpOther;
+}
+
+bool isRedirectStatus(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+} // namespace
+
+// The state of one transfer: the request on the wire now, the response being received and what
+// happens with its body. Every delegate call goes through call(), which notices when the
+// delegate cancels or deletes the connection.
+struct myNSURLConnection::Private final : public CurlTransfer
+{
+    // What the body of the current response is for.
+    enum class Body { Deliver, Discard, Hold };
+
+    myNSURLConnection *q;
+    ConnectionDelegate *delegate;
+    UrlRequest request;
+    void *easy = nullptr;
+    curl_slist *headerList = nullptr;
+    char errorBuffer[CURL_ERROR_SIZE];
+
+    // The response being received.
+    int status = 0;
+    HeaderList headers;
+    bool headersComplete = false;
+    Body body = Body::Deliver;
+    UrlResponse held; // a redirect or authentication response, until the transfer ends
+    QByteArray heldBody;
+
+    int hops = 0;
+    QString trustedHost; // whose certificate the delegate accepted for this transfer
+    bool ended = false;
+    bool *alive = nullptr;
+    std::unique_ptr<QFile> file;
+
+    Private(myNSURLConnection *owner, ConnectionDelegate *d)
+        : q(owner)
+        , delegate(d)
+    {
+        errorBuffer[0] = 0;
+    }
+    ~Private() { release(); }
+
+    // Runs one delegate call; false when the connection was cancelled or deleted meanwhile.
+    template <typename F> bool call(F &&f)
+    {
+        bool living = true;
+        bool *outer = alive;
+        alive = &living;
+        f();
+        if (!living) {
+            if (outer)
+                *outer = false;
+            return false;
+        }
+        alive = outer;
+        return !q->m_cancelled;
+    }
+
+    void begin(const UrlRequest &initial);
+    void send(const UrlRequest &next);
+    bool configure();
+    void release();
+    void markEnded();
+    void endSilently();
+    void finish();
+    void fail(int code, const QString &text);
+    void failCurl(int curlCode);
+
+    bool headersDone();
+    UrlResponse makeResponse() const;
+    void followRedirect();
+    void answerAuthentication();
+    void answerServerTrust(int curlCode);
+    void deliverHeld();
+
+    void startFile();
+    void readFileSlice();
+
+    void transferDone(int curlCode) override;
+    void driverGone() override
+    {
+        easy = nullptr;
+        curl_slist_free_all(headerList);
+        headerList = nullptr;
+    }
+
+    static size_t headerCallback(char *ptr, size_t size, size_t count, void *userdata);
+    static size_t writeCallback(char *ptr, size_t size, size_t count, void *userdata);
 };
 
-myNSURLConnection::myNSURLConnection(const UrlRequest &request, ConnectionDelegate *delegate,
-                                     int identifier)
-    : d(new Private), m_identifier(identifier)
+myNSURLConnection::myNSURLConnection(
+    const UrlRequest &request, ConnectionDelegate *delegate, int identifier)
+    : d(new Private(this, delegate))
+    , m_identifier(identifier)
 {
-    Q_UNUSED(request);
-    QTimer::singleShot(0, this, [this, delegate] {
-        if (!m_cancelled)
-            delegate->didFailWithError(this, UrlError{1, QStringLiteral("not implemented")});
-        deleteLater();
-    });
+    ++s_active;
+    // The delegate hears from the connection only once control is back in the event loop.
+    QMetaObject::invokeMethod(
+        this, [this, request] { d->begin(request); }, Qt::QueuedConnection);
 }
 
 myNSURLConnection::~myNSURLConnection()
 {
+    if (d->alive)
+        *d->alive = false;
+    d->markEnded();
     delete d;
 }
 
 void myNSURLConnection::cancel()
 {
+    if (m_cancelled)
+        return;
     m_cancelled = true;
+    d->release();
+    d->file.reset();
+    d->markEnded();
     deleteLater();
 }
 
@@ -42,7 +210,454 @@ bool myNSURLConnection::canAuthenticateAgainstProtectionSpace(AuthMethod)
 
 int myNSURLConnection::activeCount()
 {
-    return 0;
+    return s_active;
+}
+
+void myNSURLConnection::Private::markEnded()
+{
+    if (!ended) {
+        ended = true;
+        --s_active;
+    }
+}
+
+void myNSURLConnection::Private::release()
+{
+    if (easy || headerList)
+        CurlMultiDriver::instance()->release(easy, headerList);
+    easy = nullptr;
+    headerList = nullptr;
+}
+
+void myNSURLConnection::Private::endSilently()
+{
+    release();
+    file.reset();
+    markEnded();
+    q->deleteLater();
+}
+
+void myNSURLConnection::Private::finish()
+{
+    release();
+    file.reset();
+    markEnded();
+    if (call([&] { delegate->connectionDidFinishLoading(q); }))
+        q->deleteLater();
+}
+
+void myNSURLConnection::Private::fail(int code, const QString &text)
+{
+    release();
+    file.reset();
+    markEnded();
+    const UrlError error { code, text };
+    if (call([&] { delegate->didFailWithError(q, error); }))
+        q->deleteLater();
+}
+
+void myNSURLConnection::Private::failCurl(int curlCode)
+{
+    if (curlCode == CURLE_OPERATION_TIMEDOUT) {
+        fail(UrlError::TimedOut, QStringLiteral("The request timed out."));
+        return;
+    }
+    QString text = QString::fromUtf8(curl_easy_strerror(CURLcode(curlCode)));
+    const QString detail = QString::fromUtf8(errorBuffer).trimmed();
+    if (!detail.isEmpty() && detail != text)
+        text += QStringLiteral(": ") + detail;
+    fail(curlCode, text);
+}
+
+void myNSURLConnection::Private::begin(const UrlRequest &initial)
+{
+    if (q->m_cancelled)
+        return;
+    std::optional<UrlRequest> answer;
+    if (!call([&] { answer = delegate->willSendRequest(q, initial, nullptr); }))
+        return;
+    if (!answer) {
+        endSilently();
+        return;
+    }
+    send(*answer);
+}
+
+void myNSURLConnection::Private::send(const UrlRequest &next)
+{
+    // A web server's redirect never reaches into the local file system.
+    const bool fromHttp = hops > 0 && !hasScheme(request.url, QLatin1StringView("file"));
+    request = next;
+    status = 0;
+    headers.clear();
+    headersComplete = false;
+    body = Body::Deliver;
+    held = UrlResponse();
+    heldBody.clear();
+    if (hasScheme(request.url, QLatin1StringView("file"))) {
+        if (fromHttp) {
+            failCurl(CURLE_UNSUPPORTED_PROTOCOL);
+            return;
+        }
+        QTimer::singleShot(0, q, [this] { startFile(); });
+        return;
+    }
+    if (!configure())
+        return;
+    CurlMultiDriver::instance()->start(easy);
+}
+
+bool myNSURLConnection::Private::configure()
+{
+    CurlMultiDriver *driver = CurlMultiDriver::instance();
+    if (easy) {
+        driver->detach(easy);
+        curl_easy_reset(easy);
+    } else {
+        easy = driver->acquire();
+        if (!easy) {
+            fail(CURLE_OUT_OF_MEMORY, QString::fromUtf8(curl_easy_strerror(CURLE_OUT_OF_MEMORY)));
+            return false;
+        }
+    }
+    curl_slist_free_all(headerList);
+    headerList = nullptr;
+    errorBuffer[0] = 0;
+
+    const QByteArray url = urlBytes(request.url);
+    curl_easy_setopt(easy, CURLOPT_URL, url.constData());
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, static_cast<CurlTransfer *>(this));
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorBuffer);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
+    // Decoded bodies for the delegate; Content-Length stays the size on the wire.
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Private::headerCallback);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Private::writeCallback);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    if (request.timeoutSeconds > 0)
+        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(request.timeoutSeconds * 1000.0));
+    if (!trustedHost.isEmpty() && hostAndPort(request.url) == trustedHost) {
+        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
+        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
+    }
+
+    const QByteArray method = request.method.isEmpty() ? QByteArray("GET") : request.method;
+    if (method == "GET" && request.body.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
+    } else if (method == "HEAD") {
+        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    } else {
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(request.body.size()));
+        curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.body.constData());
+        if (method != "POST")
+            curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method.constData());
+        // No one-second wait for a "100 Continue" that many servers never send.
+        headerList = curl_slist_append(headerList, "Expect:");
+    }
+    for (const auto &[name, value] : std::as_const(request.headers)) {
+        // "Name;" is libcurl's way of sending a header with an empty value.
+        const QByteArray line = value.isEmpty() ? QByteArray(name + ';') : QByteArray(name + ": " + value);
+        headerList = curl_slist_append(headerList, line.constData());
+    }
+    if (headerList)
+        curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headerList);
+    return true;
+}
+
+size_t myNSURLConnection::Private::headerCallback(
+    char *ptr, size_t size, size_t count, void *userdata)
+{
+    auto *d = static_cast<Private *>(userdata);
+    const size_t total = size * count;
+    if (d->q->m_cancelled)
+        return 0;
+    QByteArrayView line(ptr, qsizetype(total));
+    while (!line.isEmpty() && (line.back() == '\n' || line.back() == '\r'))
+        line.chop(1);
+
+    if (line.startsWith("HTTP/")) {
+        // A new response begins (after an interim 1xx answer, too).
+        d->headers.clear();
+        d->headersComplete = false;
+        const qsizetype space = line.indexOf(' ');
+        d->status = space < 0 ? 0 : line.sliced(space + 1).first(qMin<qsizetype>(3, line.size() - space - 1)).toInt();
+        return total;
+    }
+    if (d->headersComplete)
+        return total; // trailers after a chunked body
+    if (line.isEmpty()) {
+        if (d->status >= 100 && d->status < 200)
+            return total;
+        d->headersComplete = true;
+        return d->headersDone() ? total : 0;
+    }
+    if ((line.front() == ' ' || line.front() == '\t') && !d->headers.isEmpty()) {
+        d->headers.last().second += ' ' + line.trimmed().toByteArray();
+        return total;
+    }
+    const qsizetype colon = line.indexOf(':');
+    if (colon > 0)
+        d->headers.append({ line.first(colon).trimmed().toByteArray(),
+            line.sliced(colon + 1).trimmed().toByteArray() });
+    return total;
+}
+
+size_t myNSURLConnection::Private::writeCallback(
+    char *ptr, size_t size, size_t count, void *userdata)
+{
+    auto *d = static_cast<Private *>(userdata);
+    const size_t total = size * count;
+    if (d->q->m_cancelled)
+        return 0;
+    switch (d->body) {
+    case Body::Discard:
+        return total;
+    case Body::Hold:
+        d->heldBody.append(ptr, qsizetype(total));
+        return total;
+    case Body::Deliver:
+        break;
+    }
+    return d->call([&] { d->delegate->didReceiveData(d->q, ptr, qsizetype(total)); }) ? total : 0;
+}
+
+UrlResponse myNSURLConnection::Private::makeResponse() const
+{
+    UrlResponse r;
+    r.url = request.url;
+    r.isHttp = true;
+    r.statusCode = status;
+    r.headers = headers;
+    bool found = false;
+    const QByteArray type = headerValue(headers, "Content-Type", &found);
+    if (found) {
+        const qsizetype semicolon = type.indexOf(';');
+        r.mimeType = QString::fromLatin1((semicolon < 0 ? type : type.left(semicolon)).trimmed())
+                         .toLower();
+    }
+    const QByteArray length = headerValue(headers, "Content-Length", &found);
+    if (found) {
+        bool ok = false;
+        const qint64 n = length.trimmed().toLongLong(&ok);
+        if (ok && n >= 0)
+            r.expectedContentLength = n;
+    }
+    return r;
+}
+
+// End of the headers of a final (non-1xx) response: decide what the body is for. A redirect or
+// an authentication challenge is answered once the transfer is over, outside libcurl.
+bool myNSURLConnection::Private::headersDone()
+{
+    bool found = false;
+    if (isRedirectStatus(status)) {
+        headerValue(headers, "Location", &found);
+        if (found) {
+            body = Body::Discard;
+            held = makeResponse();
+            return true;
+        }
+    }
+    if (status == 401) {
+        headerValue(headers, "WWW-Authenticate", &found);
+        if (found) {
+            body = Body::Hold;
+            held = makeResponse();
+            return true;
+        }
+    }
+    body = Body::Deliver;
+    const UrlResponse response = makeResponse();
+    return call([&] { delegate->didReceiveResponse(q, response); });
+}
+
+void myNSURLConnection::Private::transferDone(int curlCode)
+{
+    if (curlCode == CURLE_PEER_FAILED_VERIFICATION && hostAndPort(request.url) != trustedHost) {
+        answerServerTrust(curlCode);
+        return;
+    }
+    if (curlCode != CURLE_OK) {
+        failCurl(curlCode);
+        return;
+    }
+    if (!headersComplete) {
+        // libcurl finished without a complete header block (should not happen for HTTP).
+        failCurl(CURLE_WEIRD_SERVER_REPLY);
+        return;
+    }
+    switch (body) {
+    case Body::Discard:
+        followRedirect();
+        break;
+    case Body::Hold:
+        answerAuthentication();
+        break;
+    case Body::Deliver:
+        finish();
+        break;
+    }
+}
+
+void myNSURLConnection::Private::followRedirect()
+{
+    if (++hops > MaxHops) {
+        failCurl(CURLE_TOO_MANY_REDIRECTS);
+        return;
+    }
+    const QByteArray location = held.header("Location").trimmed();
+    QString target;
+    if (!location.isEmpty()) {
+        // libcurl resolves the Location against the URL it fetched.
+        char *resolved = nullptr;
+        curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &resolved);
+        target = resolved
+            ? QString::fromUtf8(resolved)
+            : QUrl(request.url).resolved(QUrl(QString::fromUtf8(location))).toString();
+    }
+    CurlMultiDriver::instance()->detach(easy);
+
+    UrlRequest proposed = request;
+    proposed.url = target;
+    const bool toGet = ((status == 301 || status == 302) && proposed.method == "POST")
+        || (status == 303 && proposed.method != "GET" && proposed.method != "HEAD");
+    if (toGet) {
+        proposed.method = "GET";
+        proposed.body.clear();
+        proposed.headers.removeIf([](const auto &h) {
+            return h.first.compare("Content-Type", Qt::CaseInsensitive) == 0
+                || h.first.compare("Content-Length", Qt::CaseInsensitive) == 0;
+        });
+    }
+    if (!proposed.header("Host").isEmpty() && !target.isEmpty())
+        proposed.setHeader("Host", hostAndPort(target).toUtf8());
+
+    const UrlResponse response = held;
+    std::optional<UrlRequest> answer;
+    if (!call([&] { answer = delegate->willSendRequest(q, proposed, &response); }))
+        return;
+    if (!answer) {
+        endSilently();
+        return;
+    }
+    send(*answer);
+}
+
+void myNSURLConnection::Private::answerAuthentication()
+{
+    CurlMultiDriver::instance()->detach(easy);
+    AuthChallenge challenge;
+    challenge.method = authMethodOf(held.header("WWW-Authenticate"), &challenge.realm);
+    challenge.host = QUrl(request.url).host();
+    bool accepted = false;
+    if (!call([&] {
+            accepted = delegate->canAuthenticateAgainstProtectionSpace(q, challenge.method);
+        }))
+        return;
+    if (accepted) {
+        if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
+            return;
+        if (challenge.answer == AuthChallenge::Answer::Cancel) {
+            endSilently();
+            return;
+        }
+    }
+    // Without credentials the 401 itself is the answer.
+    deliverHeld();
+}
+
+void myNSURLConnection::Private::deliverHeld()
+{
+    const UrlResponse response = held;
+    if (!call([&] { delegate->didReceiveResponse(q, response); }))
+        return;
+    if (!heldBody.isEmpty()) {
+        const QByteArray bytes = std::exchange(heldBody, QByteArray());
+        if (!call([&] { delegate->didReceiveData(q, bytes.constData(), bytes.size()); }))
+            return;
+    }
+    finish();
+}
+
+void myNSURLConnection::Private::answerServerTrust(int curlCode)
+{
+    CurlMultiDriver::instance()->detach(easy);
+    AuthChallenge challenge;
+    challenge.method = AuthMethod::ServerTrust;
+    challenge.host = QUrl(request.url).host();
+    bool accepted = false;
+    if (!call([&] {
+            accepted = delegate->canAuthenticateAgainstProtectionSpace(q, AuthMethod::ServerTrust);
+        }))
+        return;
+    if (accepted) {
+        if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
+            return;
+        if (challenge.answer == AuthChallenge::Answer::Cancel) {
+            endSilently();
+            return;
+        }
+        if (challenge.answer == AuthChallenge::Answer::UseServerTrust) {
+            // The same request again, this time accepting the site's certificate.
+            trustedHost = hostAndPort(request.url);
+            send(request);
+            return;
+        }
+    }
+    failCurl(curlCode);
+}
+
+void myNSURLConnection::Private::startFile()
+{
+    if (q->m_cancelled)
+        return;
+    const QString path = QUrl(request.url).toLocalFile();
+    const QFileInfo info(path);
+    if (path.isEmpty() || !info.exists()) {
+        fail(UrlError::FileDoesntExist, QStringLiteral("file doesnt exist"));
+        return;
+    }
+    if (info.isDir()) {
+        fail(UrlError::FileIsDirectory, QStringLiteral("file is directory"));
+        return;
+    }
+    file = std::make_unique<QFile>(path);
+    if (!file->open(QIODevice::ReadOnly)) {
+        fail(CURLE_FILE_COULDNT_READ_FILE,
+            QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE))
+                + QStringLiteral(": ") + file->errorString());
+        return;
+    }
+    static const QMimeDatabase mimeDatabase;
+    UrlResponse response;
+    response.url = request.url;
+    response.isHttp = false;
+    response.statusCode = 0;
+    response.mimeType = mimeDatabase.mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
+    response.expectedContentLength = info.size();
+    if (!call([&] { delegate->didReceiveResponse(q, response); }))
+        return;
+    QTimer::singleShot(0, q, [this] { readFileSlice(); });
+}
+
+void myNSURLConnection::Private::readFileSlice()
+{
+    if (q->m_cancelled || !file)
+        return;
+    const QByteArray bytes = file->read(FileSlice);
+    if (bytes.isEmpty()) {
+        if (file->error() != QFileDevice::NoError)
+            fail(CURLE_READ_ERROR, file->errorString());
+        else
+            finish();
+        return;
+    }
+    if (!call([&] { delegate->didReceiveData(q, bytes.constData(), bytes.size()); }))
+        return;
+    QTimer::singleShot(0, q, [this] { readFileSlice(); });
 }
 
 } // namespace orel

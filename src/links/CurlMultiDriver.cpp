@@ -1,0 +1,235 @@
+#include "links/CurlMultiDriver.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <curl/curl.h>
+
+namespace orel {
+
+namespace {
+
+CurlMultiDriver *s_instance = nullptr;
+
+// Keeps a handful of easy handles for reuse; creating one costs several allocations.
+constexpr int MaxPooledHandles = 64;
+
+// Installed on a handle released from inside a libcurl callback, so that libcurl, which may still
+// call it before it returns, aborts instead of reaching a transfer that no longer exists.
+size_t refuseBytes(char *, size_t, size_t, void *)
+{
+    return 0;
+}
+
+} // namespace
+
+CurlMultiDriver *CurlMultiDriver::instance()
+{
+    if (!s_instance) {
+        s_instance = new CurlMultiDriver;
+        qAddPostRoutine(&CurlMultiDriver::shutdown);
+    }
+    return s_instance;
+}
+
+CurlMultiDriver::CurlMultiDriver()
+{
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    m_multi = curl_multi_init();
+    curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &CurlMultiDriver::socketCallback);
+    curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &CurlMultiDriver::timerCallback);
+    curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
+    // One connection per transfer (HTTP/1.1, no pipelining or multiplexing), no per-host cap,
+    // and a connection cache large enough that keep-alive connections survive a busy crawl.
+    curl_multi_setopt(m_multi, CURLMOPT_PIPELINING, long(CURLPIPE_NOTHING));
+    curl_multi_setopt(m_multi, CURLMOPT_MAX_HOST_CONNECTIONS, 0L);
+    curl_multi_setopt(m_multi, CURLMOPT_MAX_TOTAL_CONNECTIONS, 0L);
+    curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, 256L);
+
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, [this] { socketAction(CURL_SOCKET_TIMEOUT, 0); });
+}
+
+CurlMultiDriver::~CurlMultiDriver()
+{
+    m_timer.stop();
+    // Transfers still attached learn that their handles are gone.
+    const QSet<void *> attached = m_attached;
+    for (void *easy : attached) {
+        CurlTransfer *transfer = nullptr;
+        curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
+        curl_multi_remove_handle(m_multi, easy);
+        if (transfer)
+            transfer->driverGone();
+        curl_easy_cleanup(easy);
+    }
+    m_attached.clear();
+    for (const auto &[easy, headers] : std::as_const(m_pendingRelease)) {
+        curl_multi_remove_handle(m_multi, easy);
+        curl_easy_cleanup(easy);
+        curl_slist_free_all(headers);
+    }
+    m_pendingRelease.clear();
+    for (void *easy : std::as_const(m_pool))
+        curl_easy_cleanup(easy);
+    m_pool.clear();
+    for (const Watch &w : std::as_const(m_sockets)) {
+        delete w.read;
+        delete w.write;
+    }
+    m_sockets.clear();
+    curl_multi_cleanup(m_multi);
+}
+
+void CurlMultiDriver::shutdown()
+{
+    delete s_instance;
+    s_instance = nullptr;
+}
+
+void *CurlMultiDriver::acquire()
+{
+    if (!m_pool.isEmpty())
+        return m_pool.takeLast();
+    return curl_easy_init();
+}
+
+void CurlMultiDriver::start(void *easy)
+{
+    m_attached.insert(easy);
+    curl_multi_add_handle(m_multi, easy);
+}
+
+void CurlMultiDriver::detach(void *easy)
+{
+    Q_ASSERT(m_depth == 0);
+    if (m_attached.remove(easy))
+        curl_multi_remove_handle(m_multi, easy);
+}
+
+void CurlMultiDriver::release(void *easy, curl_slist *headers)
+{
+    if (!easy) {
+        curl_slist_free_all(headers);
+        return;
+    }
+    if (m_depth > 0 && m_attached.contains(easy)) {
+        // libcurl forbids removing a handle from inside its callbacks.
+        curl_easy_setopt(easy, CURLOPT_PRIVATE, nullptr);
+        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &refuseBytes);
+        curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &refuseBytes);
+        m_pendingRelease.append({ easy, headers });
+        return;
+    }
+    detach(easy);
+    recycle(easy, headers);
+}
+
+void CurlMultiDriver::recycle(void *easy, curl_slist *headers)
+{
+    curl_slist_free_all(headers);
+    if (m_pool.size() < MaxPooledHandles) {
+        curl_easy_reset(easy);
+        m_pool.append(easy);
+    } else {
+        curl_easy_cleanup(easy);
+    }
+}
+
+int CurlMultiDriver::socketCallback(void *, int socket, int what, void *userp, void *)
+{
+    auto *self = static_cast<CurlMultiDriver *>(userp);
+    if (what == CURL_POLL_REMOVE)
+        self->unwatch(socket);
+    else
+        self->watch(socket, what);
+    return 0;
+}
+
+int CurlMultiDriver::timerCallback(void *, long timeoutMs, void *userp)
+{
+    auto *self = static_cast<CurlMultiDriver *>(userp);
+    if (timeoutMs < 0)
+        self->m_timer.stop();
+    else
+        self->m_timer.start(int(qMin<long>(timeoutMs, 24L * 3600 * 1000)));
+    return 0;
+}
+
+void CurlMultiDriver::watch(int socket, int what)
+{
+    Watch &w = m_sockets[socket];
+    const bool wantRead = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
+    const bool wantWrite = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
+    if (wantRead && !w.read) {
+        w.read = new QSocketNotifier(qintptr(socket), QSocketNotifier::Read, this);
+        connect(w.read, &QSocketNotifier::activated, this,
+            [this, socket] { socketAction(socket, CURL_CSELECT_IN); });
+    }
+    if (wantWrite && !w.write) {
+        w.write = new QSocketNotifier(qintptr(socket), QSocketNotifier::Write, this);
+        connect(w.write, &QSocketNotifier::activated, this,
+            [this, socket] { socketAction(socket, CURL_CSELECT_OUT); });
+    }
+    if (w.read)
+        w.read->setEnabled(wantRead);
+    if (w.write)
+        w.write->setEnabled(wantWrite);
+}
+
+void CurlMultiDriver::unwatch(int socket)
+{
+    const Watch w = m_sockets.take(socket);
+    // libcurl closes the socket right after this; the number may be reused at once, so the old
+    // notifiers go quiet now and are deleted later (we may be inside one of their signals).
+    for (QSocketNotifier *n : { w.read, w.write }) {
+        if (n) {
+            n->setEnabled(false);
+            n->disconnect(this);
+            n->deleteLater();
+        }
+    }
+}
+
+void CurlMultiDriver::socketAction(int socket, int mask)
+{
+    // A delegate that spins a nested event loop from inside a libcurl callback must not re-enter
+    // libcurl; the level-triggered notifier fires again once the outer call has returned.
+    if (m_depth > 0) {
+        if (socket == CURL_SOCKET_TIMEOUT)
+            m_timer.start(10);
+        return;
+    }
+    int running = 0;
+    ++m_depth;
+    curl_multi_socket_action(m_multi, curl_socket_t(socket), mask, &running);
+    --m_depth;
+    afterAction();
+}
+
+void CurlMultiDriver::afterAction()
+{
+    // Handles released from inside callbacks first: removing them also drops their messages.
+    while (!m_pendingRelease.isEmpty()) {
+        const auto [easy, headers] = m_pendingRelease.takeFirst();
+        detach(easy);
+        recycle(easy, headers);
+    }
+    int left = 0;
+    while (CURLMsg *msg = curl_multi_info_read(m_multi, &left)) {
+        if (msg->msg != CURLMSG_DONE)
+            continue;
+        void *easy = msg->easy_handle;
+        const int result = msg->data.result;
+        CurlTransfer *transfer = nullptr;
+        curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
+        // The transfer may release, restart or keep its handle; msg is invalid afterwards.
+        if (transfer)
+            transfer->transferDone(result);
+        else
+            release(easy, nullptr);
+    }
+}
+
+} // namespace orel

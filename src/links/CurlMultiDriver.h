@@ -1,0 +1,82 @@
+// The process-wide libcurl multi handle, driven by the Qt event loop through socket notifiers and
+// one single-shot timer; main thread. Private to the network layer.
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+
+class QSocketNotifier;
+struct curl_slist;
+
+namespace orel {
+
+// What the driver knows of a transfer: it is told when its easy handle has ended. The easy
+// handle's CURLOPT_PRIVATE points at it.
+class CurlTransfer
+{
+public:
+    // The transfer ended with this CURLcode; called from the event loop, never from inside a
+    // libcurl callback, with the handle still attached to the multi handle.
+    virtual void transferDone(int curlCode) = 0;
+    // The driver is going away (application teardown): the easy handle is no longer valid.
+    virtual void driverGone() = 0;
+
+protected:
+    ~CurlTransfer() = default;
+};
+
+class CurlMultiDriver : public QObject
+{
+    Q_OBJECT
+public:
+    // Created on first use; destroyed with the QCoreApplication.
+    static CurlMultiDriver *instance();
+
+    // An easy handle with default options (recycled when possible). libcurl's CURL is void.
+    void *acquire();
+    // Attaches an easy handle to the multi handle: the transfer starts.
+    void start(void *easy);
+    // Detaches an easy handle so that it can be set up again (redirect, retry). Must not be
+    // called from inside a libcurl callback.
+    void detach(void *easy);
+    // Ends with an easy handle for good and frees its header list: detached and recycled at
+    // once, or, when called from inside a libcurl callback, silenced now and detached as soon as
+    // libcurl returns.
+    void release(void *easy, curl_slist *headers);
+
+    // True while libcurl is running (its callbacks may be on the stack).
+    bool insideCurl() const { return m_depth > 0; }
+
+private:
+    CurlMultiDriver();
+    ~CurlMultiDriver() override;
+    static void shutdown();
+
+    static int socketCallback(void *easy, int socket, int what, void *userp, void *socketp);
+    static int timerCallback(void *multi, long timeoutMs, void *userp);
+
+    void watch(int socket, int what);
+    void unwatch(int socket);
+    void socketAction(int socket, int mask);
+    void afterAction();
+    void recycle(void *easy, curl_slist *headers);
+
+    struct Watch
+    {
+        QSocketNotifier *read = nullptr;
+        QSocketNotifier *write = nullptr;
+    };
+
+    void *m_multi = nullptr;
+    QTimer m_timer;
+    QHash<int, Watch> m_sockets;
+    QSet<void *> m_attached;
+    QList<QPair<void *, curl_slist *>> m_pendingRelease;
+    QList<void *> m_pool;
+    int m_depth = 0;
+};
+
+} // namespace orel

@@ -1,0 +1,580 @@
+// URL transfers against the fixture server: callback order, redirects, authentication, TLS,
+// failures, decoding, local files, cancelling and concurrency.
+#include "FixtureServer.h"
+#include "TestHome.h"
+
+#include "links/myNSURLConnection.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QPointer>
+#include <QUrl>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <functional>
+#include <memory>
+
+using namespace orel;
+using orel::test::FixtureServer;
+
+QT_BEGIN_NAMESPACE
+// Readable failure messages.
+inline void PrintTo(const QString &s, std::ostream *os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
+QT_END_NAMESPACE
+
+namespace {
+
+const char *methodName(AuthMethod m)
+{
+    switch (m) {
+    case AuthMethod::ServerTrust:
+        return "trust";
+    case AuthMethod::HttpBasic:
+        return "basic";
+    case AuthMethod::HttpDigest:
+        return "digest";
+    case AuthMethod::HttpOther:
+        return "other";
+    }
+    return "?";
+}
+
+// Records every callback as one short line; hooks let a test answer or cancel.
+class Recorder : public ConnectionDelegate
+{
+public:
+    QStringList events;
+    QList<UrlRequest> proposals;
+    QList<std::optional<UrlResponse>> redirectResponses;
+    std::optional<UrlResponse> response;
+    std::optional<UrlError> error;
+    QByteArray body;
+
+    std::function<std::optional<UrlRequest>(const UrlRequest &, const UrlResponse *)> onSend;
+    bool acceptAuth = false;
+    AuthChallenge::Answer authAnswer = AuthChallenge::Answer::None;
+    std::function<void(myNSURLConnection *)> onResponse;
+    std::function<void(myNSURLConnection *)> onData;
+
+    std::optional<UrlRequest> willSendRequest(
+        myNSURLConnection *, const UrlRequest &proposed, const UrlResponse *redirect) override
+    {
+        events << (redirect ? QStringLiteral("redirect %1").arg(redirect->statusCode)
+                            : QStringLiteral("send"));
+        proposals << proposed;
+        redirectResponses << (redirect ? std::optional<UrlResponse>(*redirect) : std::nullopt);
+        if (onSend)
+            return onSend(proposed, redirect);
+        return proposed;
+    }
+    bool canAuthenticateAgainstProtectionSpace(myNSURLConnection *, AuthMethod method) override
+    {
+        events << QStringLiteral("canAuth %1").arg(QLatin1String(methodName(method)));
+        return acceptAuth;
+    }
+    void didReceiveAuthenticationChallenge(myNSURLConnection *, AuthChallenge &challenge) override
+    {
+        events << QStringLiteral("challenge");
+        challenge.answer = authAnswer;
+    }
+    void didReceiveResponse(myNSURLConnection *c, const UrlResponse &r) override
+    {
+        events << QStringLiteral("response %1").arg(r.statusCode);
+        response = r;
+        if (onResponse)
+            onResponse(c);
+    }
+    void didReceiveData(myNSURLConnection *c, const char *bytes, qsizetype length) override
+    {
+        if (events.isEmpty() || events.last() != QLatin1String("data"))
+            events << QStringLiteral("data");
+        body.append(bytes, length);
+        if (onData)
+            onData(c);
+    }
+    void connectionDidFinishLoading(myNSURLConnection *) override
+    {
+        events << QStringLiteral("finish");
+    }
+    void didFailWithError(myNSURLConnection *, const UrlError &e) override
+    {
+        events << QStringLiteral("fail");
+        error = e;
+    }
+};
+
+// Spins the event loop until cond holds or the deadline passes.
+bool waitFor(const std::function<bool()> &cond, int ms = 10000)
+{
+    QDeadlineTimer deadline(ms);
+    while (!cond()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+        // deleteLater() from outside any event loop is only honoured this way.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return true;
+}
+
+UrlRequest get(const QString &url, double timeout = 10)
+{
+    UrlRequest r;
+    r.url = url;
+    r.timeoutSeconds = timeout;
+    return r;
+}
+
+// Runs one transfer to its end (the connection deletes itself) and returns the recorder.
+void run(Recorder &rec, const UrlRequest &request, int ms = 10000)
+{
+    QPointer<myNSURLConnection> c = new myNSURLConnection(request, &rec, CrawlFetch);
+    EXPECT_TRUE(rec.events.isEmpty()) << "no callback inside the constructor";
+    EXPECT_TRUE(waitFor([&] { return c.isNull(); }, ms)) << "transfer did not end";
+}
+
+QStringList list(std::initializer_list<const char *> items)
+{
+    QStringList out;
+    for (const char *s : items)
+        out << QString::fromLatin1(s);
+    return out;
+}
+
+// A port on which nothing listens.
+quint16 closedPort()
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr {};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr);
+    socklen_t len = sizeof addr;
+    ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len);
+    ::close(fd);
+    return ntohs(addr.sin_port);
+}
+
+class Connection : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { server = new FixtureServer; }
+    static void TearDownTestSuite()
+    {
+        delete server;
+        server = nullptr;
+    }
+    void SetUp() override { ASSERT_TRUE(server->isRunning()); }
+    void TearDown() override
+    {
+        EXPECT_TRUE(waitFor([] { return myNSURLConnection::activeCount() == 0; }, 2000));
+    }
+    static QString url(const char *path) { return server->url(QString::fromLatin1(path)); }
+    static FixtureServer *server;
+};
+
+FixtureServer *Connection::server = nullptr;
+
+} // namespace
+
+TEST_F(Connection, PlainFetchDeliversResponseThenDataThenFinish)
+{
+    Recorder rec;
+    run(rec, get(url("/type/html")));
+    EXPECT_EQ(rec.events, list({ "send", "response 200", "data", "finish" }));
+    ASSERT_TRUE(rec.response);
+    EXPECT_TRUE(rec.response->isHttp);
+    EXPECT_EQ(rec.response->mimeType, QStringLiteral("text/html"));
+    EXPECT_EQ(rec.response->header("content-type"), QByteArray("text/html; charset=utf-8"));
+    EXPECT_EQ(rec.response->expectedContentLength, rec.body.size());
+    EXPECT_EQ(rec.response->url, url("/type/html"));
+    EXPECT_TRUE(rec.body.contains("typed page"));
+}
+
+TEST_F(Connection, RedirectChainsAreFollowedHopByHop)
+{
+    struct Case
+    {
+        const char *path;
+        QStringList events;
+        QStringList proposedPaths; // of the redirects
+    };
+    const Case cases[] = {
+        { "/redirect/chain?n=3",
+            list({ "send", "redirect 302", "redirect 302", "redirect 302", "response 200", "data",
+                "finish" }),
+            list({ "/redirect/chain?n=2", "/redirect/chain?n=1", "/final" }) },
+        // Relative Locations resolve against the URL that answered.
+        { "/redirect/chain?n=3&rel=1",
+            list({ "send", "redirect 302", "redirect 302", "redirect 302", "response 200", "data",
+                "finish" }),
+            list({ "/redirect/chain?n=2&rel=1", "/redirect/chain?n=1&rel=1", "/final" }) },
+        { "/dir", list({ "send", "redirect 301", "response 200", "data", "finish" }),
+            list({ "/dir/" }) },
+        { "/status/404", list({ "send", "response 404", "data", "finish" }), {} },
+    };
+    for (const Case &tc : cases) {
+        SCOPED_TRACE(tc.path);
+        Recorder rec;
+        run(rec, get(url(tc.path)));
+        EXPECT_EQ(rec.events, tc.events);
+        QStringList proposed;
+        for (qsizetype i = 1; i < rec.proposals.size(); ++i) {
+            const QUrl u(rec.proposals[i].url);
+            proposed << u.path() + (u.hasQuery() ? QLatin1Char('?') + u.query() : QString());
+            ASSERT_TRUE(rec.redirectResponses[i]);
+            EXPECT_TRUE(rec.redirectResponses[i]->hasHeader("Location"));
+        }
+        EXPECT_EQ(proposed, tc.proposedPaths);
+    }
+}
+
+TEST_F(Connection, DelegateCanReplaceOrRefuseTheNextRequest)
+{
+    {
+        // A changed answer is what gets sent.
+        Recorder rec;
+        rec.onSend = [](const UrlRequest &proposed, const UrlResponse *redirect) {
+            UrlRequest r = proposed;
+            if (redirect)
+                r.url = Connection::server->url(QStringLiteral("/type/text"));
+            return std::optional<UrlRequest>(r);
+        };
+        run(rec, get(url("/redirect/chain?n=2")));
+        EXPECT_EQ(rec.events, list({ "send", "redirect 302", "response 200", "data", "finish" }));
+        EXPECT_EQ(rec.response->mimeType, QStringLiteral("text/plain"));
+    }
+    {
+        // No answer ends the transfer without another call, for a redirect and for the first
+        // request alike.
+        struct Case
+        {
+            const char *path;
+            bool refuseFirst;
+            qsizetype calls;
+        };
+        for (const Case &tc :
+            { Case { "/redirect/chain?n=2", false, 2 }, Case { "/final", true, 1 } }) {
+            SCOPED_TRACE(tc.path);
+            Recorder rec;
+            rec.onSend = [&tc](const UrlRequest &p, const UrlResponse *redirect) {
+                return (tc.refuseFirst || redirect) ? std::optional<UrlRequest>()
+                                                    : std::optional<UrlRequest>(p);
+            };
+            run(rec, get(url(tc.path)));
+            EXPECT_EQ(rec.events.size(), tc.calls);
+            EXPECT_FALSE(rec.response);
+        }
+    }
+    {
+        // An empty Location is proposed as an empty URL.
+        Recorder rec;
+        rec.onSend = [](const UrlRequest &p, const UrlResponse *redirect) {
+            return redirect ? std::optional<UrlRequest>() : std::optional<UrlRequest>(p);
+        };
+        run(rec, get(url("/redirect/empty")));
+        EXPECT_EQ(rec.events, list({ "send", "redirect 302" }));
+        EXPECT_TRUE(rec.proposals.last().url.isEmpty());
+    }
+    {
+        // A redirect loop goes on until the delegate stops it (after 100 hops here).
+        Recorder rec;
+        int hops = 0;
+        rec.onSend = [&hops](const UrlRequest &p, const UrlResponse *) {
+            return ++hops > 101 ? std::optional<UrlRequest>() : std::optional<UrlRequest>(p);
+        };
+        run(rec, get(url("/redirect/loop")), 30000);
+        EXPECT_EQ(hops, 102);
+        EXPECT_EQ(rec.events.last(), QStringLiteral("redirect 302"));
+    }
+}
+
+TEST_F(Connection, RequestIsSentAsGivenAndRedirectsTurnPostIntoGet)
+{
+    UrlRequest r = get(url("/echo"));
+    r.setHeader("User-Agent", "OrrelwickTest/1");
+    r.setHeader("Referer", "http://example.invalid/from");
+    r.setHeader("Host", "127.0.0.1");
+    Recorder rec;
+    run(rec, r);
+    EXPECT_TRUE(rec.body.startsWith("GET /echo"));
+    EXPECT_TRUE(rec.body.contains("User-Agent: OrrelwickTest/1\n"));
+    EXPECT_TRUE(rec.body.contains("Referer: http://example.invalid/from\n"));
+    EXPECT_TRUE(rec.body.contains("Host: 127.0.0.1\n"));
+    EXPECT_FALSE(rec.body.contains("Cookie"));
+
+    struct Case
+    {
+        int code;
+        const char *expectStart;
+    };
+    for (const Case &tc :
+        { Case { 302, "GET /echo" }, Case { 303, "GET /echo" }, Case { 307, "POST /echo" } }) {
+        SCOPED_TRACE(tc.code);
+        UrlRequest post
+            = get(server->url(QStringLiteral("/redirect/to?url=/echo&code=%1").arg(tc.code)));
+        post.method = "POST";
+        post.body = "uri=http%3A%2F%2Fexample.invalid%2F";
+        post.setHeader("Content-Type", "application/x-www-form-urlencoded");
+        Recorder rp;
+        run(rp, post);
+        EXPECT_TRUE(rp.body.startsWith(tc.expectStart)) << rp.body.left(40).constData();
+        EXPECT_EQ(rp.body.endsWith(post.body), tc.code == 307);
+    }
+}
+
+TEST_F(Connection, AuthenticationChallengePaths)
+{
+    using A = AuthChallenge::Answer;
+    struct Case
+    {
+        const char *path;
+        bool accept;
+        A answer;
+        QStringList events;
+    };
+    const Case cases[] = {
+        { "/auth/basic", false, A::None,
+            list({ "send", "canAuth basic", "response 401", "data", "finish" }) },
+        { "/auth/digest", true, A::ContinueWithoutCredential,
+            list({ "send", "canAuth digest", "challenge", "response 401", "data", "finish" }) },
+        { "/auth/other", true, A::Cancel, list({ "send", "canAuth other", "challenge" }) },
+    };
+    for (const Case &tc : cases) {
+        SCOPED_TRACE(tc.path);
+        Recorder rec;
+        rec.acceptAuth = tc.accept;
+        rec.authAnswer = tc.answer;
+        run(rec, get(url(tc.path)));
+        EXPECT_EQ(rec.events, tc.events);
+        if (rec.response) {
+            EXPECT_TRUE(rec.response->hasHeader("WWW-Authenticate"));
+            EXPECT_TRUE(rec.body.contains("authorization required"));
+        }
+    }
+}
+
+TEST(ConnectionTls, UntrustedCertificateIsAskedAboutAndAcceptedOrRefused)
+{
+    FixtureServer tls(FixtureServer::Tls);
+    ASSERT_TRUE(tls.isRunning());
+    using A = AuthChallenge::Answer;
+    struct Case
+    {
+        bool accept;
+        A answer;
+        QStringList events;
+    };
+    const Case cases[] = {
+        { true, A::UseServerTrust,
+            list({ "send", "canAuth trust", "challenge", "response 200", "data", "finish" }) },
+        { true, A::Cancel, list({ "send", "canAuth trust", "challenge" }) },
+        { false, A::None, list({ "send", "canAuth trust", "fail" }) },
+        { true, A::ContinueWithoutCredential,
+            list({ "send", "canAuth trust", "challenge", "fail" }) },
+    };
+    for (const Case &tc : cases) {
+        Recorder rec;
+        rec.acceptAuth = tc.accept;
+        rec.authAnswer = tc.answer;
+        run(rec, get(tls.url(QStringLiteral("/redirect/chain?n=1"))));
+        if (tc.answer == A::UseServerTrust) {
+            // The site stays trusted for the redirect to the same host.
+            EXPECT_EQ(rec.events,
+                list({ "send", "canAuth trust", "challenge", "redirect 302", "response 200", "data",
+                    "finish" }));
+        } else {
+            EXPECT_EQ(rec.events, tc.events);
+        }
+        if (rec.error) {
+            EXPECT_TRUE(rec.error->localizedDescription.contains(QLatin1String("certificate")))
+                << rec.error->localizedDescription.toStdString();
+        }
+    }
+    EXPECT_TRUE(waitFor([] { return myNSURLConnection::activeCount() == 0; }, 2000));
+}
+
+TEST_F(Connection, FailuresCarryClearTexts)
+{
+    struct Case
+    {
+        QString url;
+        double timeout;
+        QStringList events;
+        const char *text;
+        int maxMs;
+    };
+    const Case cases[] = {
+        { url("/slow?ms=3000"), 0.5, list({ "send", "fail" }), "The request timed out.", 2000 },
+        { QStringLiteral("http://127.0.0.1:%1/").arg(closedPort()), 5, list({ "send", "fail" }),
+            "Couldn't connect to server", 2000 },
+        { url("/closed"), 5, list({ "send", "response 200", "data", "fail" }), "partial", 2000 },
+        { QStringLiteral("http://no-such-host.invalid/"), 5, list({ "send", "fail" }), "resolve",
+            4000 },
+        { QStringLiteral("ftp://127.0.0.1/"), 5, list({ "send", "fail" }), "Unsupported protocol",
+            2000 },
+    };
+    for (const Case &tc : cases) {
+        SCOPED_TRACE(tc.url.toStdString());
+        Recorder rec;
+        QElapsedTimer clock;
+        clock.start();
+        run(rec, get(tc.url, tc.timeout));
+        EXPECT_LT(clock.elapsed(), tc.maxMs);
+        EXPECT_EQ(rec.events, tc.events);
+        ASSERT_TRUE(rec.error);
+        EXPECT_TRUE(rec.error->localizedDescription.contains(QLatin1String(tc.text)))
+            << rec.error->localizedDescription.toStdString();
+    }
+    Recorder rec;
+    run(rec, get(url("/slow?ms=2000"), 0.3));
+    ASSERT_TRUE(rec.error);
+    EXPECT_EQ(rec.error->code, UrlError::TimedOut);
+    EXPECT_EQ(rec.error->localizedDescription, QStringLiteral("The request timed out."));
+}
+
+TEST_F(Connection, CompressedBodyIsDecodedButContentLengthStaysAsSent)
+{
+    Recorder rec;
+    run(rec, get(url("/gzip")));
+    EXPECT_EQ(rec.events, list({ "send", "response 200", "data", "finish" }));
+    ASSERT_TRUE(rec.response);
+    EXPECT_TRUE(rec.body.startsWith("<html><head><title>gzip page"));
+    const qint64 sent = rec.response->header("Content-Length").toLongLong();
+    EXPECT_GT(sent, 0);
+    EXPECT_LT(sent, rec.body.size());
+    EXPECT_EQ(rec.response->expectedContentLength, sent);
+
+    Recorder chunked;
+    run(chunked, get(url("/nolength")));
+    EXPECT_FALSE(chunked.response->hasHeader("Content-Length"));
+    EXPECT_EQ(chunked.response->expectedContentLength, -1);
+    EXPECT_EQ(chunked.body, QByteArray("<html><body>chunked page</body></html>\n"));
+}
+
+TEST_F(Connection, LocalFilesAnswerWithoutHttp)
+{
+    QDir dir(orel::test::home());
+    dir.mkpath(QStringLiteral("files/a folder"));
+    QFile page(dir.filePath(QStringLiteral("files/my page.html")));
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write("<html><title>local</title></html>");
+    page.close();
+    const QString base = QUrl::fromLocalFile(dir.filePath(QStringLiteral("files"))).toString();
+
+    Recorder rec;
+    run(rec, get(base + QStringLiteral("/my%20page.html")));
+    EXPECT_EQ(rec.events, list({ "send", "response 0", "data", "finish" }));
+    ASSERT_TRUE(rec.response);
+    EXPECT_FALSE(rec.response->isHttp);
+    EXPECT_EQ(rec.response->mimeType, QStringLiteral("text/html"));
+    EXPECT_TRUE(rec.response->headers.isEmpty());
+    EXPECT_EQ(rec.body, QByteArray("<html><title>local</title></html>"));
+
+    struct Case
+    {
+        QString url;
+        int code;
+        const char *text;
+    };
+    const Case cases[] = {
+        { base + QStringLiteral("/missing.html"), UrlError::FileDoesntExist, "file doesnt exist" },
+        { base + QStringLiteral("/a%20folder"), UrlError::FileIsDirectory, "file is directory" },
+    };
+    for (const Case &tc : cases) {
+        Recorder r;
+        run(r, get(tc.url));
+        EXPECT_EQ(r.events, list({ "send", "fail" }));
+        ASSERT_TRUE(r.error);
+        EXPECT_EQ(r.error->code, tc.code);
+        EXPECT_EQ(r.error->localizedDescription, QLatin1String(tc.text));
+    }
+
+    // A web server's redirect cannot lead into the local file system.
+    Recorder redirected;
+    run(redirected,
+        get(server->url(QStringLiteral("/redirect/to?url=")) + base
+            + QStringLiteral("/my%20page.html")));
+    EXPECT_EQ(redirected.events, list({ "send", "redirect 302", "fail" }));
+}
+
+TEST_F(Connection, CancelInsideACallbackStopsEverything)
+{
+    struct Case
+    {
+        const char *path;
+        const char *where;
+        QStringList events;
+    };
+    const Case cases[] = {
+        { "/big?n=3000000", "data", list({ "send", "response 200", "data" }) },
+        { "/type/pdf", "response", list({ "send", "response 200" }) },
+        { "/redirect/chain?n=2", "send", list({ "send" }) },
+    };
+    for (const Case &tc : cases) {
+        SCOPED_TRACE(tc.path);
+        Recorder rec;
+        const QString where = QString::fromLatin1(tc.where);
+        if (where == QLatin1String("data"))
+            rec.onData = [](myNSURLConnection *c) { c->cancel(); };
+        if (where == QLatin1String("response"))
+            rec.onResponse = [](myNSURLConnection *c) { c->cancel(); };
+        myNSURLConnection *conn = nullptr;
+        if (where == QLatin1String("send")) {
+            rec.onSend = [&conn](const UrlRequest &p, const UrlResponse *) {
+                conn->cancel();
+                return std::optional<UrlRequest>(p);
+            };
+        }
+        conn = new myNSURLConnection(get(url(tc.path)), &rec, CrawlFetch);
+        QPointer<myNSURLConnection> guard = conn;
+        EXPECT_TRUE(waitFor([&] { return guard.isNull(); }, 5000));
+        // Nothing arrives after the cancel, however long we wait.
+        waitFor([] { return false; }, 200);
+        EXPECT_EQ(rec.events, tc.events);
+        EXPECT_EQ(myNSURLConnection::activeCount(), 0);
+    }
+
+    // Cancelling before the event loop runs: no callback at all.
+    Recorder rec;
+    QPointer<myNSURLConnection> c = new myNSURLConnection(get(url("/final")), &rec, CrawlFetch);
+    c->cancel();
+    EXPECT_TRUE(c->isCancelled());
+    EXPECT_TRUE(waitFor([&] { return c.isNull(); }, 2000));
+    EXPECT_TRUE(rec.events.isEmpty());
+}
+
+TEST_F(Connection, SixteenSlowRequestsToOneHostRunTogether)
+{
+    constexpr int N = 16;
+    std::vector<std::unique_ptr<Recorder>> recs;
+    QList<QPointer<myNSURLConnection>> conns;
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < N; ++i) {
+        recs.push_back(std::make_unique<Recorder>());
+        conns << new myNSURLConnection(
+            get(server->url(QStringLiteral("/slow?ms=1000&i=%1").arg(i))), recs.back().get(),
+            CrawlFetch);
+    }
+    EXPECT_EQ(myNSURLConnection::activeCount(), N);
+    EXPECT_TRUE(waitFor(
+        [&] { return std::all_of(conns.begin(), conns.end(), [](auto &c) { return c.isNull(); }); },
+        10000));
+    // Serialised they would take 16 s; together about one slow period.
+    EXPECT_LT(clock.elapsed(), 2500);
+    for (const auto &r : recs)
+        EXPECT_EQ(r->events.last(), QStringLiteral("finish"));
+}
