@@ -1,0 +1,352 @@
+// The link record: classification rules, keyed fields, on-page lists, sizes and SEO counts.
+#include "FakeOwner.h"
+#include "TestHome.h"
+
+#include "common/AppSupport.h"
+#include "links/ArchiveName.h"
+#include "links/OrelOnPage.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+using namespace orel;
+using orel::test::FakeOwner;
+
+namespace {
+
+struct ClassCase
+{
+    const char *status;
+    const char *redir;
+    bool blacklisted;
+    bool flagBlacklisted;
+    int colour;
+    bool good;
+    bool fine; // shouldBeMemberOfBadCollection: YES means not bad
+    bool errorPage;
+    bool exempt;
+};
+
+} // namespace
+
+TEST(LinkRecordClassification, RulesApplyInTheirOrder)
+{
+    const ClassCase cases[] = {
+        {"", "", false, false, 0, false, true, false, false},
+        {"200 no error", "", false, false, 0, true, true, false, false},
+        {"200 no error < 301 moved permanently", "", false, false, 0, true, true, false, false},
+        {"200 no error < 301 moved permanently", "http://h/b", false, false, 2, true, true, false, false},
+        {"301 moved permanently", "http://h/b", false, false, 2, true, false, true, false},
+        {"404 not found", "", false, false, 3, false, false, true, false},
+        {"404 not found", "", true, true, 3, false, false, true, false}, // 4xx before blacklist
+        {"500 internal server error", "", true, true, 2, true, false, true, false},
+        {"500 internal server error", "", true, false, 4, false, false, true, false},
+        {"404 'soft 404' < 200 no error", "", false, false, 3, false, false, true, false},
+        {"Not checked", "", false, false, 0, true, true, false, true},
+        {"Not checked", "", true, true, 2, true, true, false, true},
+        {"missing link url", "", false, false, 4, false, false, false, true}, // non-numeric first
+        {"MCMS zref", "", false, false, 4, false, false, false, true},
+        {"file doesnt exist", "", false, false, 4, false, false, false, false},
+        {"file is directory", "", false, false, 0, true, true, false, false},
+        {"The request timed out.", "", false, false, 4, false, false, false, false},
+        {"100 continue", "", false, false, 0, true, true, false, false},
+        {"100 continue", "http://h/x", false, false, 2, true, true, false, false},
+        {"700 odd", "", false, false, 0, true, false, true, false},
+    };
+    FakeOwner owner;
+    for (const ClassCase &c : cases) {
+        SCOPED_TRACE(std::string(c.status) + " redir=" + c.redir);
+        owner.flagBlacklisted = c.flagBlacklisted;
+        LinkCheckerUrl r(&owner);
+        r.setStatus(QString::fromLatin1(c.status));
+        if (*c.redir)
+            r.setRedir(QString::fromLatin1(c.redir));
+        r.setIsBlacklisted(c.blacklisted);
+        EXPECT_EQ(r.getColour(), c.colour);
+        EXPECT_EQ(r.getSEOColour(), c.colour);
+        EXPECT_EQ(r.isGoodLink(), c.good);
+        EXPECT_EQ(r.shouldBeMemberOfBadCollection(), c.fine);
+        EXPECT_EQ(r.isErrorPage(), c.errorPage);
+        EXPECT_EQ(r.isExempt(), c.exempt);
+    }
+}
+
+TEST(LinkRecordClassification, RecursionColoursA2xxAsRedirectAndValidatorColour)
+{
+    LinkCheckerUrl r;
+    r.setStatus(QStringLiteral("200 no error"));
+    EXPECT_EQ(r.getColour(), 0);
+    r.setRecursion(true);
+    EXPECT_EQ(r.getColour(), 2);
+
+    EXPECT_EQ(r.getValidatorColour(), 0);
+    r.setValidatorStatus(QStringLiteral("Invalid"));
+    EXPECT_EQ(r.getValidatorColour(), 2);
+    r.setValidatorStatus(QStringLiteral("Valid"));
+    EXPECT_EQ(r.getValidatorColour(), 0);
+}
+
+TEST(LinkRecordStatus, UpdateKeepsHistoryNewestFirstAndNullIsIgnored)
+{
+    LinkCheckerUrl r;
+    r.updateStatus(QStringLiteral("301 moved permanently"));
+    EXPECT_EQ(r.getStatus(), QStringLiteral("301 moved permanently"));
+    r.updateStatus(QStringLiteral("200 no error"));
+    EXPECT_EQ(r.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
+    r.setStatus(QString());
+    r.updateStatus(QString());
+    EXPECT_EQ(r.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
+    r.setStatus(QStringLiteral("404 not found"));
+    EXPECT_EQ(r.getStatus(), QStringLiteral("404 not found"));
+}
+
+TEST(LinkRecordNofollow, FirstOccurrenceDecides)
+{
+    LinkCheckerUrl r;
+    EXPECT_EQ(r.isNofollow(), 0);
+    EXPECT_EQ(r.getNofollow(), QStringLiteral("No"));
+    r.addNofollow(false);
+    r.addNofollow(true);
+    EXPECT_EQ(r.isNofollow(), 0);
+    EXPECT_EQ(r.getNofollow(), QStringLiteral("No"));
+    LinkCheckerUrl s;
+    s.addNofollow(true);
+    s.addNofollow(false);
+    EXPECT_EQ(s.getNofollow(), QStringLiteral("Yes"));
+}
+
+TEST(LinkRecordFields, KeysAndFormats)
+{
+    FakeOwner owner;
+    owner.linksOnPage = 7;
+    LinkCheckerUrl r(&owner);
+    r.setLinkUrl(QStringLiteral("http://h/a"), false);
+    r.setRedir(QStringLiteral("http://h/b"));
+    r.setStatus(QStringLiteral("200 no error < 301 moved permanently"));
+    r.setLinkText(QStringLiteral("text"));
+    r.setLinkPageTitle(QStringLiteral("Title"));
+    r.setDistanceFromHome(3);
+    r.setFileSize(1023);
+    r.setFileSizeCompressed(4096);
+    r.setResponseTime(0.25);
+    r.setWordCount(12);
+
+    LinkCheckerUrl img1, img2;
+    img1.setFileSize(1500);
+    img2.setFileSize(1500);
+    r.addLinkedImage(&img1);
+    r.addLinkedImage(&img2);
+    r.addLinkedImage(nullptr);
+
+    const std::pair<const char *, const char *> expected[] = {
+        {"distancefromhome", "3"},
+        {"distance", "3"},
+        {"filesize", "0kb"},
+        {"filesizecompressed", "4kb"},
+        {"linkurl", "http://h/a"},
+        {"actualurl", "http://h/b"},
+        {"redir", "http://h/b"},
+        {"linkurlhtml", "<a href=\"http://h/a\" target=\"_blank\">http://h/a</a>"},
+        {"linkredirhtml", "<a href=\"http://h/b\" target=\"_blank\">http://h/b</a>"},
+        {"linkcount", "7"},
+        {"linktext", "text"},
+        {"linkpagetitle", "Title"},
+        {"status", "200 no error < 301 moved permanently"},
+        {"validatorerrors", ""},
+        {"validatorwarnings", ""},
+        {"wordcount", "12"},
+        {"responsetime", "0.25"},
+        {"loadtime", ""},
+        {"imageqty", "2"},
+        {"imageweight", "2 kb"}, // 3000 bytes / 1024
+        {"nofollow", "No"},
+        {"totalOcurrences", "0"},
+        {"totalocurrences", ""},
+        {"ocurrencesinarchive", "0"},
+        {"canonical", ""},
+        {"nosuchkey", ""},
+    };
+    for (const auto &[key, value] : expected)
+        EXPECT_EQ(r.getFieldByName(QString::fromLatin1(key)), QString::fromLatin1(value)) << key;
+
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("totalocurrences")), 0.0f);
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("imageweight")), 2.0f); // 1 kb + 1 kb
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("validatorerrors")), -1.0f);
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("filesizecompressed")), 4.0f);
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("linkcount")), 7.0f);
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("responsetime")), 0.25f);
+    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("ocurrencesinarchive")), 0.0f);
+
+    r.setValidatorErrors(0);
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("validatorerrors")), QStringLiteral("0"));
+    EXPECT_EQ(r.getDistancefromhome(), QStringLiteral("3"));
+}
+
+TEST(LinkRecordFields, NumericColumnsAreExactlyThirteen)
+{
+    const char *numeric[] = {"distancefromhome", "responsetime", "loadtime", "filesize",
+                             "filesizecompressed", "imageqty", "imageweight", "totalocurrences",
+                             "ocurrencesinarchive", "validatorwarnings", "validatorerrors",
+                             "linkcount", "wordcount"};
+    for (const char *n : numeric)
+        EXPECT_TRUE(OrelDataObject::isNumber(QString::fromLatin1(n))) << n;
+    for (const char *n : {"totalOcurrences", "distance", "status", "Filesize", ""})
+        EXPECT_FALSE(OrelDataObject::isNumber(QString::fromLatin1(n))) << n;
+}
+
+TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
+{
+    FakeOwner owner;
+    LinkCheckerUrl r(&owner);
+    r.setLinkUrl(QStringLiteral("http://h/x"), false);
+    owner.calls.clear();
+
+    test::LogCapture log;
+    r.addOnPageUrl(QString());
+    r.addOnPageUrl(QLatin1String(""));
+    r.addOnPageUrl(QStringLiteral("http://h/p"));
+    r.addOnPageName(QString());
+    r.addOnPageLinkText(QString());
+
+    EXPECT_EQ(r.getOnPageUrlArray(),
+              QStringList({"no url", "no url", "http://h/p"}));
+    EXPECT_EQ(r.getOnPageNameArray(), QStringList({"untitled"}));
+    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({"no text"}));
+    EXPECT_EQ(owner.calls,
+              QStringList({"addLink:no url", "addLink:no url", "addLink:http://h/p"}));
+    EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:http://h/x")), 2);
+    EXPECT_EQ(log.count(QStringLiteral("empty string submitted to url:http://h/x")), 1);
+    EXPECT_EQ(r.getLastOnPageUrl(), QStringLiteral("http://h/p"));
+    EXPECT_TRUE(r.isOnPage(QStringLiteral("http://h/p")));
+}
+
+TEST(LinkRecordOnPage, CellsAndListRenderings)
+{
+    FakeOwner owner;
+    LinkCheckerUrl r(&owner);
+    EXPECT_EQ(r.getOnPageName(), QString());
+    EXPECT_EQ(r.getOnPageUrl(), QString());
+    EXPECT_EQ(r.getOnPagesHTML(), QString());
+    EXPECT_EQ(r.getLastOnPageUrl(), QString());
+
+    r.addOnPageUrl(QStringLiteral("http://h/1"));
+    r.addOnPageName(QStringLiteral("One"));
+    r.addOnPageLinkText(QStringLiteral("t1"));
+    EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("http://h/1"));
+    EXPECT_EQ(r.getOnPageName(), QStringLiteral("One"));
+    owner.titles = true;
+    EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("One"));
+    owner.titles = false;
+
+    r.addOnPageUrl(QStringLiteral("http://h/2"));
+    r.addOnPageName(QStringLiteral("Two"));
+    r.addOnPageLinkText(QStringLiteral("t2"));
+    EXPECT_EQ(r.getOnPageName(), QStringLiteral("2 occurrences over more than one page"));
+    EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("2 occurrences over more than one page"));
+    EXPECT_EQ(r.getOnPages(), QStringLiteral("http://h/1\rhttp://h/2"));
+    EXPECT_EQ(r.getOnPagesCSV(), QStringLiteral("http://h/1\rhttp://h/2"));
+    EXPECT_EQ(r.getOnPagesText(), QStringLiteral("http://h/1,http://h/2"));
+    EXPECT_EQ(r.getOnPagesHTML(),
+              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
+                             "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
+    owner.titles = true;
+    EXPECT_EQ(r.getOnPagesText(), QStringLiteral("One,Two"));
+    EXPECT_EQ(r.getOnPagesHTML(),
+              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
+                             "<a href = \"http://h/2\" target=\"_blank\">Two</a>"));
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("onpageurlarray")), QStringLiteral("One\rTwo"));
+
+    // The inspector's appears-on table.
+    EXPECT_EQ(r.numberOfRowsInTableView(), 2);
+    EXPECT_EQ(r.objectValueForTableColumn(QStringLiteral("1"), 1), QStringLiteral("Two"));
+    EXPECT_EQ(r.objectValueForTableColumn(QStringLiteral("2"), 1), QStringLiteral("t2"));
+    EXPECT_EQ(r.objectValueForTableColumn(QStringLiteral("1"), 2), QString());
+    r.tableViewSelectionDidChange(1);
+    EXPECT_EQ(r.getLastClickedOnPage(), 1);
+    EXPECT_EQ(r.highlightBadLinksInSelectedPageOrVisitOnPage(), QStringLiteral("http://h/2"));
+    owner.highlight = true;
+    EXPECT_TRUE(r.highlightBadLinksInSelectedPageOrVisitOnPage().isNull());
+    EXPECT_EQ(owner.calls.last(), QStringLiteral("highlightBadLinksInSelectedPage"));
+}
+
+TEST(LinkRecordOnPage, PairingReadsItsOwnOccurrenceAndGuardsTheIndex)
+{
+    LinkCheckerUrl r;
+    r.setLinkUrl(QStringLiteral("http://h/x"), false);
+    r.setStatus(QStringLiteral("404 not found"));
+    r.addOnPageUrl(QStringLiteral("http://h/1"));
+    r.addOnPageUrl(QStringLiteral("http://h/2"));
+    r.addOnPageName(QStringLiteral("One"));
+    r.addOnPageLinkText(QStringLiteral("t1"));
+    r.addOnPageLinkText(QStringLiteral("t2"));
+    r.addNofollow(false);
+    r.addNofollow(true);
+
+    OrelOnPage second(&r, 1);
+    EXPECT_EQ(second.getFieldByName(QStringLiteral("onpageurl")), QStringLiteral("http://h/2"));
+    EXPECT_EQ(second.getFieldByName(QStringLiteral("linktext")), QStringLiteral("t2"));
+    EXPECT_EQ(second.getFieldByName(QStringLiteral("onpagename")), QString()); // shorter list
+    EXPECT_EQ(second.getFieldByName(QStringLiteral("nofollow")), QStringLiteral("Yes"));
+    EXPECT_EQ(second.getFieldByName(QStringLiteral("status")), QStringLiteral("404 not found"));
+    EXPECT_EQ(second.getColour(), 3);
+
+    OrelOnPage outside(&r, 5);
+    EXPECT_EQ(outside.getFieldByName(QStringLiteral("onpageurl")), QString());
+    EXPECT_EQ(outside.getFieldByName(QStringLiteral("nofollow")), QString());
+    EXPECT_EQ(OrelOnPage().getColour(), 0);
+}
+
+TEST(LinkRecordSEO, OverlappingCaseInsensitiveCounts)
+{
+    const struct
+    {
+        const char *term;
+        const char *text;
+        int count;
+    } cases[] = {
+        {"aa", "aaaa", 3}, {"AA", "aaaa", 3}, {"ab", "xabyABz", 2},
+        {"abc", "ab", 0},  {"", "aaaa", 0},   {"a", "", 0},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(QString::fromLatin1(c.term),
+                                                          QString::fromLatin1(c.text)),
+                  c.count)
+                << c.term << " in " << c.text;
+}
+
+TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
+{
+    test::wipeHome();
+    LinkCheckerUrl r;
+    r.setLinkUrl(QStringLiteral("http://h/widgets/page.html"), false);
+    r.setLinkPageTitle(QStringLiteral("Widget shop"));
+    r.setMetaDescription(QStringLiteral("widget WIDGET"));
+
+    // Without an archived copy only the fields count.
+    EXPECT_TRUE(r.countSEOTerm(QStringLiteral("widget")));
+    EXPECT_EQ(r.getOcurrencesInUrl(), 1);
+    EXPECT_EQ(r.getOcurrencesInTitle(), 1);
+    EXPECT_EQ(r.getOcurrencesInDescription(), 2);
+    EXPECT_EQ(r.getOcurrencesInArchive(), 0);
+    EXPECT_EQ(r.getTotalOccurrences(), 4);
+
+    ASSERT_TRUE(QDir().mkpath(AppSupport::archiveFolder()));
+    QFile f(AppSupport::archiveFolder() + QLatin1Char('/')
+            + archiveFileNameForUrl(r.getActualLinkUrl()));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("<title>Widget shop</title><meta content=\"widget WIDGET\"> widgets and widgets");
+    f.close();
+
+    EXPECT_EQ(r.countOcurrencesOfStringInArchive(QStringLiteral("widget")), 5);
+    EXPECT_TRUE(r.countSEOTerm(QStringLiteral("widget")));
+    EXPECT_EQ(r.getOcurrencesInArchive(), 2); // 5 minus the title's 1 and description's 2
+    EXPECT_EQ(r.getTotalOccurrences(), 6);
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("totalOcurrences")), QStringLiteral("6"));
+    EXPECT_TRUE(r.archiveContainsOneOfTheseTerms({QStringLiteral("nothing"), QStringLiteral("SHOP")}));
+    EXPECT_FALSE(r.archiveContainsOneOfTheseTerms({QStringLiteral("nothing")}));
+
+    EXPECT_FALSE(r.countSEOTerm(QStringLiteral("gadget")));
+    test::wipeHome();
+}
