@@ -76,7 +76,7 @@ void LinkCheckerUrl::releaseAll()
     m_data = QByteArray();
     m_linkUrl = QByteArray();
     m_redir = QByteArray();
-    m_nsslinkUrl = m_nssredir = m_actualLinkUrl = QString();
+    m_nsslinkUrl = m_nssredir = QString();
     m_status = m_linkText = m_linkPageTitle = m_timestamp = QString();
 }
 
@@ -251,10 +251,10 @@ void LinkCheckerUrl::addOnPageUrl(const QString &page)
 {
     QString stored = page;
     if (page.isNull()) {
-        log(QStringLiteral("null string submitted to url:%1").arg(m_actualLinkUrl));
+        log(QStringLiteral("null string submitted to url:%1").arg(getActualLinkUrl()));
         stored = QStringLiteral("no url");
     } else if (page.isEmpty()) {
-        log(QStringLiteral("empty string submitted to url:%1").arg(m_actualLinkUrl));
+        log(QStringLiteral("empty string submitted to url:%1").arg(getActualLinkUrl()));
         stored = QStringLiteral("no url");
     }
     m_onPageUrl.append(stored);
@@ -271,7 +271,7 @@ void LinkCheckerUrl::addOnPageName(const QString &name)
 void LinkCheckerUrl::addOnPageLinkText(const QString &text)
 {
     if (text.isNull()) {
-        log(QStringLiteral("null string submitted to url:%1").arg(m_actualLinkUrl));
+        log(QStringLiteral("null string submitted to url:%1").arg(getActualLinkUrl()));
         m_onPageLinkText.append(QStringLiteral("no text"));
         return;
     }
@@ -441,7 +441,7 @@ QString LinkCheckerUrl::getFieldByName(const QString &name) const
     if (is("linkurl"))
         return m_nsslinkUrl;
     if (is("actualurl"))
-        return m_actualLinkUrl;
+        return getActualLinkUrl();
     if (is("linkurlhtml"))
         return getLinkUrlHTML();
     if (is("linkredirhtml"))
@@ -575,7 +575,7 @@ QString LinkCheckerUrl::getDistancefromhome() const
 
 int LinkCheckerUrl::getLinkCount() const
 {
-    return m_owner ? m_owner->numberOfLinksOnThisPage(m_actualLinkUrl) : 0;
+    return m_owner ? m_owner->numberOfLinksOnThisPage(getActualLinkUrl()) : 0;
 }
 
 QString LinkCheckerUrl::getLinkcount() const
@@ -656,6 +656,7 @@ void LinkCheckerUrl::setSentRequest()
 void LinkCheckerUrl::setSentRequest(const QDateTime &when)
 {
     m_sentRequestMs = when.toMSecsSinceEpoch();
+    m_numberOfRedirects = 0;
     m_timestamp = QLocale::system().toString(when, QLocale::ShortFormat);
 }
 
@@ -724,7 +725,7 @@ bool textContainsOneOf(const QString &text, const QStringList &terms)
 bool LinkCheckerUrl::countSEOTerm(const QString &term)
 {
     PageExtras &x = extras();
-    x.ocurrencesInUrl = countOcurrencesOfString(term, m_actualLinkUrl);
+    x.ocurrencesInUrl = countOcurrencesOfString(term, getActualLinkUrl());
     x.ocurrencesInTitle = countOcurrencesOfString(term, m_linkPageTitle);
     x.ocurrencesInDescription = countOcurrencesOfString(term, x.metaDescription);
     x.ocurrencesInHeadings = countOcurrencesOfString(term, x.headings);
@@ -741,14 +742,14 @@ bool LinkCheckerUrl::countSEOTerm(const QString &term)
 
 int LinkCheckerUrl::countOcurrencesOfStringInArchive(const QString &term) const
 {
-    const QString text = readArchive(m_actualLinkUrl);
+    const QString text = readArchive(getActualLinkUrl());
     return text.isNull() ? 0 : countOcurrencesOfString(term, text);
 }
 
 // Falls back to the body still held when the page was not archived.
 bool LinkCheckerUrl::archiveContainsOneOfTheseTerms(const QStringList &terms) const
 {
-    QString text = readArchive(m_actualLinkUrl);
+    QString text = readArchive(getActualLinkUrl());
     if (text.isNull())
         text = QString::fromUtf8(m_data);
     return textContainsOneOf(text, terms);

@@ -62,8 +62,8 @@ public:
     QString getRedir() const { return m_nssredir; }
     QByteArray getRedirBytes() const { return m_redir; }
     // The URL that is fetched: the redirect target when one is recorded, else the link URL.
-    QString getActualLinkUrl() const { return m_actualLinkUrl; }
-    QString getActualurl() const { return m_actualLinkUrl; }
+    QString getActualLinkUrl() const { return m_redir.isEmpty() ? m_nsslinkUrl : m_nssredir; }
+    QString getActualurl() const { return getActualLinkUrl(); }
 
     // Cuts buffer at the first "#", then (trimQuery) at the first "?"; texts shorter than 2
     // bytes are left alone.
@@ -73,7 +73,9 @@ public:
     void setLinkUrl(const QString &text, bool trimQuery);
     // Stores the redirect target (not cut at "#"/"?", not registered). A null text is ignored.
     void setRedir(const QString &text);
-    void setActualLinkUrl();
+    // The actual URL is derived from the other two forms on every read (one string less per
+    // record); kept as an operation for callers that set it explicitly.
+    void setActualLinkUrl() { }
     // Whether the candidate (trimmed like a stored URL, "///" reduced to "//") equals the link
     // URL or the redirect target byte for byte. A match found only through the "///" reduction
     // sets recursion. The candidate is taken by value: the caller's copy is untouched.
@@ -244,7 +246,8 @@ public:
     int getTotalImageWeightAsNumber() const; // sum of the images' KB values
     QString getImageqty() const; // "" or "%i"
 
-    // Stamps the send time (now) and its description in the user's locale.
+    // Stamps the send time (now) and its description in the user's locale. A fetch starts here,
+    // so the redirect count starts again (a re-check must not inherit the earlier hops).
     void setSentRequest();
     void setSentRequest(const QDateTime &when);
     std::optional<QDateTime> getSentRequest() const;
@@ -321,7 +324,6 @@ private:
     QByteArray m_redir;
     QString m_nsslinkUrl;
     QString m_nssredir;
-    QString m_actualLinkUrl;
     QString m_status;
     QString m_linkText;
     QString m_linkPageTitle;

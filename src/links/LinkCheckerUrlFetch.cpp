@@ -112,7 +112,7 @@ std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *con
         return std::nullopt;
     }
 
-    if (proposed.url == m_actualLinkUrl || kind == ValidatorRequest)
+    if (proposed.url == getActualLinkUrl() || kind == ValidatorRequest)
         return next;
 
     const bool trim = m_owner && m_owner->shouldTrim();
@@ -153,7 +153,7 @@ bool LinkCheckerUrl::canAuthenticateAgainstProtectionSpace(myNSURLConnection *,
 void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *,
                                                        AuthChallenge &challenge)
 {
-    log(QStringLiteral("received authentication challenge from %1").arg(m_actualLinkUrl));
+    log(QStringLiteral("received authentication challenge from %1").arg(getActualLinkUrl()));
     if (ownerStopPressed())
         return;
     if (challenge.method == AuthMethod::ServerTrust && m_isInternal) {
@@ -192,7 +192,7 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
         else
             log(QStringLiteral("Content-Length header isn't available for %1, uncompressed size "
                                "will be set to = final data length")
-                        .arg(m_actualLinkUrl));
+                        .arg(getActualLinkUrl()));
     }
     m_contentlengthunavailable = !hasContentLength;
 
@@ -291,7 +291,7 @@ void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *b
         // No size limit: a very large page is kept whole.
         m_data.append(bytes, length);
     } catch (const std::bad_alloc &) {
-        log(QStringLiteral("**** failed to add data for %1").arg(m_actualLinkUrl));
+        log(QStringLiteral("**** failed to add data for %1").arg(getActualLinkUrl()));
         cancelAndRelease();
         if (m_owner)
             m_owner->stop();

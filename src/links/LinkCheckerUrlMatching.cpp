@@ -59,7 +59,6 @@ void LinkCheckerUrl::setLinkUrl(const QString &text, bool trimQuery)
     m_linkUrl = buffer;
     if (m_owner)
         m_owner->addToLookup(this, slashTrimmed ? QString::fromUtf8(m_linkUrl) : m_nsslinkUrl);
-    setActualLinkUrl();
 }
 
 // Unlike the link URL, a redirect target keeps its fragment and query and is not registered.
@@ -76,12 +75,6 @@ void LinkCheckerUrl::setRedir(const QString &text)
         m_hasHadRedirSlashTrimmed = true;
     }
     m_redir = buffer;
-    setActualLinkUrl();
-}
-
-void LinkCheckerUrl::setActualLinkUrl()
-{
-    m_actualLinkUrl = m_redir.isEmpty() ? m_nsslinkUrl : m_nssredir;
 }
 
 bool LinkCheckerUrl::isEqualToUrl(QByteArray candidate, bool trimmed, bool ignoreTrailingSlash)
@@ -132,7 +125,8 @@ QString LinkCheckerUrl::getLinkUrlForTesting() const
             return m_onPageUrl.at(m_lastClickedOnPage);
         return QString(QLatin1String(""));
     }
-    return m_actualLinkUrl.isNull() ? QString(QLatin1String("")) : m_actualLinkUrl;
+    const QString actual = getActualLinkUrl();
+    return actual.isNull() ? QString(QLatin1String("")) : actual;
 }
 
 bool LinkCheckerUrl::contains(const QString &text) const

@@ -192,6 +192,9 @@ TEST(Fetch, RedirectCapAndRedirectionToNowhere)
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("recurring redirect"));
     EXPECT_EQ(log.count(QStringLiteral("recurring redirect")), 1);
     EXPECT_EQ(f.trace(), QStringLiteral("| incNumberDone threadHasFinished"));
+    // A later fetch of the same record (re-check, continue) counts its hops afresh.
+    f.record.setSentRequest();
+    EXPECT_TRUE(f.redirect(QStringLiteral("http://h/loop1")));
 
     Fixture g;
     EXPECT_FALSE(g.redirect(QString()));
