@@ -578,3 +578,84 @@ TEST_F(Connection, SixteenSlowRequestsToOneHostRunTogether)
     for (const auto &r : recs)
         EXPECT_EQ(r->events.last(), QStringLiteral("finish"));
 }
+
+namespace {
+
+// Keeps a fixed number of transfers in flight until a total is reached, as a crawl does.
+class Pump : public ConnectionDelegate
+{
+public:
+    Pump(QString base, int total)
+        : m_base(std::move(base))
+        , m_total(total)
+    { }
+    int finished = 0;
+    int failed = 0;
+    qint64 bytes = 0;
+
+    void startOne()
+    {
+        if (m_started < m_total)
+            new myNSURLConnection(get(m_base + QString::number(m_started++)), this, CrawlFetch);
+    }
+    std::optional<UrlRequest> willSendRequest(
+        myNSURLConnection *, const UrlRequest &p, const UrlResponse *) override
+    {
+        return p;
+    }
+    bool canAuthenticateAgainstProtectionSpace(myNSURLConnection *, AuthMethod) override
+    {
+        return false;
+    }
+    void didReceiveAuthenticationChallenge(myNSURLConnection *, AuthChallenge &) override { }
+    void didReceiveResponse(myNSURLConnection *, const UrlResponse &) override { }
+    void didReceiveData(myNSURLConnection *, const char *, qsizetype length) override
+    {
+        bytes += length;
+    }
+    void connectionDidFinishLoading(myNSURLConnection *) override
+    {
+        ++finished;
+        startOne();
+    }
+    void didFailWithError(myNSURLConnection *, const UrlError &) override
+    {
+        ++failed;
+        startOne();
+    }
+
+private:
+    QString m_base;
+    int m_total;
+    int m_started = 0;
+};
+
+} // namespace
+
+TEST(ConnectionThroughput, ManyShortTransfersWithSixteenInFlight)
+{
+    QDir dir(orel::test::home());
+    dir.mkpath(QStringLiteral("throughput"));
+    QFile page(dir.filePath(QStringLiteral("throughput/page.html")));
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write(QByteArray("<html><body>") + QByteArray(2000, 'p') + "</body></html>");
+    page.close();
+    FixtureServer nginx(FixtureServer::Nginx, dir.filePath(QStringLiteral("throughput")));
+    ASSERT_TRUE(nginx.isRunning());
+
+    constexpr int Total = 3000;
+    Pump pump(nginx.url(QStringLiteral("/page.html?n=")), Total);
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < 16; ++i)
+        pump.startOne();
+    EXPECT_TRUE(waitFor([&] { return pump.finished + pump.failed == Total; }, 60000));
+    const qint64 ms = qMax<qint64>(1, clock.elapsed());
+    EXPECT_EQ(pump.failed, 0);
+    EXPECT_EQ(pump.bytes, qint64(Total) * page.size());
+    std::printf("[ INFO     ] %d transfers in %lld ms (%lld per second)\n", Total, ms,
+        qint64(Total) * 1000 / ms);
+    // A loose floor that still catches serialised or non-reused connections.
+    EXPECT_LT(ms, 30000);
+    EXPECT_TRUE(waitFor([] { return myNSURLConnection::activeCount() == 0; }, 2000));
+}

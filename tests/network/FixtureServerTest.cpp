@@ -83,3 +83,22 @@ TEST(FixtureServer, TlsVariantUsesAFreshSelfSignedCertificate)
     EXPECT_EQ(f.status, 200);
     EXPECT_TRUE(f.body.contains("final page"));
 }
+
+TEST(FixtureServer, NginxServesAStaticFolderAndLogsRequests)
+{
+    QDir site(orel::test::home());
+    site.mkpath(QStringLiteral("nginx-site"));
+    QFile page(site.filePath(QStringLiteral("nginx-site/index.html")));
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write("<html>nginx index</html>");
+    page.close();
+
+    FixtureServer server(FixtureServer::Nginx, site.filePath(QStringLiteral("nginx-site")));
+    ASSERT_TRUE(server.isRunning());
+    Fetched f = fetch(server.url(QStringLiteral("/")));
+    EXPECT_EQ(f.status, 200);
+    EXPECT_EQ(f.body, QByteArray("<html>nginx index</html>"));
+    EXPECT_EQ(fetch(server.url(QStringLiteral("/missing?x=1"))).status, 404);
+    EXPECT_EQ(server.requestLog(),
+        QStringList({ QStringLiteral("GET /"), QStringLiteral("GET /missing?x=1") }));
+}

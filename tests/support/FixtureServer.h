@@ -16,7 +16,9 @@ namespace orel::test {
 class FixtureServer
 {
 public:
-    enum Mode { Plain, Tls };
+    // Plain and Tls run the python script with all its routes; Nginx serves only the static
+    // files below root, fast (for throughput tests), with keep-alive.
+    enum Mode { Plain, Tls, Nginx };
 
     // root: a folder whose files are served as a static site (files win over fixed routes).
     explicit FixtureServer(Mode mode = Plain, const QString &root = QString());
@@ -44,6 +46,10 @@ public:
     static QString scriptPath();
 
 private:
+    void startScript(const QString &root);
+    void startNginx(const QString &root);
+    bool waitUntilAccepting(quint16 port, int ms);
+
     Mode m_mode;
     quint16 m_port = 0;
     QProcess *m_process = nullptr;
