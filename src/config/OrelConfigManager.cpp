@@ -172,6 +172,22 @@ void OrelConfigManager::controlsChanged()
         setEdited(true);
 }
 
+void OrelConfigManager::awakeFromNib()
+{
+    loadAllUrls();
+    implementLastUsedSettings();
+    setEdited(false);
+}
+
+bool OrelConfigManager::takeDrawerOpenRequest()
+{
+    const QString key = QLatin1String(DefaultsKey::DrawerOpen);
+    if (!UserDefaults::contains(key) || !UserDefaults::boolValue(key))
+        return false;
+    UserDefaults::remove(key);
+    return true;
+}
+
 // ---- Configurations list -------------------------------------------------------------------
 
 QString OrelConfigManager::pathForFilename(const QString &fileName)

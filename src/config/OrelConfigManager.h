@@ -39,6 +39,12 @@ public:
 
     SettingsControls *controls() const { return controls_; }
 
+    // Start-up once the window exists: lists the folder, applies "lastused", marks unedited.
+    void awakeFromNib();
+    // When the main window becomes main: answers whether the drawer should open, and consumes
+    // that one-shot request (the user default "OrrelwickDrawerOpen").
+    static bool takeDrawerOpenRequest();
+
     // ---- Configurations list -------------------------------------------------------------
     // Rebuilds the list from the application-support folder (created when missing).
     void loadAllUrls();
@@ -90,6 +96,8 @@ public:
     // new file named from the URL. Answers the file name (or the outside path) written, or a null
     // QString on failure.
     QString saveMenuItem();
+    // Saves the configuration; the GUI then closes the sitemap rules window.
+    QString saveAndCloseRules() { return saveMenuItem(); }
     // Opens a settings file from anywhere (".lcsettings"); later saves go back to it.
     bool openSettings(const QString &path, QString *error = nullptr);
     // Asks "Delete Configuration" through the dialogs; refused while a crawl runs or when no row

@@ -247,6 +247,11 @@ TEST_F(ConfigTest, FewerThanTwoConfigurationsClosesTheDrawer)
     writeConfig(QStringLiteral("two"), { { QStringLiteral("url"), QStringLiteral("http://2/") } });
     manager->loadAllUrls();
     EXPECT_FALSE(manager->hasFewConfigurations());
+
+    // With enough configurations a request to open the drawer is honoured once.
+    UserDefaults::setValue(QLatin1String(DefaultsKey::DrawerOpen), true);
+    EXPECT_TRUE(OrelConfigManager::takeDrawerOpenRequest());
+    EXPECT_FALSE(OrelConfigManager::takeDrawerOpenRequest());
 }
 
 TEST_F(ConfigTest, DeleteAsksAndOnlyContinueDeletes)
