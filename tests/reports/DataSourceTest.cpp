@@ -55,10 +55,10 @@ TEST(DataSourceIds, GivesAndRaisesIdsAndClearStartsAgain)
         qint32 highest;
     };
     const Case cases[] = {
-        {{0}, {1}, 1},
-        {{7, 0}, {7, 8}, 8},
-        {{7, 3, 0}, {7, 3, 8}, 8},
-        {{0, 0, 5, 0}, {1, 2, 5, 6}, 6},
+        { { 0 }, { 1 }, 1 },
+        { { 7, 0 }, { 7, 8 }, 8 },
+        { { 7, 3, 0 }, { 7, 3, 8 }, 8 },
+        { { 0, 0, 5, 0 }, { 1, 2, 5, 6 }, 6 },
     };
     for (const Case &tc : cases) {
         bhDataSource source;
@@ -189,11 +189,11 @@ TEST(DataSourceSort, TextSortIgnoresCaseAndKeepsEqualsInOrder)
         QStringList expected;
     };
     const Case cases[] = {
-        {{"cherry", "apple", "Banana"}, true, {"apple", "Banana", "cherry"}},
-        {{"cherry", "apple", "Banana"}, false, {"cherry", "Banana", "apple"}},
-        {{"b", "A", "a", "B"}, true, {"A", "a", "b", "B"}},
-        {{"b", "A", "a", "B"}, false, {"b", "B", "A", "a"}},
-        {{}, true, {}},
+        { { "cherry", "apple", "Banana" }, true, { "apple", "Banana", "cherry" } },
+        { { "cherry", "apple", "Banana" }, false, { "cherry", "Banana", "apple" } },
+        { { "b", "A", "a", "B" }, true, { "A", "a", "b", "B" } },
+        { { "b", "A", "a", "B" }, false, { "b", "B", "A", "a" } },
+        { {}, true, {} },
     };
     for (const Case &tc : cases) {
         bhDataSource source;
@@ -233,8 +233,8 @@ TEST(DataSourceSort, NumericSortPutsEqualValuesInReverseCollectionOrder)
 TEST(DataSourceSort, NumericSortOrdersLargeCollectionsWithOrWithoutBrokenValues)
 {
     std::mt19937 random(7);
-    for (bool withNaN : {false, true}) {
-        for (bool ascending : {true, false}) {
+    for (bool withNaN : { false, true }) {
+        for (bool ascending : { true, false }) {
             bhDataSource source;
             for (int i = 0; i < 300; ++i)
                 source.add(new Item(QString::number(i), float(random() % 40)));
@@ -273,15 +273,12 @@ TEST(DataSourceSort, NumericSortJumpStart)
         std::vector<float> expected;
     };
     const Case cases[] = {
-        {"middle and three-quarter (same place) precede: the search skips the NaN",
-         {100, 101, 102, 103, kNaN, 1, 2, 150},
-         {1, 2, kNaN, 100, 101, 102, 103, 150}},
-        {"both precede: the search starts at the three-quarter place",
-         {20, 8, kNaN, 17, 10, 6, 12, 3, 19},
-         {3, 6, 10, 12, 17, kNaN, 8, 19, 20}},
-        {"only the middle precedes: the search starts at the middle",
-         {1, 2, 3, 4, 5, 6, 7, 8, 5.5f, kNaN},
-         {kNaN, 1, 2, 3, 4, 5, 5.5f, 6, 7, 8}},
+        { "middle and three-quarter (same place) precede: the search skips the NaN",
+            { 100, 101, 102, 103, kNaN, 1, 2, 150 }, { 1, 2, kNaN, 100, 101, 102, 103, 150 } },
+        { "both precede: the search starts at the three-quarter place",
+            { 20, 8, kNaN, 17, 10, 6, 12, 3, 19 }, { 3, 6, 10, 12, 17, kNaN, 8, 19, 20 } },
+        { "only the middle precedes: the search starts at the middle",
+            { 1, 2, 3, 4, 5, 6, 7, 8, 5.5f, kNaN }, { kNaN, 1, 2, 3, 4, 5, 5.5f, 6, 7, 8 } },
     };
     for (const Case &tc : cases) {
         bhDataSource source;
@@ -302,33 +299,39 @@ TEST(DataSourceSort, CompareAnswersAndOverflow)
         bool overflow;
     };
     const Case cases[] = {
-        {2, 1, 1, 1, false},     {1, 2, 1, -1, false},   {1, 1, 1, 0, false},
-        {2, 1, 0, 0, false},     {1, 2, 2, 0, false},    {kNaN, 1, 1, 0, false},
-        {kInf, 1, 1, 0, true},   {1, -kInf, 1, 0, true}, {kInf, 1, 0, 0, false},
+        { 2, 1, 1, 1, false },
+        { 1, 2, 1, -1, false },
+        { 1, 1, 1, 0, false },
+        { 2, 1, 0, 0, false },
+        { 1, 2, 2, 0, false },
+        { kNaN, 1, 1, 0, false },
+        { kInf, 1, 1, 0, true },
+        { 1, -kInf, 1, 0, true },
+        { kInf, 1, 0, 0, false },
     };
     for (const Case &tc : cases) {
         Item a(QString(), tc.a), b(QString(), tc.b);
         bhDataSource source(false);
         test::LogCapture log;
         EXPECT_EQ(source.compare(&a, &b, QStringLiteral("filesize"), tc.options), tc.expected)
-                << tc.a << " " << tc.b << " " << tc.options;
+            << tc.a << " " << tc.b << " " << tc.options;
         EXPECT_EQ(log.count(QStringLiteral("overflow")) > 0, tc.overflow) << tc.a << " " << tc.b;
     }
 
     // A sort meeting an infinite value logs and still places every item.
     bhDataSource source;
-    for (float v : {3.0f, kInf, 1.0f})
+    for (float v : { 3.0f, kInf, 1.0f })
         source.add(new Item(QString(), v));
     test::LogCapture log;
     source.sortByColumn(QStringLiteral("filesize"), true, bhDataSource::SortAsNumber);
     EXPECT_GT(log.count(QStringLiteral("overflow")), 0);
-    EXPECT_TRUE(sameNumbers(sortedNumbers(source), {1, kInf, 3}));
+    EXPECT_TRUE(sameNumbers(sortedNumbers(source), { 1, kInf, 3 }));
 }
 
 TEST(DataSourceSort, ColumnClickSortsNumericFieldsAsNumbers)
 {
     bhDataSource source;
-    for (const char *v : {"10", "9", "100"})
+    for (const char *v : { "10", "9", "100" })
         source.add(new Item(QString::fromLatin1(v), QByteArray(v).toFloat()));
     FakeTable table;
     source.setTableView(&table);
@@ -339,11 +342,11 @@ TEST(DataSourceSort, ColumnClickSortsNumericFieldsAsNumbers)
         QStringList expected;
     };
     const Case cases[] = {
-        {"filesize", {"9", "10", "100"}},
-        {"name", {"10", "100", "9"}},
+        { "filesize", { "9", "10", "100" } },
+        { "name", { "10", "100", "9" } },
     };
     for (const Case &tc : cases) {
-        table.sort = SortDescriptor{QString::fromLatin1(tc.key), true};
+        table.sort = SortDescriptor { QString::fromLatin1(tc.key), true };
         source.didClickTableColumn(&table);
         QStringList got;
         for (int i = 0; i < 3; ++i)
