@@ -68,7 +68,7 @@ public:
     OrelDataObject *getnthSortedItem(int index) const;
     // The n-th (from 0) visible item in sorted order.
     virtual OrelDataObject *getnthVisibleItem(int n);
-    // Whether a sort has been done since the last clear(), and its length.
+    // Whether a sort has been done since the last clear() (the sorted copy exists).
     bool hasSortArray() const { return m_sortArray.has_value(); }
 
     // --- The view -------------------------------------------------------------------------
