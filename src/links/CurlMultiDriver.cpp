@@ -15,7 +15,8 @@ CurlMultiDriver *s_instance = nullptr;
 constexpr int MaxPooledHandles = 64;
 
 // Installed on a handle released from inside a libcurl callback, so that libcurl, which may still
-// call it before it returns, aborts instead of reaching a transfer that no longer exists.
+// call it before it returns, aborts instead of reaching a transfer that no longer exists (its
+// error buffer is unhooked for the same reason).
 size_t refuseBytes(char *, size_t, size_t, void *)
 {
     return 0;
@@ -117,6 +118,7 @@ void CurlMultiDriver::release(void *easy, curl_slist *headers)
     if (m_depth > 0 && m_attached.contains(easy)) {
         // libcurl forbids removing a handle from inside its callbacks.
         curl_easy_setopt(easy, CURLOPT_PRIVATE, nullptr);
+        curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
         curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &refuseBytes);
         curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &refuseBytes);
         m_pendingRelease.append({ easy, headers });

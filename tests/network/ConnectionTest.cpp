@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QPointer>
+#include <QProcess>
 #include <QUrl>
 
 #include <arpa/inet.h>
@@ -658,4 +659,110 @@ TEST(ConnectionThroughput, ManyShortTransfersWithSixteenInFlight)
     // A loose floor that still catches serialised or non-reused connections.
     EXPECT_LT(ms, 30000);
     EXPECT_TRUE(waitFor([] { return myNSURLConnection::activeCount() == 0; }, 2000));
+}
+
+TEST_F(Connection, DelegateMayDeleteConnectionsInsideCallbacks)
+{
+    // The connection itself, deleted outright at each kind of callback.
+    struct Case
+    {
+        const char *path;
+        const char *where;
+        QStringList events;
+    };
+    const Case cases[] = {
+        { "/redirect/chain?n=1", "send", list({ "send" }) },
+        { "/redirect/chain?n=1", "redirect", list({ "send", "redirect 302" }) },
+        { "/type/pdf", "response", list({ "send", "response 200" }) },
+        { "/big?n=2000000", "data", list({ "send", "response 200", "data" }) },
+        { "/final", "finish", list({ "send", "response 200", "data", "finish" }) },
+        { "/closed", "fail", list({ "send", "response 200", "data", "fail" }) },
+    };
+    for (const Case &tc : cases) {
+        SCOPED_TRACE(tc.where);
+        Recorder rec;
+        QPointer<myNSURLConnection> conn;
+        const QString where = QString::fromLatin1(tc.where);
+        auto deleteIfLast = [&rec, &conn, where] {
+            if (conn && rec.events.last().startsWith(where))
+                delete conn.data();
+        };
+        rec.onSend = [&](const UrlRequest &p, const UrlResponse *) {
+            deleteIfLast();
+            return std::optional<UrlRequest>(p);
+        };
+        rec.onResponse = [&](myNSURLConnection *) { deleteIfLast(); };
+        rec.onData = [&](myNSURLConnection *) { deleteIfLast(); };
+        conn = new myNSURLConnection(get(url(tc.path)), &rec, CrawlFetch);
+        EXPECT_TRUE(waitFor([&] { return conn.isNull(); }, 5000));
+        waitFor([] { return false; }, 100);
+        EXPECT_EQ(rec.events, tc.events);
+    }
+
+    // Another transfer, cancelled or deleted while libcurl is busy with this one: both large
+    // bodies arrive in the same rounds, so the victim's handle is still in libcurl's hands.
+    for (bool deleteIt : { false, true }) {
+        SCOPED_TRACE(deleteIt ? "delete" : "cancel");
+        Recorder first;
+        Recorder second;
+        QPointer<myNSURLConnection> a
+            = new myNSURLConnection(get(url("/big?n=4000000")), &first, CrawlFetch);
+        QPointer<myNSURLConnection> b
+            = new myNSURLConnection(get(url("/big?n=4000001")), &second, CrawlFetch);
+        bool done = false;
+        auto strike = [&](myNSURLConnection *self) {
+            QPointer<myNSURLConnection> victim = self == a ? b : a;
+            if (done || !victim || second.body.isEmpty() || first.body.isEmpty())
+                return;
+            done = true;
+            if (deleteIt)
+                delete victim.data();
+            else
+                victim->cancel();
+        };
+        first.onData = strike;
+        second.onData = strike;
+        EXPECT_TRUE(waitFor([&] { return a.isNull() && b.isNull(); }, 10000));
+        EXPECT_TRUE(done);
+        // Exactly one of the two ran to its end.
+        EXPECT_NE(first.events.last() == QLatin1String("finish"),
+            second.events.last() == QLatin1String("finish"));
+    }
+}
+
+TEST(ConnectionTeardown, TransfersInFlightAtExitEndQuietly)
+{
+    const QByteArray childUrl = qgetenv("ORRELWICK_TEARDOWN_URL");
+    if (!childUrl.isEmpty()) {
+        // Child process: leave transfers in every state behind and let the application exit.
+        static Recorder rec;
+        const QString base = QString::fromUtf8(childUrl);
+        new myNSURLConnection(get(base + QStringLiteral("/slowbody?ms=5000")), &rec, CrawlFetch);
+        new myNSURLConnection(get(base + QStringLiteral("/slow?ms=5000")), &rec, CrawlFetch);
+        new myNSURLConnection(get(base + QStringLiteral("/final")), &rec, CrawlFetch);
+        waitFor(
+            [] {
+                return rec.events.contains(QStringLiteral("finish"))
+                    && rec.events.contains(QStringLiteral("response 200"));
+            },
+            5000);
+        EXPECT_EQ(myNSURLConnection::activeCount(), 2);
+        return;
+    }
+    FixtureServer server;
+    ASSERT_TRUE(server.isRunning());
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("ORRELWICK_TEARDOWN_URL"), server.baseUrl());
+    env.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    child.setProcessEnvironment(env);
+    child.setProcessChannelMode(QProcess::MergedChannels);
+    child.start(QCoreApplication::applicationFilePath(),
+        { QStringLiteral("--gtest_filter=ConnectionTeardown.*") });
+    ASSERT_TRUE(child.waitForFinished(20000));
+    const QByteArray out = child.readAll();
+    EXPECT_EQ(child.exitStatus(), QProcess::NormalExit) << out.constData();
+    EXPECT_EQ(child.exitCode(), 0) << out.constData();
+    // The child ended well before its slow answers could have arrived.
+    EXPECT_TRUE(out.contains("[  PASSED  ] 1 test")) << out.constData();
 }
