@@ -213,7 +213,16 @@ QString OrelParser::readValue(ValueKind kind, bool trim)
         trimThisCharacter('"', buf);
         trimThisCharacter(' ', buf);
     }
-    QString url = parsertext::urlString(buf, static_cast<qsizetype>(std::strlen(buf)));
+    const size_t length = std::strlen(buf);
+    QString url = parsertext::urlString(buf, static_cast<qsizetype>(length));
+    // Most values need none of the replacements; one look at the bytes saves four scans.
+    bool plain = true;
+    for (size_t i = 0; i < length && plain; ++i) {
+        const char c = buf[i];
+        plain = c != '&' && c != ' ' && c != '{' && c != '}';
+    }
+    if (plain)
+        return url;
     unescapeEntities(url);
     url.replace(QLatin1Char(' '), QLatin1String("%20"));
     if (kind == ValueKind::Anchor) {
@@ -238,6 +247,25 @@ std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
         if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
             return std::nullopt;
         lastWasImg = false;
+        // Every recogniser below first skips spaces and then needs its own first letter; any
+        // other byte fails them all without reading, so such tags are passed over at once.
+        switch (aBuffer) {
+        case ' ':
+        case 'a':
+        case 'A':
+        case 's':
+        case 'S':
+        case 'f':
+        case 'F':
+            break;
+        case 'i':
+        case 'I':
+            if (checkImages)
+                break;
+            continue;
+        default:
+            continue;
+        }
         if (isThisAnATag()) {
             if (!followNofollow)
                 nofollow = false;
