@@ -129,7 +129,7 @@ void bhDataSource::clear()
     m_collection.clear();
     m_collection.shrink_to_fit();
     m_highestId = 0;
-    m_lastIndex = 0;
+    m_lastIndex.store(0, std::memory_order_relaxed);
 }
 
 void bhDataSource::deleteItem(OrelDataObject *item)
@@ -155,8 +155,9 @@ int bhDataSource::indexOf(const OrelDataObject *item) const
 {
     if (!item)
         return -1;
-    if (m_lastIndex < m_collection.size() && m_collection[m_lastIndex] == item)
-        return int(m_lastIndex);
+    const std::size_t hint = m_lastIndex.load(std::memory_order_relaxed);
+    if (hint < m_collection.size() && m_collection[hint] == item)
+        return int(hint);
     const auto it = std::find(m_collection.begin(), m_collection.end(), item);
     if (it == m_collection.end())
         return -1;
@@ -167,7 +168,7 @@ OrelDataObject *bhDataSource::getFirstItem() const
 {
     if (m_collection.empty())
         return nullptr;
-    m_lastIndex = 0;
+    m_lastIndex.store(0, std::memory_order_relaxed);
     return m_collection.front();
 }
 
@@ -176,8 +177,8 @@ OrelDataObject *bhDataSource::getNextItem(const OrelDataObject *item) const
     const int i = indexOf(item);
     if (i < 0 || std::size_t(i) + 1 >= m_collection.size())
         return nullptr;
-    m_lastIndex = std::size_t(i) + 1;
-    return m_collection[m_lastIndex];
+    m_lastIndex.store(std::size_t(i) + 1, std::memory_order_relaxed);
+    return m_collection[std::size_t(i) + 1];
 }
 
 OrelDataObject *bhDataSource::getItemById(quint32 id)
@@ -189,7 +190,7 @@ OrelDataObject *bhDataSource::getItemById(quint32 id)
         return nullptr;
     for (std::size_t i = std::size_t(from); i < m_collection.size(); ++i) {
         if (m_collection[i]->getID() == id) {
-            m_lastIndex = i;
+            m_lastIndex.store(i, std::memory_order_relaxed);
             return m_collection[i];
         }
     }
@@ -204,8 +205,8 @@ OrelDataObject *bhDataSource::getnthItem(int index)
     }
     if (index < 0 || std::size_t(index) >= m_collection.size())
         return nullptr;
-    m_lastIndex = std::size_t(index);
-    return m_collection[m_lastIndex];
+    m_lastIndex.store(std::size_t(index), std::memory_order_relaxed);
+    return m_collection[std::size_t(index)];
 }
 
 OrelDataObject *bhDataSource::getnthSortedItem(int index) const

@@ -10,6 +10,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <atomic>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -134,7 +135,8 @@ private:
     qint32 m_highestId = 0;
     bool m_ownsItems;
     // Where the last positional answer was found, so that walking with getNextItem() is O(1).
-    mutable std::size_t m_lastIndex = 0;
+    // Only a hint (checked before use); atomic because a report thread may read positions.
+    mutable std::atomic<std::size_t> m_lastIndex { 0 };
     // Lives on the main thread; queued reloads die with it.
     QObject m_mainThreadContext;
 };
