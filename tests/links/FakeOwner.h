@@ -26,6 +26,8 @@ public:
     bool titles = false;
     bool highlight = false;
     int linksOnPage = 0;
+    // Run posted work through the event loop (live transfers) instead of holding it.
+    bool realLater = false;
 
     // Messages received, in order: "incNumberDone", "addToLookup:<key>", ...
     QStringList calls;
@@ -76,7 +78,13 @@ public:
     int numberOfLinksOnThisPage(const QString &) const override { return linksOnPage; }
     void showInspector(LinkCheckerUrl *) override { calls << QStringLiteral("showInspector"); }
     void highlightBadLinksInSelectedPage(LinkCheckerUrl *) override { calls << QStringLiteral("highlightBadLinksInSelectedPage"); }
-    void later(std::function<void()> fn) override { posted.push_back(std::move(fn)); }
+    void later(std::function<void()> fn) override
+    {
+        if (realLater)
+            LinkOwner::later(std::move(fn));
+        else
+            posted.push_back(std::move(fn));
+    }
 };
 
 } // namespace orel::test
