@@ -359,7 +359,8 @@ bool myNSURLConnection::Private::configure()
     }
     for (const auto &[name, value] : std::as_const(request.headers)) {
         // "Name;" is libcurl's way of sending a header with an empty value.
-        const QByteArray line = value.isEmpty() ? QByteArray(name + ';') : QByteArray(name + ": " + value);
+        const QByteArray line
+            = value.isEmpty() ? QByteArray(name + ';') : QByteArray(name + ": " + value);
         headerList = curl_slist_append(headerList, line.constData());
     }
     if (headerList)
@@ -383,7 +384,8 @@ size_t myNSURLConnection::Private::headerCallback(
         d->headers.clear();
         d->headersComplete = false;
         const qsizetype space = line.indexOf(' ');
-        d->status = space < 0 ? 0 : line.sliced(space + 1).first(qMin<qsizetype>(3, line.size() - space - 1)).toInt();
+        const QByteArrayView code = space < 0 ? QByteArrayView() : line.sliced(space + 1);
+        d->status = code.first(qMin<qsizetype>(3, code.size())).toInt();
         return total;
     }
     if (d->headersComplete)

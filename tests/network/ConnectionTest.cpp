@@ -699,16 +699,16 @@ TEST_F(Connection, DelegateMayDeleteConnectionsInsideCallbacks)
         EXPECT_EQ(rec.events, tc.events);
     }
 
-    // Another transfer, cancelled or deleted while libcurl is busy with this one: both large
-    // bodies arrive in the same rounds, so the victim's handle is still in libcurl's hands.
+    // Another transfer, cancelled or deleted while libcurl is busy with this one: both bodies
+    // trickle in, so the victim's handle is still in libcurl's hands.
     for (bool deleteIt : { false, true }) {
         SCOPED_TRACE(deleteIt ? "delete" : "cancel");
         Recorder first;
         Recorder second;
         QPointer<myNSURLConnection> a
-            = new myNSURLConnection(get(url("/big?n=4000000")), &first, CrawlFetch);
+            = new myNSURLConnection(get(url("/trickle?i=1")), &first, CrawlFetch);
         QPointer<myNSURLConnection> b
-            = new myNSURLConnection(get(url("/big?n=4000001")), &second, CrawlFetch);
+            = new myNSURLConnection(get(url("/trickle?i=2")), &second, CrawlFetch);
         bool done = false;
         auto strike = [&](myNSURLConnection *self) {
             QPointer<myNSURLConnection> victim = self == a ? b : a;

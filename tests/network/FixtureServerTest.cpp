@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QThread>
 
 #include <curl/curl.h>
 
@@ -99,6 +101,9 @@ TEST(FixtureServer, NginxServesAStaticFolderAndLogsRequests)
     EXPECT_EQ(f.status, 200);
     EXPECT_EQ(f.body, QByteArray("<html>nginx index</html>"));
     EXPECT_EQ(fetch(server.url(QStringLiteral("/missing?x=1"))).status, 404);
+    QDeadlineTimer deadline(3000);
+    while (server.requestLog().size() < 2 && !deadline.hasExpired())
+        QThread::msleep(20);
     EXPECT_EQ(server.requestLog(),
         QStringList({ QStringLiteral("GET /"), QStringLiteral("GET /missing?x=1") }));
 }

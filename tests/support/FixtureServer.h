@@ -38,7 +38,8 @@ public:
     QString url(const QString &path) const;
 
     // Every request the server has received so far, one "METHOD /path?query" per entry, in
-    // arrival order. clearRequestLog() forgets them.
+    // arrival order. clearRequestLog() forgets them. nginx writes its line just after answering,
+    // so a test may need to wait a moment for the last one.
     QStringList requestLog() const;
     void clearRequestLog();
 
