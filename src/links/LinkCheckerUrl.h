@@ -309,6 +309,7 @@ public:
 private:
     struct PageExtras;
     PageExtras &extras();
+    int adoptConnection(myNSURLConnection *connection);
     void cancelAndRelease();
     void postThreadHasFinished();
     void postIncNumberDone();

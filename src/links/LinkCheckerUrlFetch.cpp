@@ -77,15 +77,22 @@ void LinkCheckerUrl::postIncNumberValidated()
         owner->later([owner, this] { owner->incNumberValidated(this); });
 }
 
+// The connection calling is the one to cancel, also when its starter did not hand it over with
+// setConnection() (validator and page-weight fetches may not).
+int LinkCheckerUrl::adoptConnection(myNSURLConnection *connection)
+{
+    if (connection)
+        m_connection = connection;
+    return kindOf(connection);
+}
+
 // ---- Redirects -------------------------------------------------------------------------------
 
 std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *connection,
                                                           const UrlRequest &proposed,
                                                           const UrlResponse *redirectResponse)
 {
-    if (connection && !m_connection)
-        m_connection = connection;
-    const int kind = kindOf(connection);
+    const int kind = adoptConnection(connection);
 
     // The initial request passes through here too, so at most 100 real redirects are followed.
     if (m_numberOfRedirects > 100) {
@@ -150,9 +157,10 @@ bool LinkCheckerUrl::canAuthenticateAgainstProtectionSpace(myNSURLConnection *,
 }
 
 // The site's own certificate is accepted; no user name or password is ever offered.
-void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *,
+void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *connection,
                                                        AuthChallenge &challenge)
 {
+    adoptConnection(connection);
     log(QStringLiteral("received authentication challenge from %1").arg(getActualLinkUrl()));
     if (ownerStopPressed())
         return;
@@ -172,7 +180,7 @@ void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *,
 
 void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const UrlResponse &response)
 {
-    const int kind = kindOf(connection);
+    const int kind = adoptConnection(connection);
     if (m_sentRequestMs < 0 || kind == HighlightFetch)
         return;
     if (ownerStopPressed()) {
@@ -272,7 +280,7 @@ std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *c
 void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *bytes,
                                     qsizetype length)
 {
-    const int kind = kindOf(connection);
+    const int kind = adoptConnection(connection);
     if (ownerStopPressed()) {
         cancelAndRelease();
         return;
@@ -302,7 +310,7 @@ void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *b
 
 void LinkCheckerUrl::didFailWithError(myNSURLConnection *connection, const UrlError &error)
 {
-    const int kind = kindOf(connection);
+    const int kind = adoptConnection(connection);
     if (ownerStopPressed()) {
         cancelAndRelease();
         return;
@@ -341,7 +349,7 @@ void LinkCheckerUrl::didFailWithError(myNSURLConnection *connection, const UrlEr
 
 void LinkCheckerUrl::connectionDidFinishLoading(myNSURLConnection *connection)
 {
-    const int kind = kindOf(connection);
+    const int kind = adoptConnection(connection);
     if (m_sentRequestMs < 0)
         return;
     if (ownerStopPressed()) {

@@ -286,8 +286,8 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
     };
     for (const HeaderList &headers : spellings) {
         Fixture f;
+        // Not handed over with setConnection(): the calling connection is the one cancelled.
         myNSURLConnection *validator = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
-        f.record.setConnection(validator);
         f.record.didReceiveResponse(validator, httpResponse(200, headers));
         EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Invalid"));
         EXPECT_EQ(f.record.getValidatorErrors(), 3);
