@@ -12,7 +12,9 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <array>
+#include <limits>
 
 namespace orel {
 
@@ -153,7 +155,8 @@ void OrelParser::setBytes(const QByteArray &bytesIn)
 {
     data = bytesIn;
     bytes = data.isNull() ? nullptr : data.constData();
-    l = static_cast<quint32>(data.size());
+    // The cursor is a signed 32-bit index; bytes beyond its reach are never read.
+    l = static_cast<quint32>(std::min<qsizetype>(data.size(), std::numeric_limits<qint32>::max()));
 }
 
 std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,

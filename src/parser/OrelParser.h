@@ -22,8 +22,9 @@ class OrelDbItem;
 class OrelParser
 {
 public:
-    // The crawl's form, on bytes the fetch already holds. nullptr when there are no bytes
-    // ("data is invalid"). seo is accepted and not used: word counting stays off here.
+    // The crawl's form, on bytes the fetch already holds. nullptr for a null QByteArray ("data is
+    // invalid"); an empty one gives a parser of length 0. seo is accepted and not used: word
+    // counting stays off here.
     static std::unique_ptr<OrelParser> initWithData(const QByteArray &data,
                                                     const QString &userAgent, bool seo,
                                                     bool cachePage, bool checkNoIndex,
