@@ -1,14 +1,294 @@
-// Placeholder until the crawl command lands.
+// "orrelwick-cli crawl": one crawl run without a window. Settings come from a configuration
+// file or a saved configuration, then from --set, then the URL argument; the results go to a
+// flat CSV file and the summary line to standard output.
 #include "cli/Commands.h"
 
+#include "common/Log.h"
+#include "common/SettingsControls.h"
+#include "config/OrelConfigManager.h"
+#include "engine/CrawlScope.h"
+#include "engine/LinkCheckerHub.h"
+#include "links/myNSURLConnection.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QSocketNotifier>
 #include <QTextStream>
+#include <QTimer>
+#include <QUrl>
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace orel::cli {
 
-int runCrawlCommand(const QStringList &)
+namespace {
+
+int fail(const QString &why)
 {
-    QTextStream(stderr) << "orrelwick-cli: crawl is not available yet\n";
+    QTextStream(stderr) << "orrelwick-cli: " << why << "\n";
     return 2;
+}
+
+struct Options
+{
+    QString url;
+    QString configFile;
+    QString configName;
+    QList<QPair<QString, QString>> sets;
+    QString flatCsv;
+    QStringList columns { QStringLiteral("status"), QStringLiteral("linkurl"),
+                          QStringLiteral("redir"), QStringLiteral("linktext"),
+                          QStringLiteral("onpageurl") };
+    bool badOnly = false;
+    bool quiet = false;
+    bool verbose = false;
+};
+
+// Answers an error text, or a null string when the arguments are understood.
+QString parse(const QStringList &args, Options &o)
+{
+    auto value = [&](int &i, const QString &option, QString &out) -> QString {
+        if (i + 1 >= args.size())
+            return QStringLiteral("%1 needs a value").arg(option);
+        out = args.at(++i);
+        return {};
+    };
+    for (int i = 0; i < args.size(); ++i) {
+        const QString &a = args.at(i);
+        QString err;
+        if (a == QLatin1String("--config")) {
+            err = value(i, a, o.configFile);
+        } else if (a == QLatin1String("--config-name")) {
+            err = value(i, a, o.configName);
+        } else if (a == QLatin1String("--set")) {
+            QString assignment;
+            err = value(i, a, assignment);
+            if (err.isNull()) {
+                const qsizetype eq = assignment.indexOf(QLatin1Char('='));
+                if (eq <= 0)
+                    return QStringLiteral("--set needs NAME=VALUE, not \"%1\"").arg(assignment);
+                o.sets.append({ assignment.left(eq), assignment.mid(eq + 1) });
+            }
+        } else if (a == QLatin1String("--flat-csv")) {
+            err = value(i, a, o.flatCsv);
+        } else if (a == QLatin1String("--columns")) {
+            QString list;
+            err = value(i, a, list);
+            if (err.isNull()) {
+                o.columns = list.split(QLatin1Char(','), Qt::SkipEmptyParts);
+                for (QString &c : o.columns)
+                    c = c.trimmed();
+                if (o.columns.isEmpty())
+                    return QStringLiteral("--columns needs at least one column");
+                for (const QString &c : o.columns) {
+                    if (LinkCheckerHub::flatColumnTitle(c).isNull())
+                        return QStringLiteral("unknown column \"%1\" (known: %2)")
+                                .arg(c, LinkCheckerHub::flatColumnIdentifiers().join(
+                                                QLatin1Char(',')));
+                }
+            }
+        } else if (a == QLatin1String("--bad-only")) {
+            o.badOnly = true;
+        } else if (a == QLatin1String("--quiet") || a == QLatin1String("-q")) {
+            o.quiet = true;
+        } else if (a == QLatin1String("--verbose") || a == QLatin1String("-v")) {
+            o.verbose = true;
+        } else if (a.startsWith(QLatin1String("--"))) {
+            return QStringLiteral("unknown option \"%1\"").arg(a);
+        } else if (o.url.isNull()) {
+            o.url = a;
+        } else {
+            return QStringLiteral("more than one URL given (\"%1\" and \"%2\")").arg(o.url, a);
+        }
+        if (!err.isNull())
+            return err;
+    }
+    if (!o.configFile.isEmpty() && !o.configName.isEmpty())
+        return QStringLiteral("--config and --config-name exclude each other");
+    return {};
+}
+
+// One setting by name: a key of the settings dictionary, else a settings control.
+QString applySetting(OrelConfigManager &manager, SettingsControls &controls, const QString &name,
+                     QString value)
+{
+    QString error;
+    if (OrelConfigManager::settingsKeys().contains(name)) {
+        if (!manager.applySettingsKey(name, value, &error))
+            return error.isEmpty() ? QStringLiteral("bad value for %1").arg(name) : error;
+        return {};
+    }
+    if (!controls.has(name))
+        return QStringLiteral("unknown setting \"%1\"").arg(name);
+    if (name == QLatin1String("soft404Terms"))
+        value.replace(QLatin1Char('|'), QLatin1Char('\n'));
+    if (!controls.setByName(name, value, &error))
+        return error;
+    return {};
+}
+
+// SIGINT is turned into a byte on a pipe; the event loop reads it (no work in the handler).
+int signalPipe[2] = { -1, -1 };
+
+void onSigint(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t n = ::write(signalPipe[1], &byte, 1);
+    std::signal(SIGINT, SIG_DFL); // a second Ctrl-C ends the program at once
+}
+
+} // namespace
+
+int runCrawlCommand(const QStringList &args)
+{
+    Options o;
+    if (const QString err = parse(args, o); !err.isNull())
+        return fail(err);
+    if (!o.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
+
+    SettingsControls controls;
+    OrelConfigManager manager(&controls);
+
+    if (!o.configFile.isEmpty()) {
+        if (!QFileInfo(o.configFile).isFile())
+            return fail(QStringLiteral("cannot read configuration \"%1\"").arg(o.configFile));
+        QString error;
+        if (!manager.openSettings(o.configFile, &error))
+            return fail(QStringLiteral("cannot read configuration \"%1\": %2")
+                                .arg(o.configFile, error));
+    } else if (!o.configName.isEmpty()) {
+        manager.loadAllUrls();
+        const int row = manager.findConfiguration(o.configName);
+        if (row < 0)
+            return fail(QStringLiteral("no configuration named \"%1\"").arg(o.configName));
+        manager.selectRow(row);
+    }
+    for (const auto &[name, value] : o.sets) {
+        if (const QString err = applySetting(manager, controls, name, value); !err.isNull())
+            return fail(err);
+    }
+    if (!o.url.isNull()) {
+        QString url = o.url.trimmed();
+        // A local path may be given relative to the working folder.
+        if (!url.contains(QLatin1String("://")) && QFileInfo::exists(url))
+            url = QFileInfo(url).absoluteFilePath();
+        controls.urlField = url;
+    }
+    if (controls.urlField.trimmed().isEmpty())
+        return fail(QStringLiteral("no URL to crawl (give one, or a configuration with one)"));
+    {
+        const QUrl start(CrawlScope::normaliseStartUrl(controls.urlField.trimmed()));
+        const QString scheme = start.scheme();
+        if (!start.isValid()
+            || (scheme != QLatin1String("http") && scheme != QLatin1String("https")
+                && scheme != QLatin1String("file"))
+            || (scheme != QLatin1String("file") && start.host().isEmpty()))
+            return fail(QStringLiteral("cannot crawl \"%1\": not an http, https or file URL")
+                                .arg(controls.urlField));
+    }
+
+    LinkCheckerHub hub(&controls, &manager);
+    const bool progress = !o.quiet && ::isatty(STDERR_FILENO);
+
+    QEventLoop loop;
+    bool interrupted = false;
+    QObject::connect(&hub, &LinkCheckerHub::crawlFinishedSignal, &loop, [&] { loop.quit(); });
+
+    // Ctrl-C pauses the crawl and writes what was found.
+    std::unique_ptr<QSocketNotifier> sigNotifier;
+    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
+        sigNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+        QObject::connect(sigNotifier.get(), &QSocketNotifier::activated, &loop, [&] {
+            char buf[16];
+            while (::read(signalPipe[0], buf, sizeof buf) > 0) { }
+            interrupted = true;
+            if (hub.state() == LinkCheckerHub::State::Running)
+                hub.stop();
+            loop.quit();
+        });
+        std::signal(SIGINT, onSigint);
+    }
+
+    // A crawl whose last fetch could not even start would wait for ever: once no transfer is
+    // left for longer than twice the time-out, the run is paused and its results written.
+    QElapsedTimer idleFor;
+    bool stalled = false;
+    QTimer watchdog;
+    watchdog.setInterval(500);
+    QObject::connect(&watchdog, &QTimer::timeout, &loop, [&] {
+        if (hub.state() != LinkCheckerHub::State::Running) {
+            idleFor.invalidate();
+            return;
+        }
+        if (myNSURLConnection::activeCount() > 0 || hub.pendingStarts() > 0) {
+            idleFor.invalidate();
+            return;
+        }
+        if (!idleFor.isValid()) {
+            idleFor.start();
+            return;
+        }
+        if (hub.isFinished())
+            return; // the finished signal ends the loop
+        if (idleFor.elapsed() > qint64(2000 * hub.getTimeoutInterval()) + 2000) {
+            stalled = true;
+            hub.stop();
+            loop.quit();
+        }
+    });
+    watchdog.start();
+
+    QElapsedTimer clock;
+    clock.start();
+    QTimer progressTimer;
+    if (progress) {
+        progressTimer.setInterval(200);
+        QObject::connect(&progressTimer, &QTimer::timeout, &loop, [&] {
+            const double seconds = std::max(0.001, clock.elapsed() / 1000.0);
+            QTextStream(stderr) << "\r\033[K" << hub.getNumberDone() << " checked, "
+                                << hub.recordCount() << " found, " << hub.getBadCollectionCount()
+                                << " bad, " << qRound(hub.getNumberDone() / seconds)
+                                << " links/s" << Qt::flush;
+        });
+        progressTimer.start();
+    }
+
+    hub.go();
+    if (!hub.isCrawlFinished())
+        loop.exec();
+    watchdog.stop();
+    progressTimer.stop();
+    if (progress)
+        QTextStream(stderr) << "\r\033[K" << Qt::flush;
+    std::signal(SIGINT, SIG_DFL);
+    sigNotifier.reset();
+    if (signalPipe[0] >= 0) {
+        ::close(signalPipe[0]);
+        ::close(signalPipe[1]);
+        signalPipe[0] = signalPipe[1] = -1;
+    }
+    if (stalled)
+        QTextStream(stderr) << "orrelwick-cli: no transfer left running; crawl paused\n";
+
+    const int bad = hub.countBadCollection();
+    if (!o.flatCsv.isEmpty()) {
+        QString error;
+        if (!hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error))
+            return fail(error);
+    }
+    const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
+    // The CSV ends its lines with "\r" only; the summary goes on a line of its own.
+    const bool csvOnStdout = o.flatCsv == QLatin1String("-") || o.flatCsv == QLatin1String("/dev/stdout");
+    QTextStream(stdout) << (csvOnStdout && !::isatty(STDOUT_FILENO) ? "\n" : "") << summary
+                        << (interrupted ? " (interrupted)" : "") << "\n";
+    return bad > 0 ? 1 : 0;
 }
 
 } // namespace orel::cli

@@ -65,8 +65,11 @@ std::optional<QString> CrawlScope::directoryLimit(const QString &url)
 
 QString CrawlScope::lookupKey(QString url, bool trimQuery, bool ignoreSlash)
 {
-    if (url.contains(QLatin1String("///")))
-        url.replace(QLatin1String("///"), QLatin1String("//"));
+    // A local file URL's own "file:///" stays: records register under it unchanged.
+    const qsizetype from = url.startsWith(QLatin1String("file:///"), Qt::CaseInsensitive) ? 7 : 0;
+    for (qsizetype at = url.indexOf(QLatin1String("///"), from); at >= 0;
+         at = url.indexOf(QLatin1String("///"), at + 2))
+        url.remove(at, 1);
     const qsizetype hash = url.indexOf(QLatin1Char('#'));
     if (hash >= 0)
         url.truncate(hash);

@@ -24,7 +24,8 @@ public:
     // last path component, so a component repeated higher up cuts there.
     static std::optional<QString> directoryLimit(const QString &url);
 
-    // The key a URL is registered and looked up under: "///" read as "//", fragment cut, query
+    // The key a URL is registered and looked up under: "///" read as "//" (except the one of
+    // "file:///"), fragment cut, query
     // cut when trimQuery, one trailing "/" dropped when ignoreSlash.
     static QString lookupKey(QString url, bool trimQuery, bool ignoreSlash);
 

@@ -215,9 +215,8 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     const bool trim = shouldTrimSpaces();
     std::optional<QString> href;
     if (parser && parser->getLength() > 0) {
-        const QString title = parser->findTitle();
+        const QString title = parser->getTitle();
         page->setLinkPageTitle(title.isNull() ? QString(QLatin1String("")) : title);
-        parser->reset();
         href = parser->getNextHref(checkImages, trim);
     }
 

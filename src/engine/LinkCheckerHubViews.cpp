@@ -9,6 +9,7 @@
 #include <QSaveFile>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace orel {
 
@@ -178,8 +179,11 @@ QString LinkCheckerHub::flatCSV(const QStringList &columns, bool badOnly)
 bool LinkCheckerHub::exportAsFlatCSVForCLI(const QString &path, const QStringList &columns,
                                            bool badOnly, QString *error)
 {
-    const QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
+    QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
     if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) {
+        // Bare "\r" line ends overwrite each other on a terminal; a terminal gets "\r\n".
+        if (::isatty(STDOUT_FILENO))
+            bytes.replace("\r", "\r\n");
         std::fflush(stdout);
         const bool ok = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
                         == std::size_t(bytes.size())

@@ -70,6 +70,9 @@ TEST(CrawlScope, LookupKeyMatchesRecordTrimming)
         const char *key;
     } cases[] = {
         { "http:///h/a", false, false, "http://h/a" },
+        { "http://h/a///b////c", false, false, "http://h/a//b///c" }, // one pass, as replace does
+        { "file:///srv/a.html", false, false, "file:///srv/a.html" },
+        { "file:///srv///a.html", false, false, "file:///srv//a.html" },
         { "http://h/a?q=1#frag", true, false, "http://h/a" },
         { "http://h/a?q=1#frag", false, false, "http://h/a?q=1" },
         { "http://h/a/", false, true, "http://h/a" },

@@ -1,0 +1,269 @@
+// Whole crawls through the real transfer layer: local file sites, the fixture HTTP server, the
+// scheduler's slots and delay, pause and continue, the end of a run and its totals.
+#include "HubTestSupport.h"
+
+#include "FixtureServer.h"
+#include "common/UserDefaults.h"
+#include "links/LinkCheckerUrl.h"
+
+#include <QTemporaryDir>
+
+using namespace orel;
+using orel::test::HubTest;
+using orel::test::writeFile;
+
+namespace {
+
+const QStringList kStatusUrlPage { QStringLiteral("status"), QStringLiteral("linkurl"),
+                                   QStringLiteral("onpageurl") };
+
+QString line(const QStringList &values)
+{
+    QString out;
+    for (int i = 0; i < values.size(); ++i)
+        out += (i ? QStringLiteral(",\"") : QStringLiteral("\"")) + values.at(i)
+                + QLatin1Char('"');
+    return out;
+}
+
+// index -> a, sub/b, missing;  a -> index, sub/b, gone;  sub/b -> ../a, ../index
+void writeSmallSite(const QString &root)
+{
+    writeFile(root + "/index.html",
+              "<html><head><title>Home</title></head><body><a href=\"a.html\">A</a>"
+              "<a href=\"sub/b.html\">B</a><a href=\"missing.html\">M</a>"
+              "<a href=\"mailto:me@site.test\">mail</a></body></html>");
+    writeFile(root + "/a.html",
+              "<html><body><a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a>"
+              "<a href=\"gone.html\">G</a></body></html>");
+    writeFile(root + "/sub/b.html",
+              "<html><body><a href=\"../a.html\">A</a><a href=\"../index.html\">home</a>"
+              "</body></html>");
+}
+
+} // namespace
+
+TEST_F(HubTest, CrawlsALocalSiteBreadthFirst)
+{
+    QTemporaryDir dir;
+    const QString root = dir.path();
+    writeSmallSite(root);
+    controls.numberOfThreads = 1; // a fixed order of reading, so a fixed order of pages
+    ASSERT_TRUE(crawl(root + "/index.html")); // a plain path becomes a file URL
+    const QString s = QStringLiteral("file://") + root;
+    const QString ok = QStringLiteral("200 no error (not http)");
+    const QString missing = QStringLiteral("file doesnt exist");
+    EXPECT_EQ(csvLines(kStatusUrlPage),
+              (QStringList {
+                      line({ "Status", "URL", "On Page" }),
+                      line({ ok, s + "/index.html", s + "/a.html" }),
+                      line({ ok, s + "/index.html", s + "/sub/b.html" }),
+                      line({ ok, s + "/a.html", s + "/index.html" }),
+                      line({ ok, s + "/a.html", s + "/sub/b.html" }),
+                      line({ ok, s + "/sub/b.html", s + "/index.html" }),
+                      line({ ok, s + "/sub/b.html", s + "/a.html" }),
+                      line({ missing, s + "/missing.html", s + "/index.html" }),
+                      line({ missing, s + "/gone.html", s + "/a.html" }),
+              }));
+    EXPECT_EQ(csvLines(kStatusUrlPage, true).mid(1),
+              (QStringList { line({ missing, s + "/missing.html", s + "/index.html" }),
+                             line({ missing, s + "/gone.html", s + "/a.html" }) }));
+    EXPECT_EQ(hub->summaryText(), QStringLiteral("5 of 5 links checked, 2 bad"));
+    EXPECT_EQ(hub->state(), LinkCheckerHub::State::Finished);
+    EXPECT_EQ(hub->getNumberOfThreadsDetached(), 0);
+    EXPECT_EQ(hub->getFollowWhitelistArray().last(), root); // the directory limit
+}
+
+TEST_F(HubTest, CrawlsAnHttpSite)
+{
+    QTemporaryDir dir;
+    writeFile(dir.path() + "/index.html",
+              "<html><head><title>Home</title></head><body>"
+              "<a href=\"/page.html\">page</a><a href=\"/status/404\">nf</a>"
+              "<a href=\"/redirect/to?url=/final\">moved</a><a href=\"/type/pdf\">pdf</a>"
+              "<a href=\"http://127.0.0.1:1/refused\">refused</a></body></html>");
+    writeFile(dir.path() + "/page.html", "<html><body><a href=\"/\">home</a></body></html>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    controls.numberOfThreads = 4;
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    auto status = [&](const QString &path) {
+        LinkCheckerUrl *r = hub->getLinkCheckerUrlWithUrl(server.url(path));
+        return r ? r->getStatus() : QStringLiteral("<no record>");
+    };
+    EXPECT_EQ(status("/index.html"), QStringLiteral("200 no error"));
+    EXPECT_EQ(status("/page.html"), QStringLiteral("200 no error"));
+    EXPECT_EQ(status("/status/404"), QStringLiteral("404 not found"));
+    EXPECT_EQ(status("/type/pdf"), QStringLiteral("200 no error"));
+    EXPECT_EQ(status("/final"), QStringLiteral("200 no error < 302 found")); // via its redirect
+    LinkCheckerUrl *moved = hub->getLinkCheckerUrlWithUrl(server.url("/final"));
+    ASSERT_NE(moved, nullptr);
+    EXPECT_EQ(moved->getLinkUrl(), server.url("/redirect/to?url=/final"));
+    LinkCheckerUrl *refused = hub->getLinkCheckerUrlWithUrl(QStringLiteral("http://127.0.0.1:1/refused"));
+    ASSERT_NE(refused, nullptr);
+    EXPECT_FALSE(refused->getStatus().isEmpty());
+    EXPECT_TRUE(refused->isInBadCollection());
+    EXPECT_EQ(hub->recordCount(), 7); // "/" is a new URL
+    EXPECT_EQ(hub->getNumberDone(), 7);
+    // The PDF is only checked: its body is never asked for beyond the headers.
+    EXPECT_EQ(server.requestLog().count(QStringLiteral("GET /page.html")), 1);
+}
+
+TEST_F(HubTest, SlotsBoundTheFetchesInFlight)
+{
+    const struct
+    {
+        int slots;
+        int inFlight;
+    } cases[] = { { 4, 4 }, { 1, 1 }, { 0, 1 }, { -3, 1 } };
+    for (const auto &c : cases) {
+        controls.numberOfThreads = c.slots;
+        newHub();
+        controls.urlField = QStringLiteral("file:///orrelwick-no-such-dir/start.html");
+        hub->go(); // the start record takes a slot at once
+        for (int i = 0; i < 10; ++i) {
+            auto *r = new LinkCheckerUrl(hub.get());
+            r->setLinkUrl(QStringLiteral("file:///orrelwick-no-such-dir/%1.html").arg(i), false);
+            hub->add(r);
+        }
+        hub->getNextUrlToCrawl();
+        EXPECT_EQ(hub->getNumberOfThreadsDetached(), c.inFlight) << c.slots;
+        EXPECT_EQ(hub->pendingStarts(), c.inFlight - 1) << c.slots;
+        QEventLoop loop;
+        QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
+        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+        loop.exec();
+        EXPECT_TRUE(hub->isCrawlFinished()) << c.slots;
+        EXPECT_EQ(hub->getNumberDone(), 11) << c.slots;
+        EXPECT_EQ(hub->getBadCollectionCount(), 11) << c.slots;
+    }
+}
+
+TEST_F(HubTest, DelayHoldsEveryStartOfOnePass)
+{
+    controls.numberOfThreads = 3;
+    controls.delayField = 0.4;
+    newHub();
+    controls.urlField = QStringLiteral("file:///orrelwick-no-such-dir/start.html");
+    hub->go();
+    for (int i = 0; i < 4; ++i) {
+        auto *r = new LinkCheckerUrl(hub.get());
+        r->setLinkUrl(QStringLiteral("file:///orrelwick-no-such-dir/%1.html").arg(i), false);
+        hub->add(r);
+    }
+    hub->getNextUrlToCrawl();
+    EXPECT_EQ(hub->pendingStarts(), 2);
+    spin(150);
+    EXPECT_EQ(hub->pendingStarts(), 2); // still waiting
+    EXPECT_TRUE(hub->recordAt(1)->getStatus().isEmpty());
+    spin(500);
+    EXPECT_FALSE(hub->recordAt(1)->getStatus().isEmpty());
+    EXPECT_FALSE(hub->recordAt(2)->getStatus().isEmpty());
+}
+
+TEST_F(HubTest, PauseAndContinueLoseNothing)
+{
+    QTemporaryDir dir;
+    QByteArray index = "<html><body>";
+    for (int i = 0; i < 12; ++i)
+        index += "<a href=\"/slow?ms=300&n=" + QByteArray::number(i) + "\">s</a>";
+    writeFile(dir.path() + "/index.html", index + "</body></html>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    controls.numberOfThreads = 4;
+    controls.qsButton = CheckState::Off; // the queries tell the slow pages apart
+    newHub();
+    controls.urlField = server.url("/index.html");
+    hub->go();
+    for (int i = 0; i < 50 && hub->recordCount() < 13; ++i)
+        spin(20);
+    ASSERT_EQ(hub->recordCount(), 13);
+    spin(100); // some slow fetches are in flight now
+    hub->stop();
+    EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
+    EXPECT_EQ(hub->getNumberOfThreadsDetached(), 0);
+    int unanswered = 0;
+    for (int i = 0; i < hub->recordCount(); ++i)
+        unanswered += hub->recordAt(i)->getStatus().isEmpty();
+    EXPECT_GT(unanswered, 0);
+    spin(400); // abandoned fetches must not come back
+    EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
+
+    QEventLoop loop;
+    QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
+    QTimer::singleShot(20000, &loop, &QEventLoop::quit);
+    hub->go(QStringLiteral("Continue"));
+    EXPECT_EQ(hub->state(), LinkCheckerHub::State::Running);
+    loop.exec();
+    ASSERT_TRUE(hub->isCrawlFinished());
+    for (int i = 0; i < hub->recordCount(); ++i)
+        EXPECT_EQ(hub->recordAt(i)->getStatus(), QStringLiteral("200 no error")) << i;
+    EXPECT_EQ(hub->summaryText(), QStringLiteral("13 of 13 links checked, 0 bad"));
+}
+
+TEST_F(HubTest, EndOfRunTotalsAndAlerts)
+{
+    UserDefaults::setValue(QLatin1String(DefaultsKey::TotalLinks), 99999.0);
+    UserDefaults::setValue(QLatin1String(DefaultsKey::TotalBadLinks), 5.0);
+    UserDefaults::setValue(QLatin1String(DefaultsKey::TotalWhenLastCongratulated), 0.0);
+    controls.alertOnFinishButton = CheckState::On;
+    ASSERT_TRUE(crawl(QStringLiteral("file:///orrelwick-no-such-dir/start.html")));
+    EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 1);
+    ASSERT_FALSE(test::dialogs().calls.isEmpty());
+    EXPECT_EQ(test::dialogs().calls.last().title, QStringLiteral("Orrelwick finished"));
+    EXPECT_EQ(test::dialogs().calls.last().text, QStringLiteral("1 of 1 links checked, 1 bad"));
+    // 100000 is not more than 100000: no congratulation yet.
+    EXPECT_DOUBLE_EQ(UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalLinks)), 100000.0);
+    EXPECT_DOUBLE_EQ(UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalBadLinks)), 6.0);
+    // A finished run answers at once and adds nothing again.
+    EXPECT_TRUE(hub->isFinished());
+    EXPECT_DOUBLE_EQ(UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalLinks)), 100000.0);
+
+    controls.alertOnFinishButton = CheckState::Off;
+    test::resetDialogs();
+    test::dialogs().alertAnswers.enqueue(1); // "Visit Brantholm"
+    ASSERT_TRUE(crawl(QStringLiteral("file:///orrelwick-no-such-dir/start.html")));
+    ASSERT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 1);
+    EXPECT_EQ(test::dialogs().calls.first().title, QStringLiteral("Congratulations!"));
+    EXPECT_TRUE(test::dialogs().calls.first().text.startsWith(QStringLiteral(
+            "Congratulations, you have now used Orrelwick to check 100001 links and find 7 bad "
+            "links.")));
+    EXPECT_EQ(test::dialogs().openedUrls.size(), 1);
+    EXPECT_DOUBLE_EQ(
+            UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalWhenLastCongratulated)),
+            100001.0);
+}
+
+TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
+{
+    const char *starts[] = { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",
+                             "file:///orrelwick-no-such-dir/", "127.0.0.1:1" };
+    for (const char *start : starts) {
+        newHub();
+        ASSERT_TRUE(crawl(QString::fromUtf8(start), 15000)) << start;
+        EXPECT_EQ(hub->recordCount(), 1) << start;
+        EXPECT_FALSE(hub->recordAt(0)->getStatus().isEmpty()) << start;
+        EXPECT_EQ(hub->getBadCollectionCount(), 1) << start;
+    }
+    EXPECT_EQ(controls.urlField, QStringLiteral("http://127.0.0.1:1"));
+}
+
+TEST_F(HubTest, DirectoryLimitAndMemoryStop)
+{
+    newHub();
+    controls.urlField = QStringLiteral("http://127.0.0.1:1/dir/page.html");
+    hub->go();
+    // The host ends before the port, so the port stays in the folder term.
+    EXPECT_EQ(hub->getFollowWhitelistArray(), QStringList { QStringLiteral(":1/dir") });
+    EXPECT_EQ(hub->getDomains(), QStringList { QStringLiteral("127.0.0.1") });
+    controls.plainTextMode = CheckState::On;
+    hub->go();
+    EXPECT_TRUE(hub->getFollowWhitelistArray().isEmpty());
+    EXPECT_TRUE(hub->isSinglePage());
+
+    hub->emergencyMemoryStop();
+    hub->emergencyMemoryStop();
+    EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 1);
+    EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
+    EXPECT_TRUE(hub->stopPressed());
+}

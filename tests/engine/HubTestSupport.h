@@ -1,0 +1,121 @@
+// A crawl controller on default settings for one test, with helpers to read pages into it
+// directly and to run whole crawls; main thread.
+#pragma once
+
+#include "common/SettingsControls.h"
+#include "config/OrelConfigManager.h"
+#include "engine/LinkCheckerHub.h"
+#include "links/LinkCheckerUrl.h"
+
+#include "TestHome.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QTimer>
+
+#include <memory>
+
+namespace orel::test {
+
+class HubTest : public ::testing::Test
+{
+protected:
+    SettingsControls controls;
+    OrelConfigManager manager { &controls };
+    std::unique_ptr<LinkCheckerHub> hub;
+
+    void SetUp() override
+    {
+        resetDialogs();
+        controls.setDefaults();
+        controls.timeoutField = 10;
+    }
+
+    void TearDown() override { hub.reset(); }
+
+    LinkCheckerHub &newHub()
+    {
+        hub = std::make_unique<LinkCheckerHub>(&controls, &manager);
+        return *hub;
+    }
+
+    // A crawl run that is paused at once, so pages can be read into it by hand. Its internal
+    // host is site.test; the start record is a local file that is never fetched.
+    LinkCheckerHub &pausedHub()
+    {
+        newHub();
+        controls.urlField = QStringLiteral("file:///orrelwick-no-such-start.html");
+        hub->go();
+        hub->stop();
+        LinkCheckerUrl probe(nullptr);
+        probe.setLinkUrl(QStringLiteral("http://site.test/"), false);
+        hub->resetDomain(&probe);
+        return *hub;
+    }
+
+    LinkCheckerUrl *addPage(const QString &url, int distance = 0)
+    {
+        auto *record = new LinkCheckerUrl(hub.get());
+        record->setLinkUrl(url, SettingsControls::isOn(controls.qsButton));
+        record->setDistanceFromHome(distance);
+        hub->add(record);
+        return record;
+    }
+
+    // Reads the page as if its fetch had just finished with a 200 answer.
+    void read(LinkCheckerUrl *page, const QByteArray &html, const QString &status =
+                                                                QStringLiteral("200 no error"))
+    {
+        page->setData(html);
+        page->setStatus(status);
+        hub->extractLinks(page);
+    }
+
+    LinkCheckerUrl *byUrl(const QString &url) const { return hub->getLinkCheckerUrlWithUrl(url); }
+
+    // Starts a crawl of url and runs the event loop until it finishes or times out.
+    bool crawl(const QString &url, int timeoutMs = 30000)
+    {
+        if (!hub)
+            newHub();
+        controls.urlField = url;
+        QEventLoop loop;
+        QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
+        QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+        hub->go();
+        if (!hub->isCrawlFinished())
+            loop.exec();
+        return hub->isCrawlFinished();
+    }
+
+    // Runs the event loop for a while (queued calls and delayed starts).
+    static void spin(int ms)
+    {
+        QEventLoop loop;
+        QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+
+    // The flat CSV split into its "\r"-ended lines.
+    QStringList csvLines(const QStringList &columns, bool badOnly = false)
+    {
+        QStringList lines = hub->flatCSV(columns, badOnly).split(QLatin1Char('\r'));
+        if (!lines.isEmpty() && lines.last().isEmpty())
+            lines.removeLast();
+        return lines;
+    }
+};
+
+// Writes files of a small site below a folder (created as needed).
+inline void writeFile(const QString &path, const QByteArray &content)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
+    f.write(content);
+}
+
+} // namespace orel::test
