@@ -32,10 +32,14 @@ bool hasScheme(const QString &url, QLatin1StringView scheme)
         && url.startsWith(scheme, Qt::CaseInsensitive);
 }
 
-// libcurl refuses spaces and raw non-ASCII in a URL; everything else is passed as given.
+// libcurl refuses spaces and raw non-ASCII in a URL; everything else is passed as given. A
+// non-ASCII URL goes through QUrl first so that an international host name becomes its ASCII form.
 QByteArray urlBytes(const QString &url)
 {
-    const QByteArray utf8 = url.toUtf8();
+    bool ascii = true;
+    for (QChar c : url)
+        ascii = ascii && c.unicode() < 0x80;
+    const QByteArray utf8 = ascii ? url.toLatin1() : QUrl(url).toEncoded();
     QByteArray out;
     out.reserve(utf8.size());
     static const char hex[] = "0123456789ABCDEF";

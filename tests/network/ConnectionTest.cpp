@@ -766,3 +766,23 @@ TEST(ConnectionTeardown, TransfersInFlightAtExitEndQuietly)
     // The child ended well before its slow answers could have arrived.
     EXPECT_TRUE(out.contains("[  PASSED  ] 1 test")) << out.constData();
 }
+
+TEST(ConnectionUrls, SpacesAndNonAsciiInTheUrlAreSentEncoded)
+{
+    QDir dir(orel::test::home());
+    dir.mkpath(QStringLiteral("encoded"));
+    QFile page(dir.filePath(QStringLiteral("encoded/caf\u00e9 menu.html")));
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write("<html>menu</html>");
+    page.close();
+    FixtureServer server(dir.filePath(QStringLiteral("encoded")));
+    ASSERT_TRUE(server.isRunning());
+    for (const QString &path :
+        { QStringLiteral("/caf\u00e9 menu.html"), QStringLiteral("/caf%C3%A9%20menu.html") }) {
+        SCOPED_TRACE(path.toStdString());
+        Recorder rec;
+        run(rec, get(server.url(path)));
+        EXPECT_EQ(rec.events, list({ "send", "response 200", "data", "finish" }));
+        EXPECT_EQ(rec.body, QByteArray("<html>menu</html>"));
+    }
+}
