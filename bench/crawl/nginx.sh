@@ -51,8 +51,6 @@ http {
   tcp_nodelay on;
   keepalive_timeout 65;
   keepalive_requests 1000000;
-  open_file_cache max=50000 inactive=60s;
-  open_file_cache_errors on;
   client_body_temp_path $prefix/tmp/body;
   proxy_temp_path $prefix/tmp/proxy;
   fastcgi_temp_path $prefix/tmp/fastcgi;
