@@ -46,7 +46,9 @@ QString elementAt(const QStringList &list, qsizetype index)
 
 } // namespace
 
-LinkCheckerUrl::LinkCheckerUrl(LinkOwner *owner) : m_owner(owner) { }
+LinkCheckerUrl::LinkCheckerUrl(LinkOwner *owner)
+    : m_owner(owner)
+{ }
 
 LinkCheckerUrl::~LinkCheckerUrl()
 {
@@ -356,7 +358,7 @@ QString LinkCheckerUrl::getOnPageUrl() const
         return m_onPageUrl.at(0);
     }
     return QString::number(m_onPageUrl.size()) + QLatin1Char(' ')
-            + localized("occurrences over more than one page");
+        + localized("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPageName() const
@@ -366,7 +368,7 @@ QString LinkCheckerUrl::getOnPageName() const
     if (m_onPageUrl.size() == 1)
         return elementAt(m_onPageName, 0);
     return QString::number(m_onPageUrl.size()) + QLatin1Char(' ')
-            + localized("occurrences over more than one page");
+        + localized("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPagesHTML() const
@@ -733,10 +735,10 @@ bool LinkCheckerUrl::countSEOTerm(const QString &term)
     // The archived page holds the title, description, headings and keywords too; count them
     // once only.
     const int archive = countOcurrencesOfStringInArchive(term) - x.ocurrencesInTitle
-            - x.ocurrencesInDescription - x.ocurrencesInHeadings - x.ocurrencesInKeywords;
+        - x.ocurrencesInDescription - x.ocurrencesInHeadings - x.ocurrencesInKeywords;
     x.ocurrencesInArchive = archive > 0 ? archive : 0;
     x.totalOcurrences = x.ocurrencesInUrl + x.ocurrencesInTitle + x.ocurrencesInDescription
-            + x.ocurrencesInHeadings + x.ocurrencesInKeywords + x.ocurrencesInArchive;
+        + x.ocurrencesInHeadings + x.ocurrencesInKeywords + x.ocurrencesInArchive;
     return x.totalOcurrences != 0;
 }
 

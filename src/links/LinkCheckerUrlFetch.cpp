@@ -88,9 +88,8 @@ int LinkCheckerUrl::adoptConnection(myNSURLConnection *connection)
 
 // ---- Redirects -------------------------------------------------------------------------------
 
-std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *connection,
-                                                          const UrlRequest &proposed,
-                                                          const UrlResponse *redirectResponse)
+std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(
+    myNSURLConnection *connection, const UrlRequest &proposed, const UrlResponse *redirectResponse)
 {
     const int kind = adoptConnection(connection);
 
@@ -150,15 +149,14 @@ std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *con
 
 // ---- Authentication --------------------------------------------------------------------------
 
-bool LinkCheckerUrl::canAuthenticateAgainstProtectionSpace(myNSURLConnection *,
-                                                           AuthMethod method)
+bool LinkCheckerUrl::canAuthenticateAgainstProtectionSpace(myNSURLConnection *, AuthMethod method)
 {
     return method == AuthMethod::ServerTrust && m_isStartingPoint;
 }
 
 // The site's own certificate is accepted; no user name or password is ever offered.
-void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *connection,
-                                                       AuthChallenge &challenge)
+void LinkCheckerUrl::didReceiveAuthenticationChallenge(
+    myNSURLConnection *connection, AuthChallenge &challenge)
 {
     adoptConnection(connection);
     log(QStringLiteral("received authentication challenge from %1").arg(getActualLinkUrl()));
@@ -200,15 +198,15 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
         else
             log(QStringLiteral("Content-Length header isn't available for %1, uncompressed size "
                                "will be set to = final data length")
-                        .arg(getActualLinkUrl()));
+                    .arg(getActualLinkUrl()));
     }
     m_contentlengthunavailable = !hasContentLength;
 
     if (kind == ValidatorRequest) {
         // The validator has used both spellings of its headers; both are read, in this order.
         static const char *const spellings[2][3] = {
-            {"X-W3C-Validator-Status", "X-W3C-Validator-Warnings", "X-W3C-Validator-Errors"},
-            {"X-W3c-Validator-Status", "X-W3c-Validator-Warnings", "X-W3c-Validator-Errors"},
+            { "X-W3C-Validator-Status", "X-W3C-Validator-Warnings", "X-W3C-Validator-Errors" },
+            { "X-W3c-Validator-Status", "X-W3c-Validator-Warnings", "X-W3c-Validator-Errors" },
         };
         for (const auto &names : spellings) {
             bool found = false;
@@ -256,7 +254,7 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
     // look for a soft 404 on an external page.
     const bool notNeeded = !m_isHTML && !m_isImage && !m_isStartingPoint && kind != PageWeightFetch;
     const bool externalNotNeeded = !m_isInternal && kind != PageWeightFetch
-            && !(m_owner && m_owner->shouldPerformSoft404Check());
+        && !(m_owner && m_owner->shouldPerformSoft404Check());
     if (notNeeded || externalNotNeeded) {
         cancelAndRelease();
         if (m_owner)
@@ -265,8 +263,8 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
     }
 }
 
-std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *connection,
-                                                            const QByteArray &cachedData)
+std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(
+    myNSURLConnection *connection, const QByteArray &cachedData)
 {
     if (kindOf(connection) == ValidatorRequest)
         return cachedData;
@@ -277,8 +275,8 @@ std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *c
 
 // ---- Data ------------------------------------------------------------------------------------
 
-void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *bytes,
-                                    qsizetype length)
+void LinkCheckerUrl::didReceiveData(
+    myNSURLConnection *connection, const char *bytes, qsizetype length)
 {
     const int kind = adoptConnection(connection);
     if (ownerStopPressed()) {

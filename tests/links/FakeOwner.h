@@ -42,17 +42,32 @@ public:
             fn();
     }
 
-    void threadHasFinished(LinkCheckerUrl *) override { calls << QStringLiteral("threadHasFinished"); }
+    void threadHasFinished(LinkCheckerUrl *) override
+    {
+        calls << QStringLiteral("threadHasFinished");
+    }
     void incNumberDone(LinkCheckerUrl *) override { calls << QStringLiteral("incNumberDone"); }
-    void statusHasChangedFordO(LinkCheckerUrl *) override { calls << QStringLiteral("statusHasChangedFordO"); }
+    void statusHasChangedFordO(LinkCheckerUrl *) override
+    {
+        calls << QStringLiteral("statusHasChangedFordO");
+    }
     void extractLinks(LinkCheckerUrl *record) override
     {
         // The body must still be there while the owner parses it.
         calls << QStringLiteral("extractLinks:%1").arg(record->getData().size());
     }
-    void incNumberValidated(LinkCheckerUrl *) override { calls << QStringLiteral("incNumberValidated"); }
-    void addToLookup(LinkCheckerUrl *, const QString &key) override { calls << QStringLiteral("addToLookup:") + key; }
-    void addLink(LinkCheckerUrl *, const QString &page) override { calls << QStringLiteral("addLink:") + page; }
+    void incNumberValidated(LinkCheckerUrl *) override
+    {
+        calls << QStringLiteral("incNumberValidated");
+    }
+    void addToLookup(LinkCheckerUrl *, const QString &key) override
+    {
+        calls << QStringLiteral("addToLookup:") + key;
+    }
+    void addLink(LinkCheckerUrl *, const QString &page) override
+    {
+        calls << QStringLiteral("addLink:") + page;
+    }
     bool performSoft404CheckOnThisUrl(LinkCheckerUrl *) override
     {
         calls << QStringLiteral("performSoft404CheckOnThisUrl");
@@ -61,7 +76,10 @@ public:
     bool shouldPerformSoft404Check() const override { return soft404Check; }
     void archivePage(LinkCheckerUrl *) override { calls << QStringLiteral("archivePage"); }
     bool shouldArchive() const override { return archive; }
-    void resetDomain(LinkCheckerUrl *record) override { calls << QStringLiteral("resetDomain:") + record->getActualLinkUrl(); }
+    void resetDomain(LinkCheckerUrl *record) override
+    {
+        calls << QStringLiteral("resetDomain:") + record->getActualLinkUrl();
+    }
     void emergencyMemoryStop() override { calls << QStringLiteral("emergencyMemoryStop"); }
     void stop() override { calls << QStringLiteral("stop"); }
     bool stopPressed() const override { return stop_; }
@@ -77,7 +95,10 @@ public:
     bool shouldHighlight() const override { return highlight; }
     int numberOfLinksOnThisPage(const QString &) const override { return linksOnPage; }
     void showInspector(LinkCheckerUrl *) override { calls << QStringLiteral("showInspector"); }
-    void highlightBadLinksInSelectedPage(LinkCheckerUrl *) override { calls << QStringLiteral("highlightBadLinksInSelectedPage"); }
+    void highlightBadLinksInSelectedPage(LinkCheckerUrl *) override
+    {
+        calls << QStringLiteral("highlightBadLinksInSelectedPage");
+    }
     void later(std::function<void()> fn) override
     {
         if (realLater)

@@ -73,16 +73,16 @@ TEST(FetchLive, AnswersBecomeStatusesAndOwnerMessages)
         const char *redirSuffix;
         QString calls;
     } cases[] = {
-        {"/final", true, "200 no error", "", read},
-        {"/redirect/chain?n=3", true, "200 no error < 302 found", "/final", read},
-        {"/status/404", true, "404 not found", "",
-         QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished")},
-        {"/type/pdf", true, "200 no error", "", notRead},
-        {"/type/html", false, "200 no error", "", notRead},
-        {"/auth/basic", true, "401 unauthorized", "",
-         QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished")},
-        {"/redirect/loop?i=0", true, "recurring redirect", "/redirect/loop?i=100",
-         QStringLiteral("incNumberDone threadHasFinished")},
+        { "/final", true, "200 no error", "", read },
+        { "/redirect/chain?n=3", true, "200 no error < 302 found", "/final", read },
+        { "/status/404", true, "404 not found", "",
+            QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished") },
+        { "/type/pdf", true, "200 no error", "", notRead },
+        { "/type/html", false, "200 no error", "", notRead },
+        { "/auth/basic", true, "401 unauthorized", "",
+            QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished") },
+        { "/redirect/loop?i=0", true, "recurring redirect", "/redirect/loop?i=100",
+            QStringLiteral("incNumberDone threadHasFinished") },
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.path);
@@ -110,16 +110,16 @@ TEST(FetchLive, SlashOnlyRedirectOfTheStartIsAbsorbed)
     EXPECT_TRUE(f.record->getRedir().isEmpty());
     EXPECT_EQ(f.record->getLinkUrl(), server.url(QStringLiteral("/dir/")));
     EXPECT_TRUE(calls.startsWith(QStringLiteral("addToLookup resetDomain statusHasChangedFordO")))
-            << calls.toStdString();
+        << calls.toStdString();
 }
 
 TEST(FetchLive, ValidatorAnswerAndMissingFile)
 {
     FixtureServer server;
     ASSERT_TRUE(server.isRunning());
-    LiveFetch v(server.url(QStringLiteral(
-            "/respond?status=200&type=text/html&body=x&h=X-W3c-Validator-Status:Invalid"
-            "&h=X-W3c-Validator-Errors:4&h=X-W3c-Validator-Warnings:1")));
+    LiveFetch v(server.url(
+        QStringLiteral("/respond?status=200&type=text/html&body=x&h=X-W3c-Validator-Status:Invalid"
+                       "&h=X-W3c-Validator-Errors:4&h=X-W3c-Validator-Warnings:1")));
     EXPECT_EQ(v.run(ValidatorRequest), QStringLiteral("incNumberValidated"));
     EXPECT_EQ(v.record->getValidatorStatus(), QStringLiteral("Invalid"));
     EXPECT_EQ(v.record->getValidatorErrors(), 4);

@@ -30,12 +30,12 @@ UrlRequest requestFor(const QString &url)
     return r;
 }
 
-const HeaderList htmlHeaders = {{"Content-Type", "text/html; charset=utf-8"}};
+const HeaderList htmlHeaders = { { "Content-Type", "text/html; charset=utf-8" } };
 
 struct Fixture
 {
     FakeOwner owner;
-    LinkCheckerUrl record{&owner};
+    LinkCheckerUrl record { &owner };
 
     explicit Fixture(const QString &url = QStringLiteral("http://h/a"))
     {
@@ -59,7 +59,10 @@ struct Fixture
         const UrlResponse response = httpResponse(code);
         return record.willSendRequest(nullptr, requestFor(to), &response);
     }
-    void body(const QByteArray &bytes) { record.didReceiveData(nullptr, bytes.constData(), bytes.size()); }
+    void body(const QByteArray &bytes)
+    {
+        record.didReceiveData(nullptr, bytes.constData(), bytes.size());
+    }
 };
 
 } // namespace
@@ -68,14 +71,16 @@ TEST(Fetch, InternalHtmlPageIsReadThenReleased)
 {
     Fixture f;
     f.owner.archive = true;
-    ASSERT_TRUE(f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
+    ASSERT_TRUE(
+        f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
     f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error"));
     f.body("<html>");
     f.body("</html>");
     f.record.connectionDidFinishLoading(nullptr);
-    EXPECT_EQ(f.trace(), QStringLiteral("statusHasChangedFordO archivePage performSoft404CheckOnThisUrl "
-                                        "incNumberDone extractLinks:13 | threadHasFinished"));
+    EXPECT_EQ(f.trace(),
+        QStringLiteral("statusHasChangedFordO archivePage performSoft404CheckOnThisUrl "
+                       "incNumberDone extractLinks:13 | threadHasFinished"));
     EXPECT_TRUE(f.record.getData().isEmpty()); // freed after parsing
     EXPECT_GE(f.record.getResponseTime(), 0.0);
 
@@ -84,8 +89,9 @@ TEST(Fetch, InternalHtmlPageIsReadThenReleased)
     g.owner.rechecking = true;
     g.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
     g.record.connectionDidFinishLoading(nullptr);
-    EXPECT_EQ(g.trace(), QStringLiteral("statusHasChangedFordO performSoft404CheckOnThisUrl "
-                                        "incNumberDone | threadHasFinished"));
+    EXPECT_EQ(g.trace(),
+        QStringLiteral("statusHasChangedFordO performSoft404CheckOnThisUrl "
+                       "incNumberDone | threadHasFinished"));
 }
 
 TEST(Fetch, SoftNotFoundPrefixesTheStatus)
@@ -115,20 +121,22 @@ TEST(Fetch, BodyNotNeededFinishesAtTheResponse)
         bool soft404;
         bool finishedAtResponse;
     } cases[] = {
-        {"application/pdf", true, false, true},
-        {"text/html", false, false, true},
-        {"text/html", false, true, false},
-        {"text/html", true, false, false},
+        { "application/pdf", true, false, true },
+        { "text/html", false, false, true },
+        { "text/html", false, true, false },
+        { "text/html", true, false, false },
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.contentType) + (c.internal ? " internal" : " external"));
         Fixture f;
         f.record.setIsInternal(c.internal);
         f.owner.soft404Check = c.soft404;
-        f.record.didReceiveResponse(nullptr, httpResponse(200, {{"Content-Type", c.contentType}}));
-        EXPECT_EQ(f.trace(), c.finishedAtResponse
-                          ? QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished")
-                          : QStringLiteral("statusHasChangedFordO |"));
+        f.record.didReceiveResponse(
+            nullptr, httpResponse(200, { { "Content-Type", c.contentType } }));
+        EXPECT_EQ(f.trace(),
+            c.finishedAtResponse
+                ? QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished")
+                : QStringLiteral("statusHasChangedFordO |"));
     }
 }
 
@@ -148,7 +156,8 @@ TEST(Fetch, NonHttpAnswerTakesHtmlFromTheMimeType)
 TEST(Fetch, RedirectChainRecordsLastTargetAndFirstCode)
 {
     Fixture f;
-    ASSERT_TRUE(f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
+    ASSERT_TRUE(
+        f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
     const auto next = f.redirect(QStringLiteral("http://other:8080/b"), 301);
     ASSERT_TRUE(next);
     EXPECT_EQ(next->url, QStringLiteral("http://other:8080/b"));
@@ -184,7 +193,8 @@ TEST(Fetch, RedirectCapAndRedirectionToNowhere)
 {
     Fixture f;
     test::LogCapture log;
-    ASSERT_TRUE(f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
+    ASSERT_TRUE(
+        f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(f.redirect(QStringLiteral("http://h/loop%1").arg(i % 2))) << i;
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
@@ -215,7 +225,8 @@ TEST(Fetch, RecheckReplacesTheStatusAndNeedsNoBody)
     Fixture g;
     g.record.setStatus(QStringLiteral("404 not found"));
     g.record.setBeingRechecked(true);
-    g.record.didFailWithError(nullptr, UrlError{UrlError::TimedOut, QStringLiteral("The request timed out.")});
+    g.record.didFailWithError(
+        nullptr, UrlError { UrlError::TimedOut, QStringLiteral("The request timed out.") });
     EXPECT_EQ(g.record.getStatus(), QStringLiteral("The request timed out."));
     EXPECT_FALSE(g.record.isBeingRechecked());
     EXPECT_EQ(g.trace(), QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |"));
@@ -224,7 +235,8 @@ TEST(Fetch, RecheckReplacesTheStatusAndNeedsNoBody)
 TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
 {
     Fixture f;
-    f.record.didFailWithError(nullptr, UrlError{7, QStringLiteral("Could not connect to server")});
+    f.record.didFailWithError(
+        nullptr, UrlError { 7, QStringLiteral("Could not connect to server") });
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.record.getColour(), 4);
     EXPECT_EQ(f.trace(), QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished"));
@@ -245,7 +257,7 @@ TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
     EXPECT_EQ(g.trace(), QStringLiteral("|"));
     EXPECT_TRUE(log.contains(QStringLiteral("received authentication challenge from http://h/a")));
 
-    const AuthMethod refused[] = {AuthMethod::HttpBasic, AuthMethod::ServerTrust};
+    const AuthMethod refused[] = { AuthMethod::HttpBasic, AuthMethod::ServerTrust };
     for (AuthMethod method : refused) {
         Fixture h;
         h.record.setIsInternal(method != AuthMethod::ServerTrust);
@@ -264,7 +276,7 @@ TEST(Fetch, StopPressedSilencesEveryCallback)
     f.owner.stop_ = true;
     f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
     f.body("x");
-    f.record.didFailWithError(nullptr, UrlError{7, QStringLiteral("failed")});
+    f.record.didFailWithError(nullptr, UrlError { 7, QStringLiteral("failed") });
     f.record.connectionDidFinishLoading(nullptr);
     EXPECT_EQ(f.record.getStatus(), QString());
     EXPECT_TRUE(f.record.getData().isEmpty());
@@ -281,13 +293,16 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
 {
     QCoreApplication::processEvents();
     const HeaderList spellings[] = {
-        {{"X-W3C-Validator-Status", "Invalid"}, {"X-W3C-Validator-Errors", "3"}, {"X-W3C-Validator-Warnings", "2"}},
-        {{"X-W3c-Validator-Status", "Invalid"}, {"X-W3c-Validator-Errors", "3"}, {"X-W3c-Validator-Warnings", "2"}},
+        { { "X-W3C-Validator-Status", "Invalid" }, { "X-W3C-Validator-Errors", "3" },
+            { "X-W3C-Validator-Warnings", "2" } },
+        { { "X-W3c-Validator-Status", "Invalid" }, { "X-W3c-Validator-Errors", "3" },
+            { "X-W3c-Validator-Warnings", "2" } },
     };
     for (const HeaderList &headers : spellings) {
         Fixture f;
         // Not handed over with setConnection(): the calling connection is the one cancelled.
-        myNSURLConnection *validator = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
+        myNSURLConnection *validator
+            = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
         f.record.didReceiveResponse(validator, httpResponse(200, headers));
         EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Invalid"));
         EXPECT_EQ(f.record.getValidatorErrors(), 3);
@@ -307,7 +322,8 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
     EXPECT_EQ(f.record.getValidatorStatus(), QString());
     EXPECT_FALSE(validator->isCancelled());
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
-    f.record.didFailWithError(validator, UrlError{7, QStringLiteral("Could not connect to server")});
+    f.record.didFailWithError(
+        validator, UrlError { 7, QStringLiteral("Could not connect to server") });
     EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.trace(), QStringLiteral("| incNumberValidated"));
     QCoreApplication::processEvents(); // let the cancelled connections go
@@ -318,7 +334,8 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     Fixture f(QStringLiteral("http://h/logo.png"));
     f.record.setIsImage(true);
     f.record.setIsHTML(false);
-    f.record.didReceiveResponse(nullptr, httpResponse(200, {{"Content-Type", "image/png"}, {"Content-Length", "4096"}}));
+    f.record.didReceiveResponse(nullptr,
+        httpResponse(200, { { "Content-Type", "image/png" }, { "Content-Length", "4096" } }));
     f.body(QByteArray(3000, 'x'));
     f.record.connectionDidFinishLoading(nullptr);
     EXPECT_EQ(f.record.getFileSizeInBytes(), 3000);
@@ -328,8 +345,9 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     test::LogCapture log;
     Fixture g(QStringLiteral("http://h/logo.png"));
     g.record.setIsImage(true);
-    g.record.didReceiveResponse(nullptr, httpResponse(200, {{"Content-Type", "image/png"}}));
-    EXPECT_TRUE(log.contains(QStringLiteral("Content-Length header isn't available for http://h/logo.png")));
+    g.record.didReceiveResponse(nullptr, httpResponse(200, { { "Content-Type", "image/png" } }));
+    EXPECT_TRUE(log.contains(
+        QStringLiteral("Content-Length header isn't available for http://h/logo.png")));
     g.body(QByteArray(2048, 'x'));
     g.record.connectionDidFinishLoading(nullptr);
     EXPECT_EQ(g.record.getFileSizeCompressedInKBytes(), 2); // the body length stands in
@@ -342,7 +360,8 @@ TEST(Fetch, HighlightFetchCollectsThePageOnly)
     f.record.setConnection(conn);
     f.record.setStatus(QStringLiteral("404 not found"));
     f.record.setBeingRechecked(true); // a highlight fetch still takes the bytes
-    EXPECT_TRUE(f.record.willSendRequest(conn, requestFor(QStringLiteral("http://h/page")), nullptr));
+    EXPECT_TRUE(
+        f.record.willSendRequest(conn, requestFor(QStringLiteral("http://h/page")), nullptr));
     f.record.didReceiveResponse(conn, httpResponse(200, htmlHeaders));
     f.record.didReceiveData(conn, "<p>", 3);
     f.record.connectionDidFinishLoading(conn);

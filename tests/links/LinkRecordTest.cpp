@@ -34,26 +34,27 @@ struct ClassCase
 TEST(LinkRecordClassification, RulesApplyInTheirOrder)
 {
     const ClassCase cases[] = {
-        {"", "", false, false, 0, false, true, false, false},
-        {"200 no error", "", false, false, 0, true, true, false, false},
-        {"200 no error < 301 moved permanently", "", false, false, 0, true, true, false, false},
-        {"200 no error < 301 moved permanently", "http://h/b", false, false, 2, true, true, false, false},
-        {"301 moved permanently", "http://h/b", false, false, 2, true, false, true, false},
-        {"404 not found", "", false, false, 3, false, false, true, false},
-        {"404 not found", "", true, true, 3, false, false, true, false}, // 4xx before blacklist
-        {"500 internal server error", "", true, true, 2, true, false, true, false},
-        {"500 internal server error", "", true, false, 4, false, false, true, false},
-        {"404 'soft 404' < 200 no error", "", false, false, 3, false, false, true, false},
-        {"Not checked", "", false, false, 0, true, true, false, true},
-        {"Not checked", "", true, true, 2, true, true, false, true},
-        {"missing link url", "", false, false, 4, false, false, false, true}, // non-numeric first
-        {"MCMS zref", "", false, false, 4, false, false, false, true},
-        {"file doesnt exist", "", false, false, 4, false, false, false, false},
-        {"file is directory", "", false, false, 0, true, true, false, false},
-        {"The request timed out.", "", false, false, 4, false, false, false, false},
-        {"100 continue", "", false, false, 0, true, true, false, false},
-        {"100 continue", "http://h/x", false, false, 2, true, true, false, false},
-        {"700 odd", "", false, false, 0, true, false, true, false},
+        { "", "", false, false, 0, false, true, false, false },
+        { "200 no error", "", false, false, 0, true, true, false, false },
+        { "200 no error < 301 moved permanently", "", false, false, 0, true, true, false, false },
+        { "200 no error < 301 moved permanently", "http://h/b", false, false, 2, true, true, false,
+            false },
+        { "301 moved permanently", "http://h/b", false, false, 2, true, false, true, false },
+        { "404 not found", "", false, false, 3, false, false, true, false },
+        { "404 not found", "", true, true, 3, false, false, true, false }, // 4xx before blacklist
+        { "500 internal server error", "", true, true, 2, true, false, true, false },
+        { "500 internal server error", "", true, false, 4, false, false, true, false },
+        { "404 'soft 404' < 200 no error", "", false, false, 3, false, false, true, false },
+        { "Not checked", "", false, false, 0, true, true, false, true },
+        { "Not checked", "", true, true, 2, true, true, false, true },
+        { "missing link url", "", false, false, 4, false, false, false, true }, // non-numeric first
+        { "MCMS zref", "", false, false, 4, false, false, false, true },
+        { "file doesnt exist", "", false, false, 4, false, false, false, false },
+        { "file is directory", "", false, false, 0, true, true, false, false },
+        { "The request timed out.", "", false, false, 4, false, false, false, false },
+        { "100 continue", "", false, false, 0, true, true, false, false },
+        { "100 continue", "http://h/x", false, false, 2, true, true, false, false },
+        { "700 odd", "", false, false, 0, true, false, true, false },
     };
     FakeOwner owner;
     for (const ClassCase &c : cases) {
@@ -141,32 +142,32 @@ TEST(LinkRecordFields, KeysAndFormats)
     r.addLinkedImage(nullptr);
 
     const std::pair<const char *, const char *> expected[] = {
-        {"distancefromhome", "3"},
-        {"distance", "3"},
-        {"filesize", "0kb"},
-        {"filesizecompressed", "4kb"},
-        {"linkurl", "http://h/a"},
-        {"actualurl", "http://h/b"},
-        {"redir", "http://h/b"},
-        {"linkurlhtml", "<a href=\"http://h/a\" target=\"_blank\">http://h/a</a>"},
-        {"linkredirhtml", "<a href=\"http://h/b\" target=\"_blank\">http://h/b</a>"},
-        {"linkcount", "7"},
-        {"linktext", "text"},
-        {"linkpagetitle", "Title"},
-        {"status", "200 no error < 301 moved permanently"},
-        {"validatorerrors", ""},
-        {"validatorwarnings", ""},
-        {"wordcount", "12"},
-        {"responsetime", "0.25"},
-        {"loadtime", ""},
-        {"imageqty", "2"},
-        {"imageweight", "2 kb"}, // 3000 bytes / 1024
-        {"nofollow", "No"},
-        {"totalOcurrences", "0"},
-        {"totalocurrences", ""},
-        {"ocurrencesinarchive", "0"},
-        {"canonical", ""},
-        {"nosuchkey", ""},
+        { "distancefromhome", "3" },
+        { "distance", "3" },
+        { "filesize", "0kb" },
+        { "filesizecompressed", "4kb" },
+        { "linkurl", "http://h/a" },
+        { "actualurl", "http://h/b" },
+        { "redir", "http://h/b" },
+        { "linkurlhtml", "<a href=\"http://h/a\" target=\"_blank\">http://h/a</a>" },
+        { "linkredirhtml", "<a href=\"http://h/b\" target=\"_blank\">http://h/b</a>" },
+        { "linkcount", "7" },
+        { "linktext", "text" },
+        { "linkpagetitle", "Title" },
+        { "status", "200 no error < 301 moved permanently" },
+        { "validatorerrors", "" },
+        { "validatorwarnings", "" },
+        { "wordcount", "12" },
+        { "responsetime", "0.25" },
+        { "loadtime", "" },
+        { "imageqty", "2" },
+        { "imageweight", "2 kb" }, // 3000 bytes / 1024
+        { "nofollow", "No" },
+        { "totalOcurrences", "0" },
+        { "totalocurrences", "" },
+        { "ocurrencesinarchive", "0" },
+        { "canonical", "" },
+        { "nosuchkey", "" },
     };
     for (const auto &[key, value] : expected)
         EXPECT_EQ(r.getFieldByName(QString::fromLatin1(key)), QString::fromLatin1(value)) << key;
@@ -186,13 +187,12 @@ TEST(LinkRecordFields, KeysAndFormats)
 
 TEST(LinkRecordFields, NumericColumnsAreExactlyThirteen)
 {
-    const char *numeric[] = {"distancefromhome", "responsetime", "loadtime", "filesize",
-                             "filesizecompressed", "imageqty", "imageweight", "totalocurrences",
-                             "ocurrencesinarchive", "validatorwarnings", "validatorerrors",
-                             "linkcount", "wordcount"};
+    const char *numeric[] = { "distancefromhome", "responsetime", "loadtime", "filesize",
+        "filesizecompressed", "imageqty", "imageweight", "totalocurrences", "ocurrencesinarchive",
+        "validatorwarnings", "validatorerrors", "linkcount", "wordcount" };
     for (const char *n : numeric)
         EXPECT_TRUE(OrelDataObject::isNumber(QString::fromLatin1(n))) << n;
-    for (const char *n : {"totalOcurrences", "distance", "status", "Filesize", ""})
+    for (const char *n : { "totalOcurrences", "distance", "status", "Filesize", "" })
         EXPECT_FALSE(OrelDataObject::isNumber(QString::fromLatin1(n))) << n;
 }
 
@@ -210,12 +210,11 @@ TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
     r.addOnPageName(QString());
     r.addOnPageLinkText(QString());
 
-    EXPECT_EQ(r.getOnPageUrlArray(),
-              QStringList({"no url", "no url", "http://h/p"}));
-    EXPECT_EQ(r.getOnPageNameArray(), QStringList({"untitled"}));
-    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({"no text"}));
-    EXPECT_EQ(owner.calls,
-              QStringList({"addLink:no url", "addLink:no url", "addLink:http://h/p"}));
+    EXPECT_EQ(r.getOnPageUrlArray(), QStringList({ "no url", "no url", "http://h/p" }));
+    EXPECT_EQ(r.getOnPageNameArray(), QStringList({ "untitled" }));
+    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "no text" }));
+    EXPECT_EQ(
+        owner.calls, QStringList({ "addLink:no url", "addLink:no url", "addLink:http://h/p" }));
     EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:http://h/x")), 2);
     EXPECT_EQ(log.count(QStringLiteral("empty string submitted to url:http://h/x")), 1);
     EXPECT_EQ(r.getLastOnPageUrl(), QStringLiteral("http://h/p"));
@@ -249,13 +248,13 @@ TEST(LinkRecordOnPage, CellsAndListRenderings)
     EXPECT_EQ(r.getOnPagesCSV(), QStringLiteral("http://h/1\rhttp://h/2"));
     EXPECT_EQ(r.getOnPagesText(), QStringLiteral("http://h/1,http://h/2"));
     EXPECT_EQ(r.getOnPagesHTML(),
-              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
-                             "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
+        QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
+                       "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
     owner.titles = true;
     EXPECT_EQ(r.getOnPagesText(), QStringLiteral("One,Two"));
     EXPECT_EQ(r.getOnPagesHTML(),
-              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
-                             "<a href = \"http://h/2\" target=\"_blank\">Two</a>"));
+        QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
+                       "<a href = \"http://h/2\" target=\"_blank\">Two</a>"));
     EXPECT_EQ(r.getFieldByName(QStringLiteral("onpageurlarray")), QStringLiteral("One\rTwo"));
 
     // The inspector's appears-on table.
@@ -306,14 +305,18 @@ TEST(LinkRecordSEO, OverlappingCaseInsensitiveCounts)
         const char *text;
         int count;
     } cases[] = {
-        {"aa", "aaaa", 3}, {"AA", "aaaa", 3}, {"ab", "xabyABz", 2},
-        {"abc", "ab", 0},  {"", "aaaa", 0},   {"a", "", 0},
+        { "aa", "aaaa", 3 },
+        { "AA", "aaaa", 3 },
+        { "ab", "xabyABz", 2 },
+        { "abc", "ab", 0 },
+        { "", "aaaa", 0 },
+        { "a", "", 0 },
     };
     for (const auto &c : cases)
-        EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(QString::fromLatin1(c.term),
-                                                          QString::fromLatin1(c.text)),
-                  c.count)
-                << c.term << " in " << c.text;
+        EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(
+                      QString::fromLatin1(c.term), QString::fromLatin1(c.text)),
+            c.count)
+            << c.term << " in " << c.text;
 }
 
 TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
@@ -334,7 +337,7 @@ TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
 
     ASSERT_TRUE(QDir().mkpath(AppSupport::archiveFolder()));
     QFile f(AppSupport::archiveFolder() + QLatin1Char('/')
-            + archiveFileNameForUrl(r.getActualLinkUrl()));
+        + archiveFileNameForUrl(r.getActualLinkUrl()));
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     f.write("<title>Widget shop</title><meta content=\"widget WIDGET\"> widgets and widgets");
     f.close();
@@ -344,8 +347,9 @@ TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
     EXPECT_EQ(r.getOcurrencesInArchive(), 2); // 5 minus the title's 1 and description's 2
     EXPECT_EQ(r.getTotalOccurrences(), 6);
     EXPECT_EQ(r.getFieldByName(QStringLiteral("totalOcurrences")), QStringLiteral("6"));
-    EXPECT_TRUE(r.archiveContainsOneOfTheseTerms({QStringLiteral("nothing"), QStringLiteral("SHOP")}));
-    EXPECT_FALSE(r.archiveContainsOneOfTheseTerms({QStringLiteral("nothing")}));
+    EXPECT_TRUE(
+        r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing"), QStringLiteral("SHOP") }));
+    EXPECT_FALSE(r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing") }));
 
     EXPECT_FALSE(r.countSEOTerm(QStringLiteral("gadget")));
     test::wipeHome();

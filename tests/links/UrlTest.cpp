@@ -18,13 +18,13 @@ TEST(LinkUrl, TrimHashCutsFragmentAndOptionallyQuery)
         bool trimQuery;
         const char *out;
     } cases[] = {
-        {"http://h/a?q=1#frag", false, "http://h/a?q=1"},
-        {"http://h/a?q=1#frag", true, "http://h/a"},
-        {"http://h/a#x?y", true, "http://h/a"},
-        {"#", false, "#"}, // shorter than 2 bytes: left alone
-        {"?", true, "?"},
-        {"#a", false, ""},
-        {"http://h/", true, "http://h/"},
+        { "http://h/a?q=1#frag", false, "http://h/a?q=1" },
+        { "http://h/a?q=1#frag", true, "http://h/a" },
+        { "http://h/a#x?y", true, "http://h/a" },
+        { "#", false, "#" }, // shorter than 2 bytes: left alone
+        { "?", true, "?" },
+        { "#a", false, "" },
+        { "http://h/", true, "http://h/" },
     };
     for (const auto &c : cases) {
         QByteArray b(c.in);
@@ -43,7 +43,7 @@ TEST(LinkUrl, SettingTheUrlTrimsRegistersAndKeepsTheSlashInTheStringForm)
     EXPECT_EQ(r.getLinkUrlBytes(), QByteArray("http://h/dir"));
     EXPECT_TRUE(r.hasHadSlashTrimmed());
     EXPECT_EQ(r.getActualLinkUrl(), QStringLiteral("http://h/dir/"));
-    EXPECT_EQ(owner.calls, QStringList({"addToLookup:http://h/dir"}));
+    EXPECT_EQ(owner.calls, QStringList({ "addToLookup:http://h/dir" }));
 
     // A redirect target keeps fragment and query, is not registered, and becomes the actual URL.
     owner.calls.clear();
@@ -87,19 +87,19 @@ TEST(LinkUrl, CandidateComparison)
         bool equal;
         bool recursion;
     } cases[] = {
-        {"http://h/a", "", "http://h/a", false, false, true, false},
-        {"http://h/a", "", "http://h/a#frag", false, false, true, false},
-        {"http://h/a", "", "http://h/a?q", false, false, false, false},
-        {"http://h/a", "", "http://h/a?q", true, false, true, false},
-        {"http://h/a", "", "http://h/a/", false, false, false, false},
-        {"http://h/a", "", "http://h/a/", false, true, true, false},
-        {"http://h/a", "", "HTTP://h/a", false, false, false, false}, // byte-exact
-        {"http://h//a", "", "http://h///a", false, false, true, true},
-        {"http://h/a", "", "http://h///a", false, false, false, false},
-        {"file:///x", "", "file:///x", false, false, true, false}, // scheme's own slashes
-        {"http://h/a", "http://h/b", "http://h/b", false, false, true, false},
-        {"http://h/a", "", "", false, false, false, false},
-        {"", "", "#a", false, false, false, false},
+        { "http://h/a", "", "http://h/a", false, false, true, false },
+        { "http://h/a", "", "http://h/a#frag", false, false, true, false },
+        { "http://h/a", "", "http://h/a?q", false, false, false, false },
+        { "http://h/a", "", "http://h/a?q", true, false, true, false },
+        { "http://h/a", "", "http://h/a/", false, false, false, false },
+        { "http://h/a", "", "http://h/a/", false, true, true, false },
+        { "http://h/a", "", "HTTP://h/a", false, false, false, false }, // byte-exact
+        { "http://h//a", "", "http://h///a", false, false, true, true },
+        { "http://h/a", "", "http://h///a", false, false, false, false },
+        { "file:///x", "", "file:///x", false, false, true, false }, // scheme's own slashes
+        { "http://h/a", "http://h/b", "http://h/b", false, false, true, false },
+        { "http://h/a", "", "", false, false, false, false },
+        { "", "", "#a", false, false, false, false },
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.stored) + " vs " + c.candidate);
@@ -147,9 +147,9 @@ TEST(LinkUrl, CanonicalTooHighTestingUrlAndTextTests)
     EXPECT_TRUE(r.contains(QStringLiteral("NOT FOUND")));
     EXPECT_FALSE(r.contains(QStringLiteral("absent")));
 
-    EXPECT_TRUE(r.linkContainsOneOfTheseTerms({QStringLiteral("zzz"), QStringLiteral("/dir/")}));
-    EXPECT_FALSE(r.linkContainsOneOfTheseTerms({QStringLiteral("/DIR/")})); // case-sensitive
-    EXPECT_FALSE(r.linkContainsOneOfTheseTerms({QString()}));
+    EXPECT_TRUE(r.linkContainsOneOfTheseTerms({ QStringLiteral("zzz"), QStringLiteral("/dir/") }));
+    EXPECT_FALSE(r.linkContainsOneOfTheseTerms({ QStringLiteral("/DIR/") })); // case-sensitive
+    EXPECT_FALSE(r.linkContainsOneOfTheseTerms({ QString() }));
     EXPECT_FALSE(r.linkContainsOneOfTheseTerms({}));
 
     r.setLinkPageTitle(QStringLiteral("Café"));
@@ -164,32 +164,33 @@ TEST(LinkUrl, CanonicalTooHighTestingUrlAndTextTests)
 TEST(ArchiveName, PathAfterHostWithSlashesEscaped)
 {
     const std::pair<const char *, const char *> cases[] = {
-        {"http://h.example/dir/page.html", "dir%2Fpage.html"},
-        {"http://h.example/", "h.example%2F"},
-        {"https://h/", "%2Fh%2F"}, // fixed position 7 keeps part of the separator
-        {"http://other.example/dir/page.html", "dir%2Fpage.html"},
-        {"http://h/a/b/?q=1", "a%2Fb%2F?q=1"},
+        { "http://h.example/dir/page.html", "dir%2Fpage.html" },
+        { "http://h.example/", "h.example%2F" },
+        { "https://h/", "%2Fh%2F" }, // fixed position 7 keeps part of the separator
+        { "http://other.example/dir/page.html", "dir%2Fpage.html" },
+        { "http://h/a/b/?q=1", "a%2Fb%2F?q=1" },
     };
     for (const auto &[url, name] : cases)
-        EXPECT_EQ(archiveFileNameForUrl(QString::fromLatin1(url)), QString::fromLatin1(name)) << url;
+        EXPECT_EQ(archiveFileNameForUrl(QString::fromLatin1(url)), QString::fromLatin1(name))
+            << url;
 }
 
 TEST(ReasonPhrase, StatusTexts)
 {
     const std::pair<int, const char *> cases[] = {
-        {200, "200 no error"},
-        {301, "301 moved permanently"},
-        {302, "302 found"},
-        {404, "404 not found"},
-        {410, "410 gone"},
-        {500, "500 internal server error"},
-        {503, "503 service unavailable"},
-        {100, "100 continue"},
-        {299, "299 success"},
-        {499, "499 client error"},
-        {599, "599 server error"},
-        {999, "999 unknown"},
-        {0, "0 unknown"},
+        { 200, "200 no error" },
+        { 301, "301 moved permanently" },
+        { 302, "302 found" },
+        { 404, "404 not found" },
+        { 410, "410 gone" },
+        { 500, "500 internal server error" },
+        { 503, "503 service unavailable" },
+        { 100, "100 continue" },
+        { 299, "299 success" },
+        { 499, "499 client error" },
+        { 599, "599 server error" },
+        { 999, "999 unknown" },
+        { 0, "0 unknown" },
     };
     for (const auto &[code, text] : cases)
         EXPECT_EQ(statusText(code), QString::fromLatin1(text));
