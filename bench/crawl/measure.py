@@ -152,6 +152,30 @@ def run_orrelwick(site, port, cap_s, threads):
     return res
 
 
+def profile_orrelwick(site, port, threads):
+    """Records one crawl with perf (DWARF call graphs: the Release build has no frame pointers)
+    and writes the self-time and inclusive-time tables next to the results."""
+    home = os.path.join(WORK, "home")
+    shutil.rmtree(home, ignore_errors=True)
+    os.makedirs(home)
+    data = os.path.join(WORK, "perf.data")
+    env = dict(os.environ, ORRELWICK_HOME=home)
+    cmd = ["perf", "record", "-q", "-F", "700", "--call-graph", "dwarf,16384", "-o", data, CLI,
+           "crawl", "http://127.0.0.1:%d/" % port, "--set", "numberOfThreads=%d" % threads,
+           "--quiet", "--flat-csv", os.path.join(WORK, "profile.csv"), "--bad-only"]
+    subprocess.call(cmd, env=env, stdout=subprocess.DEVNULL)
+    outputs = {
+        "profile-self.txt": ["--no-children", "--sort", "dso,symbol", "--percent-limit", "0.5"],
+        "profile-inclusive.txt": ["--children", "--sort", "symbol", "--percent-limit", "2"],
+    }
+    for name, extra in outputs.items():
+        with open(os.path.join(WORK, name), "w") as f:
+            subprocess.call(["perf", "report", "-i", data, "-g", "none", "--stdio"] + extra,
+                            stdout=f, stderr=subprocess.DEVNULL)
+    print("   profile: %s, %s (perf report -i %s for more)" % (
+        *[os.path.join(WORK, n) for n in outputs], data), file=sys.stderr)
+
+
 def distinct(regex, text):
     return {m.group(1) for m in regex.finditer(text)}
 
@@ -348,6 +372,8 @@ def main(argv=None):
     ap.add_argument("--small-linkinator", action="store_true",
                     help="run linkinator on the small site instead of the main one")
     ap.add_argument("--port", type=int, default=0, help="nginx port (default: a free one)")
+    ap.add_argument("--profile", action="store_true",
+                    help="also record one orrelwick-cli crawl of the main site with perf")
     a = ap.parse_args(argv)
     tools = set(a.tools.split(","))
     cap_s = a.cap * 60
@@ -393,6 +419,9 @@ def main(argv=None):
                       file=sys.stderr)
                 ceilings[site.pages] = run_ceiling(site, port, a.ceiling_seconds, a.threads)
                 print("   %s req/s" % fmt(ceilings[site.pages]["rps"]), file=sys.stderr)
+            if a.profile and is_main and os.access(CLI, os.X_OK):
+                print("== profiling orrelwick-cli on %d pages" % site.pages, file=sys.stderr)
+                profile_orrelwick(site, port, a.threads)
             if "wget" in tools and is_main:
                 step("wget on %d pages" % site.pages, run_wget, site, port, cap_s)
             if "linkinator" in tools and (is_main != a.small_linkinator or not small):

@@ -4,6 +4,7 @@
 # ceiling and the peers (bench/crawl/measure.py; results in build/bench-crawl/results.md).
 # Usage: bench/crawl/run.sh [--no-build] [--pages N] [--links N] [--broken F] [--cap MIN]
 #                           [--small-pages N] [--tools orrelwick,ceiling,wget,linkinator,linkchecker]
+#                           [--profile]
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
@@ -19,8 +20,9 @@ for a in "$@"; do
   esac
 done
 
-# Debian packages: the server, the load generator, two peers and GNU time.
-tools/setup.sh wrk linkchecker wget time
+# Debian packages: the load generator, two peers, GNU time and perf (nginx is on the project's
+# own list).
+tools/setup.sh wrk linkchecker wget time linux-perf binutils
 
 # linkinator from npm into build/ (never committed). The 6.x line runs on the Node.js that
 # Debian ships; later lines need a newer Node.js or report healthy pages as failed under it.
