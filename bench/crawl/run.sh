@@ -4,17 +4,21 @@
 # ceiling and the peers (bench/crawl/measure.py; results in build/bench-crawl/results.md).
 # Usage: bench/crawl/run.sh [--no-build] [--pages N] [--links N] [--broken F] [--cap MIN]
 #                           [--small-pages N] [--tools orrelwick,ceiling,wget,linkinator,linkchecker]
-#                           [--profile]
+#                           [--profile] [--hold-lock]
+# --hold-lock keeps the shared build lock while measuring, so that no build of the shared tree
+# starts on the two cores in the middle of a measurement (others' builds wait a few minutes).
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
 cd "$root"
 
 build=1
+hold=0
 args=()
 for a in "$@"; do
   case "$a" in
     --no-build) build=0 ;;
+    --hold-lock) hold=1 ;;
     -h | --help) exec python3 bench/crawl/measure.py --help ;;
     *) args+=("$a") ;;
   esac
@@ -41,4 +45,7 @@ if [ "$build" = 1 ]; then
     cmake --build build/release --target orrelwick-cli -j2'
 fi
 
+if [ "$hold" = 1 ]; then
+  exec flock /tmp/orrelwick-build.lock python3 bench/crawl/measure.py ${args[@]+"${args[@]}"}
+fi
 exec python3 bench/crawl/measure.py ${args[@]+"${args[@]}"}
