@@ -79,7 +79,7 @@ void LinkCheckerUrl::releaseAll()
     m_linkUrl = QByteArray();
     m_redir = QByteArray();
     m_nsslinkUrl = m_nssredir = QString();
-    m_status = m_linkText = m_linkPageTitle = m_timestamp = QString();
+    m_status = m_linkText = m_linkPageTitle = QString();
 }
 
 void LinkCheckerUrl::clearData()
@@ -459,7 +459,7 @@ QString LinkCheckerUrl::getFieldByName(const QString &name) const
     if (is("redir"))
         return m_nssredir;
     if (is("timestamp"))
-        return m_timestamp;
+        return getTimestamp();
     if (is("validatorstatus"))
         return getValidatorStatus();
     if (is("validatorerrors"))
@@ -659,7 +659,23 @@ void LinkCheckerUrl::setSentRequest(const QDateTime &when)
 {
     m_sentRequestMs = when.toMSecsSinceEpoch();
     m_numberOfRedirects = 0;
-    m_timestamp = QLocale::system().toString(when, QLocale::ShortFormat);
+    if (m_extra)
+        m_extra->timestamp = QString();
+}
+
+QString LinkCheckerUrl::getTimestamp() const
+{
+    if (m_extra && !m_extra->timestamp.isNull())
+        return m_extra->timestamp;
+    if (m_sentRequestMs < 0)
+        return emptyString();
+    return QLocale::system().toString(
+        QDateTime::fromMSecsSinceEpoch(m_sentRequestMs), QLocale::ShortFormat);
+}
+
+void LinkCheckerUrl::setTimestamp(const QString &text)
+{
+    extras().timestamp = text.isNull() ? emptyString() : text;
 }
 
 std::optional<QDateTime> LinkCheckerUrl::getSentRequest() const

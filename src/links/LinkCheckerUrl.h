@@ -163,8 +163,10 @@ public:
     QString getChangeFrequency() const;
     QString getChangefrequency() const { return getChangeFrequency(); }
     void setChangeFrequency(const QString &text);
-    QString getTimestamp() const { return m_timestamp; }
-    void setTimestamp(const QString &text) { m_timestamp = text; }
+    // The send time in the user's locale ("" before sending), unless a text was set explicitly
+    // (a loaded link list); formatted on demand so that records carry no string for it.
+    QString getTimestamp() const;
+    void setTimestamp(const QString &text);
 
     QString getValidatorStatus() const;
     QString getValidatorstatus() const { return getValidatorStatus(); }
@@ -328,7 +330,6 @@ private:
     QString m_status;
     QString m_linkText;
     QString m_linkPageTitle;
-    QString m_timestamp;
 
     QStringList m_onPageUrl;
     QStringList m_onPageName;

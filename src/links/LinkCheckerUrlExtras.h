@@ -14,6 +14,7 @@ struct LinkCheckerUrl::PageExtras
     QString canonical;
     QString changeFrequency;
     QString validatorStatus;
+    QString timestamp; // set explicitly; null = derived from the send time
     int validatorErrors = -1; // -1 = not validated
     int validatorWarnings = -1;
 

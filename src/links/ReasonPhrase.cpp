@@ -1,5 +1,7 @@
 #include "links/ReasonPhrase.h"
 
+#include <QHash>
+
 namespace orel {
 
 namespace {
@@ -100,8 +102,19 @@ QString reasonPhrase(int code)
     return QStringLiteral("unknown");
 }
 
+// The texts of registered codes are built once and shared: a crawl stores one per record.
 QString statusText(int code)
 {
+    static const QHash<int, QString> registered = [] {
+        QHash<int, QString> texts;
+        for (const Phrase &p : phrases)
+            texts.insert(
+                p.code, QString::number(p.code) + QLatin1Char(' ') + QLatin1String(p.text));
+        return texts;
+    }();
+    const auto it = registered.constFind(code);
+    if (it != registered.cend())
+        return *it;
     return QString::number(code) + QLatin1Char(' ') + reasonPhrase(code);
 }
 

@@ -180,6 +180,13 @@ TEST(LinkRecordFields, KeysAndFormats)
     EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("responsetime")), 0.25f);
     EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("ocurrencesinarchive")), 0.0f);
 
+    // The time stamp follows the send time unless a text was set (a loaded link list).
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("timestamp")), QString());
+    r.setSentRequest();
+    EXPECT_FALSE(r.getTimestamp().isEmpty());
+    r.setTimestamp(QStringLiteral("http://h/b"));
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("timestamp")), QStringLiteral("http://h/b"));
+
     r.setValidatorErrors(0);
     EXPECT_EQ(r.getFieldByName(QStringLiteral("validatorerrors")), QStringLiteral("0"));
     EXPECT_EQ(r.getDistancefromhome(), QStringLiteral("3"));
