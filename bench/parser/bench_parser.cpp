@@ -37,11 +37,10 @@ public:
 private:
     static QByteArray words(std::mt19937 &rng, int n)
     {
-        static const char *const vocabulary[] = {
-            "the",     "garden",  "river",  "of",      "and",     "season", "a",
-            "quietly", "market",  "stone",  "bridge",  "to",      "with",   "morning",
-            "council", "library", "&amp;",  "reports", "walking", "north",  "its",
-            "caf\xc3\xa9", "history", "in", "light", "harbour", "for", "new"};
+        static const char *const vocabulary[] = { "the", "garden", "river", "of", "and", "season",
+            "a", "quietly", "market", "stone", "bridge", "to", "with", "morning", "council",
+            "library", "&amp;", "reports", "walking", "north", "its", "caf\xc3\xa9", "history",
+            "in", "light", "harbour", "for", "new" };
         std::uniform_int_distribution<int> pick(0, int(std::size(vocabulary)) - 1);
         QByteArray out;
         for (int i = 0; i < n; ++i) {
@@ -91,15 +90,14 @@ private:
                     + words(rng, small(rng) * 2) + ".</p>\n";
             }
             if (coin(rng) == 1)
-                p += "<figure><img src=\"/media/photo-" + QByteArray::number(s)
-                    + ".jpg\" alt=\"" + words(rng, 3)
-                    + "\" loading=\"lazy\"><figcaption>" + words(rng, 5)
+                p += "<figure><img src=\"/media/photo-" + QByteArray::number(s) + ".jpg\" alt=\""
+                    + words(rng, 3) + "\" loading=\"lazy\"><figcaption>" + words(rng, 5)
                     + "</figcaption></figure>\n";
             if (coin(rng) == 2) {
                 p += "<table class=\"data\">\n<tr><th>Name</th><th>Value</th></tr>\n";
                 for (int r = 0; r < 6; ++r)
-                    p += "<tr><td>" + words(rng, 2) + "</td><td>"
-                        + QByteArray::number(r * 17 + s) + "</td></tr>\n";
+                    p += "<tr><td>" + words(rng, 2) + "</td><td>" + QByteArray::number(r * 17 + s)
+                        + "</td></tr>\n";
                 p += "</table>\n";
             }
             p += "</section>\n";
@@ -136,8 +134,8 @@ void BM_ScannerLinkPass(benchmark::State &state)
         }
     }
     state.SetBytesProcessed(state.iterations() * c.totalBytes);
-    state.counters["links/page"] =
-        double(links) / double(state.iterations()) / double(c.pages.size());
+    state.counters["links/page"]
+        = double(links) / double(state.iterations()) / double(c.pages.size());
 }
 BENCHMARK(BM_ScannerLinkPass)->Unit(benchmark::kMillisecond);
 
@@ -158,7 +156,7 @@ void collectLinks(xmlNode *node, qint64 &links)
 {
     for (xmlNode *n = node; n; n = n->next) {
         if (n->type == XML_ELEMENT_NODE) {
-            for (const char *name : {"href", "src"}) {
+            for (const char *name : { "href", "src" }) {
                 if (xmlChar *value = xmlGetProp(n, reinterpret_cast<const xmlChar *>(name))) {
                     ++links;
                     xmlFree(value);
@@ -176,15 +174,14 @@ void BM_Libxml2HtmlLinks(benchmark::State &state)
     for (auto _ : state) {
         for (const QByteArray &page : c.pages) {
             htmlDocPtr doc = htmlReadMemory(page.constData(), int(page.size()), nullptr, "utf-8",
-                                            HTML_PARSE_RECOVER | HTML_PARSE_NOERROR
-                                                | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
+                HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
             collectLinks(xmlDocGetRootElement(doc), links);
             xmlFreeDoc(doc);
         }
     }
     state.SetBytesProcessed(state.iterations() * c.totalBytes);
-    state.counters["links/page"] =
-        double(links) / double(state.iterations()) / double(c.pages.size());
+    state.counters["links/page"]
+        = double(links) / double(state.iterations()) / double(c.pages.size());
 }
 BENCHMARK(BM_Libxml2HtmlLinks)->Unit(benchmark::kMillisecond);
 

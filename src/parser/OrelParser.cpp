@@ -36,7 +36,7 @@ bool hasSkippedExtension(const QString &url)
     if (dot < 0)
         return false;
     const QString extension = last.mid(dot + 1).toUpper();
-    static const char *const skipped[] = {"DOC", "MOV", "WAV", "MP3", "ZIP", "MPG", "MP4", "PDF"};
+    static const char *const skipped[] = { "DOC", "MOV", "WAV", "MP3", "ZIP", "MPG", "MP4", "PDF" };
     for (const char *s : skipped) {
         if (extension == QLatin1String(s))
             return true;
@@ -160,9 +160,7 @@ void OrelParser::setBytes(const QByteArray &bytesIn)
 }
 
 std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
-                                                     const QString &userAgent, bool seo,
-                                                     bool cachePage, bool checkNoIndex,
-                                                     bool checkNofollow)
+    const QString &userAgent, bool seo, bool cachePage, bool checkNoIndex, bool checkNofollow)
 {
     Q_UNUSED(userAgent);
     Q_UNUSED(seo); // word counting stays off for pages of a crawl
@@ -207,8 +205,8 @@ std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
     return p;
 }
 
-std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
-                                                    const QString &userAgent)
+std::unique_ptr<OrelParser> OrelParser::initWithUrl(
+    const QString &urlString, const QString &userAgent)
 {
     std::unique_ptr<OrelParser> p(new OrelParser);
     p->plaintextmode = false;

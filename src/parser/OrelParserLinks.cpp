@@ -347,9 +347,7 @@ std::optional<QString> OrelParser::getNextHttp()
 {
     if (!bytes || !getNextByte())
         return std::nullopt;
-    auto separator = [](signed char b) {
-        return static_cast<unsigned char>(b) <= 32 || b == ',';
-    };
+    auto separator = [](signed char b) { return static_cast<unsigned char>(b) <= 32 || b == ','; };
     while (separator(aBuffer)) {
         if (!getNextByte())
             return std::nullopt;

@@ -77,8 +77,7 @@ void OrelParser::findKeywordsAndDescription()
             keywords = withoutLineBreaks(
                 pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
         } else if (parsertext::containsIgnoringCase(tag.buf, tag.n, "canonical")) {
-            canonical =
-                withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n, nullptr)));
+            canonical = withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n, nullptr)));
         }
     }
 }
@@ -134,10 +133,8 @@ bool OrelParser::headContainsNoFollow()
     return false;
 }
 
-std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink,
-                                                      const QString &style,
-                                                      const QString &basHref, bool ignoringQS,
-                                                      bool trim)
+std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, const QString &style,
+    const QString &basHref, bool ignoringQS, bool trim)
 {
     const QUrl base(basHref);
     // Work on a private copy; the cached length stays as it was, so the scan below stops short
@@ -173,10 +170,9 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink,
         const QUrl absolute = base.resolved(QUrl(*href));
         const QString encoded = absolute.toString(QUrl::FullyEncoded);
         const QString plain = absolute.toString();
-        const bool match = ignoringQS
-            ? (badLink.contains(encoded) || badLink.contains(plain))
-            : (compareIgnoringTrailingSlash(badLink, encoded)
-               || compareIgnoringTrailingSlash(badLink, plain));
+        const bool match = ignoringQS ? (badLink.contains(encoded) || badLink.contains(plain))
+                                      : (compareIgnoringTrailingSlash(badLink, encoded)
+                                          || compareIgnoringTrailingSlash(badLink, plain));
         if (!match)
             continue;
         // Back to just after the tag name's first letter; the style goes in there.
@@ -187,8 +183,8 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink,
     return data;
 }
 
-QString OrelParser::borderStyle(const QString &width, const QString &lineStyle, double red,
-                                double green, double blue)
+QString OrelParser::borderStyle(
+    const QString &width, const QString &lineStyle, double red, double green, double blue)
 {
     return QStringLiteral(" style = \"border:%1 %2 rgb(%3,%4,%5);\"")
         .arg(width, lineStyle)

@@ -25,10 +25,9 @@ public:
         write("dir/index.html", "<title>Index</title>");
         write("doc.pdf", "%PDF-1.4");
         server.setProgram(QStringLiteral("python3"));
-        server.setArguments({QStringLiteral("-u"), QStringLiteral("-m"),
-                             QStringLiteral("http.server"), QStringLiteral("0"),
-                             QStringLiteral("--bind"), QStringLiteral("127.0.0.1"),
-                             QStringLiteral("--directory"), root.path()});
+        server.setArguments({ QStringLiteral("-u"), QStringLiteral("-m"),
+            QStringLiteral("http.server"), QStringLiteral("0"), QStringLiteral("--bind"),
+            QStringLiteral("127.0.0.1"), QStringLiteral("--directory"), root.path() });
         server.start();
         if (!server.waitForStarted(5000))
             return;

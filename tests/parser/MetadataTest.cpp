@@ -16,11 +16,11 @@ TEST(ParserMetadata, TitleIsTheTextOfABareTitleTagWithoutLineBreaks)
         int endHead;
     };
     const Case cases[] = {
-        {"<TITLE>Home\r\nPage</TITLE>", "HomePage", 0},
-        {"<title id=t>Home</title>", "", 0},
-        {"<head><title> A &amp; B </title></head><body>", "A & B", 39},
-        {"<head></head><title>late</title>", "", 13},
-        {"<head><title></title></head>", "", 28},
+        { "<TITLE>Home\r\nPage</TITLE>", "HomePage", 0 },
+        { "<title id=t>Home</title>", "", 0 },
+        { "<head><title> A &amp; B </title></head><body>", "A & B", 39 },
+        { "<head></head><title>late</title>", "", 13 },
+        { "<head><title></title></head>", "", 28 },
     };
     for (const Case &c : cases) {
         auto p = scan(c.page);
@@ -46,7 +46,7 @@ TEST(ParserMetadata, DescriptionKeywordsAndCanonicalComeFromTheHead)
     EXPECT_EQ(q->getDescription(), QStringLiteral("yz"));
 
     EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta content=\"a 'b'\"")),
-              QStringLiteral("a 'b'"));
+        QStringLiteral("a 'b'"));
     EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta name=x")), QString());
 }
 
@@ -59,11 +59,11 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHead)
         bool headNofollow;
     };
     const Case cases[] = {
-        {"<meta name='googlebot' content='noindex'>", false, false},
-        {"<head></head><meta name=robots content=noindex>", true, false},
-        {"<head><META name=robots content=\"NoIndex, NoFollow\"></head>", false, true},
-        {"<head><link rel=nofollow><a href=noindex></head>", true, false},
-        {"<head><title>noindex nofollow</title></head>", true, false},
+        { "<meta name='googlebot' content='noindex'>", false, false },
+        { "<head></head><meta name=robots content=noindex>", true, false },
+        { "<head><META name=robots content=\"NoIndex, NoFollow\"></head>", false, true },
+        { "<head><link rel=nofollow><a href=noindex></head>", true, false },
+        { "<head><title>noindex nofollow</title></head>", true, false },
     };
     for (const Case &c : cases) {
         auto p = scan(c.page, true);
@@ -71,8 +71,8 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHead)
         EXPECT_EQ(p->getHeadContainsNoFollow(), c.headNofollow) << c.page;
     }
     // Unchecked markers are not looked for.
-    auto p = OrelParser::initWithData("<meta name=robots content='noindex,nofollow'>",
-                                      QString(), true, true, false, false);
+    auto p = OrelParser::initWithData(
+        "<meta name=robots content='noindex,nofollow'>", QString(), true, true, false, false);
     EXPECT_TRUE(p->getShouldBeIndexed());
     EXPECT_FALSE(p->getHeadContainsNoFollow());
 }
@@ -80,7 +80,7 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHead)
 TEST(ParserMetadata, HeadingsAreTheFirstLevelOnesOfTheBody)
 {
     EXPECT_EQ(scan("<h1>A</h1><h2>x</h2><H1> B </H1><h1></h1></body><h1>C</h1>")->findHeadings(),
-              QStringLiteral("A, B"));
+        QStringLiteral("A, B"));
     EXPECT_EQ(scan("<h1 class=x>A</h1><h2>x</h2>")->findHeadings(), QString());
 }
 
@@ -94,11 +94,10 @@ TEST(ParserHighlight, InsertsABaseAfterHeadAndMarksEveryOccurrence)
     const QByteArray page = "<html><head><title>t</title></head><body>\n"
                             "<a href=\"bad.html\">one</a>\n<a href=\"ok.html\">two</a>\n"
                             "<a\nhref=\"http://site/bad.html\">three</a>\n"
-                            + padding;
+        + padding;
     auto p = scan(page);
     const auto out = p->highlightBadink(QStringLiteral("http://site/bad.html"),
-                                        QString::fromLatin1(style),
-                                        QStringLiteral("http://site/"), false, false);
+        QString::fromLatin1(style), QStringLiteral("http://site/"), false, false);
     ASSERT_TRUE(out);
     QByteArray expected = page;
     expected.replace("<head>", "<head>\n<base href = \"http://site/\">\n");
@@ -115,24 +114,23 @@ TEST(ParserHighlight, PageWithItsOwnBaseIsMarkedUpToTheOriginalLength)
                             "<frame src=\"x\"><a href=y>3</a><a href=x>4</a>";
     auto p = scan(page);
     const auto out = p->highlightBadink(QStringLiteral("http://s/x"), QString::fromLatin1(style),
-                                        QStringLiteral("http://s/"), false, false);
+        QStringLiteral("http://s/"), false, false);
     ASSERT_TRUE(out);
     // Every insertion shortens the part of the page still scanned, so the last link stays
     // unmarked.
     EXPECT_EQ(*out,
-              "<base href=\"http://s/\"><a" + style + " href=x>1</a><a" + style
-                  + " href='X/'>2</a><f" + style + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
+        "<base href=\"http://s/\"><a" + style + " href=x>1</a><a" + style + " href='X/'>2</a><f"
+            + style + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
 }
 
 TEST(ParserHighlight, MatchesByContainmentWhenIgnoringTheQuery)
 {
-    const QByteArray page = "<base href=\"http://s/\"><a href=\"p.html\">p</a>"
-                            + QByteArray(100, ' ');
-    for (bool ignoringQS : {true, false}) {
+    const QByteArray page
+        = "<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' ');
+    for (bool ignoringQS : { true, false }) {
         auto p = scan(page);
         const auto out = p->highlightBadink(QStringLiteral("http://s/p.html?x=1"),
-                                            QString::fromLatin1(style), QStringLiteral("http://s/"),
-                                            ignoringQS, false);
+            QString::fromLatin1(style), QStringLiteral("http://s/"), ignoringQS, false);
         ASSERT_TRUE(out);
         EXPECT_EQ(out->contains(style), ignoringQS);
     }
@@ -146,15 +144,15 @@ TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
         const char *message;
     };
     const Case cases[] = {
-        {"<p><a href=x>x</a>", "highlight failing because can't find head tag"},
-        {"<header><a href=x>", "highlight failing because can't find head tag"},
-        {"<p><head ", "highlight failing because can't find next > after head"},
+        { "<p><a href=x>x</a>", "highlight failing because can't find head tag" },
+        { "<header><a href=x>", "highlight failing because can't find head tag" },
+        { "<p><head ", "highlight failing because can't find next > after head" },
     };
     for (const Case &c : cases) {
         orel::test::LogCapture log;
         auto p = scan(c.page);
         EXPECT_FALSE(p->highlightBadink(QStringLiteral("http://s/x"), QString::fromLatin1(style),
-                                        QStringLiteral("http://s/"), false, false))
+            QStringLiteral("http://s/"), false, false))
             << c.page;
         EXPECT_TRUE(log.contains(QLatin1String(c.message))) << c.page;
     }
@@ -163,7 +161,7 @@ TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
 TEST(ParserHighlight, StyleTextsScaleColourFractions)
 {
     EXPECT_EQ(OrelParser::borderStyle(QStringLiteral("2px"), QStringLiteral("solid"), 1.0, 0.5, 0),
-              QStringLiteral(" style = \"border:2px solid rgb(255,127,0);\""));
+        QStringLiteral(" style = \"border:2px solid rgb(255,127,0);\""));
     EXPECT_EQ(OrelParser::backgroundStyle(0.2, 0.999, 1.0),
-              QStringLiteral(" style = \"background:rgb(51,254,255);\""));
+        QStringLiteral(" style = \"background:rgb(51,254,255);\""));
 }

@@ -20,8 +20,8 @@ namespace orel::test {
 
 inline std::unique_ptr<OrelParser> scan(const QByteArray &page, bool checkNofollow = false)
 {
-    return OrelParser::initWithData(page, QStringLiteral("test"), false, false, true,
-                                    checkNofollow);
+    return OrelParser::initWithData(
+        page, QStringLiteral("test"), false, false, true, checkNofollow);
 }
 
 // Every URL getNextHref() yields, in order.

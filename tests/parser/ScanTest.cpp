@@ -22,21 +22,21 @@ TEST(ParserScan, RecognisesAnchorsAreasAndFramesByTheirExactBytes)
         QStringList expected;
     };
     const Case cases[] = {
-        {"<a href='x.html'>X</a>", {"x.html"}},
-        {"<A HREF=\"X.html\">X</A>", {"X.html"}},
-        {"<a>no</a><a\thref='tab'>t</a>", {}},
-        {"<a\nhref='lf'>", {"lf"}},
-        {"<a\rhref='cr'>", {"cr"}},
-        {"<  a href='spaced'>", {"spaced"}},
-        {"<area shape=rect href='m.html'>", {"m.html"}},
-        {"<AREA href='M.html'>", {"M.html"}},
-        {"<abbr title=x href='no'>", {}},
-        {"<are>x</are><a href='after'>", {"after"}},
-        {"<iframe src='i.html'></iframe>", {}},
-        {"<frame src='f.html'>", {"f.html"}},
-        {"<FRAME SRC=\"F.html\">", {"F.html"}},
-        {"<frame>", {}},
-        {"<link href='l.css'><base href='b/'>", {}},
+        { "<a href='x.html'>X</a>", { "x.html" } },
+        { "<A HREF=\"X.html\">X</A>", { "X.html" } },
+        { "<a>no</a><a\thref='tab'>t</a>", {} },
+        { "<a\nhref='lf'>", { "lf" } },
+        { "<a\rhref='cr'>", { "cr" } },
+        { "<  a href='spaced'>", { "spaced" } },
+        { "<area shape=rect href='m.html'>", { "m.html" } },
+        { "<AREA href='M.html'>", { "M.html" } },
+        { "<abbr title=x href='no'>", {} },
+        { "<are>x</are><a href='after'>", { "after" } },
+        { "<iframe src='i.html'></iframe>", {} },
+        { "<frame src='f.html'>", { "f.html" } },
+        { "<FRAME SRC=\"F.html\">", { "F.html" } },
+        { "<frame>", {} },
+        { "<link href='l.css'><base href='b/'>", {} },
     };
     for (const Case &c : cases)
         EXPECT_EQ(hrefs(c.page), c.expected) << c.page;
@@ -50,14 +50,14 @@ TEST(ParserScan, CommentsEndAtDashGreaterThanAndDoctypesArePassedOver)
         QStringList expected;
     };
     const Case cases[] = {
-        {"<!DOCTYPE html><a href='d'>", {"d"}},
-        {"<!-- <a href='no'> --><a href='yes'>", {"yes"}},
-        {"<!-- x -> <a href='yes'>", {"yes"}},
-        {"<!-- a - > <a href='no'> -- ><a href='no2'> ---><a href='y'>", {"y"}},
+        { "<!DOCTYPE html><a href='d'>", { "d" } },
+        { "<!-- <a href='no'> --><a href='yes'>", { "yes" } },
+        { "<!-- x -> <a href='yes'>", { "yes" } },
+        { "<!-- a - > <a href='no'> -- ><a href='no2'> ---><a href='y'>", { "y" } },
         // The dash that opens the comment cannot also close it.
-        {"<!-><a href='no'>-><a href='y'>", {"y"}},
-        {"<!-- never closed <a href='no'>", {}},
-        {"<!-- one -->text<!-- two --><a href='z'>", {"z"}},
+        { "<!-><a href='no'>-><a href='y'>", { "y" } },
+        { "<!-- never closed <a href='no'>", {} },
+        { "<!-- one -->text<!-- two --><a href='z'>", { "z" } },
     };
     for (const Case &c : cases)
         EXPECT_EQ(hrefs(c.page), c.expected) << c.page;
@@ -71,11 +71,11 @@ TEST(ParserScan, ScriptsAreSkippedWholeAndTheirSrcIsNotALink)
         QStringList expected;
     };
     const Case cases[] = {
-        {"<script>var s='<a href=\"no\">';</script><a href='yes'>", {"yes"}},
-        {"<SCRIPT type=x>if (a<b) {}</SCRIPT ><a href='yes'>", {"yes"}},
-        {"<script src='s.js'></script><a href='yes'>", {"yes"}},
-        {"<script>document.write('<a href=no>')", {}},
-        {"<scripts><a href='after'>", {"after"}},
+        { "<script>var s='<a href=\"no\">';</script><a href='yes'>", { "yes" } },
+        { "<SCRIPT type=x>if (a<b) {}</SCRIPT ><a href='yes'>", { "yes" } },
+        { "<script src='s.js'></script><a href='yes'>", { "yes" } },
+        { "<script>document.write('<a href=no>')", {} },
+        { "<scripts><a href='after'>", { "after" } },
     };
     for (const Case &c : cases)
         EXPECT_EQ(hrefs(c.page), c.expected) << c.page;
@@ -89,21 +89,22 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedAndMarksImages)
         QStringList expected;
     };
     const Case cases[] = {
-        {"<a href=x>  Home  </a>", {"x|Home"}},
-        {"<a href=x> </a>", {"x|"}},
-        {"<a href=x>\n</a>", {"x|"}},
-        {"<a href=x></a>", {"x|"}},
-        {"<a href=x>Fish &amp; Chips</a>", {"x|Fish & Chips"}},
-        {"<a href=x>&AMP;lt;b&Gt; &quot;q&quot; &apos;s&apos; &nbsp;&#169;</a>",
-         {"x|<b> \"q\" 's' &nbsp;&#169;"}},
-        {"<a href=x>caf\xc3\xa9</a>", {"x|caf\xc3\xa9"}},
-        {"<a href=x><img src='y.gif' alt='Go'></a>", {"x|[linked img]:Go", "y.gif|[img src]:Go"}},
-        {"<a href=x>Go <IMG SRC=y.gif></a>", {"x|Go [linked img]", "y.gif|[img src]"}},
-        {"<img src='a b.png' alt='Logo'>", {"a%20b.png|[img src]:Logo"}},
-        {"<img src=\"a.png\" alt=\"It's\">", {"a.png|[img src]:It's"}},
-        {"<img src='a.png' alt=Logo>", {"a.png|[img src]"}},
-        {"<img src='a.png' alt='Line\nbreak'>", {"a.png|[img src]:Linebreak"}},
-        {"<frame src='f.html'>after frame<a href=y>", {"f.html|after frame", "y|"}},
+        { "<a href=x>  Home  </a>", { "x|Home" } },
+        { "<a href=x> </a>", { "x|" } },
+        { "<a href=x>\n</a>", { "x|" } },
+        { "<a href=x></a>", { "x|" } },
+        { "<a href=x>Fish &amp; Chips</a>", { "x|Fish & Chips" } },
+        { "<a href=x>&AMP;lt;b&Gt; &quot;q&quot; &apos;s&apos; &nbsp;&#169;</a>",
+            { "x|<b> \"q\" 's' &nbsp;&#169;" } },
+        { "<a href=x>caf\xc3\xa9</a>", { "x|caf\xc3\xa9" } },
+        { "<a href=x><img src='y.gif' alt='Go'></a>",
+            { "x|[linked img]:Go", "y.gif|[img src]:Go" } },
+        { "<a href=x>Go <IMG SRC=y.gif></a>", { "x|Go [linked img]", "y.gif|[img src]" } },
+        { "<img src='a b.png' alt='Logo'>", { "a%20b.png|[img src]:Logo" } },
+        { "<img src=\"a.png\" alt=\"It's\">", { "a.png|[img src]:It's" } },
+        { "<img src='a.png' alt=Logo>", { "a.png|[img src]" } },
+        { "<img src='a.png' alt='Line\nbreak'>", { "a.png|[img src]:Linebreak" } },
+        { "<frame src='f.html'>after frame<a href=y>", { "f.html|after frame", "y|" } },
     };
     for (const Case &c : cases)
         EXPECT_EQ(hrefsWithText(c.page), c.expected) << c.page;
@@ -119,9 +120,10 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedAndMarksImages)
 TEST(ParserScan, TextRunsAreDecodedInOrderAndCutAt1500Bytes)
 {
     // ISO Latin 1 text that is not UTF-8.
-    EXPECT_EQ(hrefsWithText("<a href=x>caf\xe9</a>"), QStringList{QStringLiteral("x|caf\u00e9")});
+    EXPECT_EQ(
+        hrefsWithText("<a href=x>caf\xe9</a>"), QStringList { QStringLiteral("x|caf\u00e9") });
     // A zero byte ends the text.
-    EXPECT_EQ(hrefsWithText(QByteArray("<a href=x>ab\0cd</a>", 19)), QStringList{"x|ab"});
+    EXPECT_EQ(hrefsWithText(QByteArray("<a href=x>ab\0cd</a>", 19)), QStringList { "x|ab" });
 
     const QByteArray longText(2000, 'w');
     auto p = scan("<a href=x>" + longText + "</a><a href=y>Y</a>");
@@ -139,12 +141,12 @@ TEST(ParserScan, EntitiesAreReplacedInOrderSoAmpersandEscapesUnfoldTwice)
         const char *out;
     };
     const Case cases[] = {
-        {"a &amp; b", "a & b"},
-        {"&amp;lt;", "<"},
-        {"&amp;gt;&QUOT;", ">\""},
-        {"&amp;amp;", "&amp;"},
-        {"&amp;quot;", "&quot;"}, // quotes go first, so this one stays half done
-        {"&#38; &copy;", "&#38; &copy;"},
+        { "a &amp; b", "a & b" },
+        { "&amp;lt;", "<" },
+        { "&amp;gt;&QUOT;", ">\"" },
+        { "&amp;amp;", "&amp;" },
+        { "&amp;quot;", "&quot;" }, // quotes go first, so this one stays half done
+        { "&#38; &copy;", "&#38; &copy;" },
     };
     for (const Case &c : cases) {
         QString s = QString::fromUtf8(c.in);
@@ -161,8 +163,8 @@ TEST(ParserScan, TagReaderMarksClosingTagsAndCutsAt1000Bytes)
         const char *text;
         bool closing;
     };
-    const Expect expected[] = {
-        {"br", true}, {"P class=x", false}, {"p", true}, {"img src=\"a/b\"", true}};
+    const Expect expected[]
+        = { { "br", true }, { "P class=x", false }, { "p", true }, { "img src=\"a/b\"", true } };
     for (const Expect &e : expected) {
         auto tag = p->getTag(false);
         ASSERT_TRUE(tag);
@@ -192,9 +194,9 @@ TEST(ParserScan, ItemReaderTurnsRecordFileIntoRows)
         const char *data, *name, *parent, *grandParent;
         bool newParent;
     };
-    const Row rows[] = {{"http://a/?x=1&y=2", "url", "link", "root", true},
-                        {"200 no error", "status", "link", "root", false},
-                        {"http://b/", "url", "link", "root", true}};
+    const Row rows[] = { { "http://a/?x=1&y=2", "url", "link", "root", true },
+        { "200 no error", "status", "link", "root", false },
+        { "http://b/", "url", "link", "root", true } };
     for (const Row &r : rows) {
         auto item = p->getItem();
         ASSERT_TRUE(item) << r.data;
@@ -214,8 +216,7 @@ TEST(ParserScan, WordCounterCountsBodyWordsOutsideTagsAndComments)
                   "<body>Hello big world, <b>two</b>words 'end'<!-- not these --></body>");
     EXPECT_EQ(p->getWordCount(), 0);
     p->setWordCounting(true);
-    while (p->getNextHref(true, false)) {
-    }
+    while (p->getNextHref(true, false)) { }
     EXPECT_EQ(p->getWordCount(), 6);
 }
 
