@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QPointer>
 
 #include <memory>
 
@@ -145,4 +146,49 @@ TEST(FetchLive, SelfSignedStartPageIsTrusted)
     LiveFetch other(server.url(QStringLiteral("/final")));
     EXPECT_EQ(other.run(), QStringLiteral("statusHasChangedFordO incNumberDone threadHasFinished"));
     EXPECT_EQ(other.record->getColour(), 4);
+}
+
+TEST(FetchLive, RecordGoneOrCrawlStoppedMidTransferEndsQuietly)
+{
+    FixtureServer server;
+    ASSERT_TRUE(server.isRunning());
+    const auto settle = [] {
+        QDeadlineTimer deadline(1200);
+        while (!deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    };
+
+    // A record released or deleted while its transfer runs takes the transfer with it.
+    {
+        LiveFetch f(server.url(QStringLiteral("/slow?ms=400")));
+        UrlRequest request;
+        request.url = f.record->getLinkUrlForTesting();
+        f.record->setSentRequest();
+        QPointer<myNSURLConnection> connection
+            = new myNSURLConnection(request, f.record.get(), CrawlFetch);
+        f.record->setConnection(connection);
+        f.record->releaseAll();
+        EXPECT_TRUE(!connection || connection->isCancelled());
+        f.record.reset();
+        settle();
+        EXPECT_TRUE(f.owner.calls.isEmpty()) << f.owner.calls.join(QLatin1Char(' ')).toStdString();
+    }
+
+    // The user pauses while the body is on its way: the record cancels and reports nothing.
+    {
+        LiveFetch f(server.url(QStringLiteral("/slowbody?ms=400")));
+        UrlRequest request;
+        request.url = f.record->getLinkUrlForTesting();
+        f.record->setSentRequest();
+        f.record->setConnection(new myNSURLConnection(request, f.record.get(), CrawlFetch));
+        QDeadlineTimer deadline(5000);
+        while (!f.owner.calls.contains(QStringLiteral("statusHasChangedFordO"))
+            && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        f.owner.calls.clear();
+        f.owner.stop_ = true;
+        settle();
+        EXPECT_TRUE(f.owner.calls.isEmpty()) << f.owner.calls.join(QLatin1Char(' ')).toStdString();
+        EXPECT_EQ(f.record->getConnection(), nullptr);
+    }
 }
