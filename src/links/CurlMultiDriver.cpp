@@ -22,6 +22,21 @@ size_t refuseBytes(char *, size_t, size_t, void *)
     return 0;
 }
 
+// Installed on a draining handle: the bytes are read and dropped.
+size_t dropBytes(char *, size_t size, size_t count, void *)
+{
+    return size * count;
+}
+
+// Detaches libcurl from a transfer object that is going away.
+void unhook(void *easy, curl_write_callback sink)
+{
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, nullptr);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, sink);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, sink);
+}
+
 } // namespace
 
 CurlMultiDriver *CurlMultiDriver::instance()
@@ -66,12 +81,13 @@ CurlMultiDriver::~CurlMultiDriver()
         curl_easy_cleanup(easy);
     }
     m_attached.clear();
-    for (const auto &[easy, headers] : std::as_const(m_pendingRelease)) {
-        curl_multi_remove_handle(m_multi, easy);
-        curl_easy_cleanup(easy);
+    // Released handles are still attached, so they are gone already; only their lists remain.
+    for (const auto &[easy, headers] : std::as_const(m_pendingRelease))
         curl_slist_free_all(headers);
-    }
     m_pendingRelease.clear();
+    for (curl_slist *headers : std::as_const(m_draining))
+        curl_slist_free_all(headers);
+    m_draining.clear();
     for (void *easy : std::as_const(m_pool))
         curl_easy_cleanup(easy);
     m_pool.clear();
@@ -109,18 +125,20 @@ void CurlMultiDriver::detach(void *easy)
         curl_multi_remove_handle(m_multi, easy);
 }
 
-void CurlMultiDriver::release(void *easy, curl_slist *headers)
+void CurlMultiDriver::release(void *easy, curl_slist *headers, bool drain)
 {
     if (!easy) {
         curl_slist_free_all(headers);
         return;
     }
+    if (drain && m_attached.contains(easy)) {
+        unhook(easy, &dropBytes);
+        m_draining.insert(easy, headers);
+        return;
+    }
     if (m_depth > 0 && m_attached.contains(easy)) {
         // libcurl forbids removing a handle from inside its callbacks.
-        curl_easy_setopt(easy, CURLOPT_PRIVATE, nullptr);
-        curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
-        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &refuseBytes);
-        curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &refuseBytes);
+        unhook(easy, &refuseBytes);
         m_pendingRelease.append({ easy, headers });
         return;
     }
@@ -227,10 +245,13 @@ void CurlMultiDriver::afterAction()
         CurlTransfer *transfer = nullptr;
         curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
         // The transfer may release, restart or keep its handle; msg is invalid afterwards.
-        if (transfer)
+        if (transfer) {
             transfer->transferDone(result);
-        else
-            release(easy, nullptr);
+        } else {
+            // A drained handle has read its last byte.
+            detach(easy);
+            recycle(easy, m_draining.take(easy));
+        }
     }
 }
 

@@ -44,8 +44,11 @@ public:
     void detach(void *easy);
     // Ends with an easy handle for good and frees its header list: detached and recycled at
     // once, or, when called from inside a libcurl callback, silenced now and detached as soon as
-    // libcurl returns.
-    void release(void *easy, curl_slist *headers);
+    // libcurl returns. With drain, an attached handle instead reads the rest of its (small) body
+    // into the void, so that its keep-alive connection survives, and is recycled afterwards.
+    void release(void *easy, curl_slist *headers, bool drain = false);
+    // Whether a released handle is draining (its callbacks must not abort the transfer).
+    bool isDraining(void *easy) const { return m_draining.contains(easy); }
 
     // True while libcurl is running (its callbacks may be on the stack).
     bool insideCurl() const { return m_depth > 0; }
@@ -75,6 +78,7 @@ private:
     QHash<int, Watch> m_sockets;
     QSet<void *> m_attached;
     QList<QPair<void *, curl_slist *>> m_pendingRelease;
+    QHash<void *, curl_slist *> m_draining;
     QList<void *> m_pool;
     int m_depth = 0;
 };

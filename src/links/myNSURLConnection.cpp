@@ -21,6 +21,9 @@ namespace {
 
 int s_active = 0;
 
+// A cancelled transfer whose remaining body is at most this long is read to its end in the
+// background, so that its keep-alive connection can serve the next transfer.
+constexpr qint64 DrainLimit = 64 * 1024;
 // A redirect loop that no delegate stops still ends.
 constexpr int MaxHops = 1000;
 // File bytes are handed over in slices so that a large file does not block the event loop.
@@ -111,6 +114,8 @@ struct myNSURLConnection::Private final : public CurlTransfer
     HeaderList headers;
     bool headersComplete = false;
     Body body = Body::Deliver;
+    qint64 expectedLength = -1;
+    bool bodyStarted = false;
     UrlResponse held; // a redirect or authentication response, until the transfer ends
     QByteArray heldBody;
 
@@ -147,7 +152,8 @@ struct myNSURLConnection::Private final : public CurlTransfer
     void begin(const UrlRequest &initial);
     void send(const UrlRequest &next);
     bool configure();
-    void release();
+    void release(bool drain = false);
+    bool drainable() const;
     void markEnded();
     void endSilently();
     void finish();
@@ -200,7 +206,7 @@ void myNSURLConnection::cancel()
     if (m_cancelled)
         return;
     m_cancelled = true;
-    d->release();
+    d->release(d->drainable());
     d->file.reset();
     d->markEnded();
     deleteLater();
@@ -225,10 +231,16 @@ void myNSURLConnection::Private::markEnded()
     }
 }
 
-void myNSURLConnection::Private::release()
+bool myNSURLConnection::Private::drainable() const
+{
+    return easy && headersComplete && body == Body::Deliver && !bodyStarted
+        && (request.method == "HEAD" || (expectedLength >= 0 && expectedLength <= DrainLimit));
+}
+
+void myNSURLConnection::Private::release(bool drain)
 {
     if (easy || headerList)
-        CurlMultiDriver::instance()->release(easy, headerList);
+        CurlMultiDriver::instance()->release(easy, headerList, drain);
     easy = nullptr;
     headerList = nullptr;
 }
@@ -296,6 +308,8 @@ void myNSURLConnection::Private::send(const UrlRequest &next)
     headers.clear();
     headersComplete = false;
     body = Body::Deliver;
+    expectedLength = -1;
+    bodyStarted = false;
     held = UrlResponse();
     heldBody.clear();
     if (hasScheme(request.url, QLatin1StringView("file"))) {
@@ -398,7 +412,11 @@ size_t myNSURLConnection::Private::headerCallback(
         if (d->status >= 100 && d->status < 200)
             return total;
         d->headersComplete = true;
-        return d->headersDone() ? total : 0;
+        void *easy = d->easy;
+        if (d->headersDone())
+            return total;
+        // Cancelled or deleted meanwhile: a small rest of the body is still read (keep-alive).
+        return CurlMultiDriver::instance()->isDraining(easy) ? total : 0;
     }
     if ((line.front() == ' ' || line.front() == '\t') && !d->headers.isEmpty()) {
         d->headers.last().second += ' ' + line.trimmed().toByteArray();
@@ -427,6 +445,7 @@ size_t myNSURLConnection::Private::writeCallback(
     case Body::Deliver:
         break;
     }
+    d->bodyStarted = true;
     return d->call([&] { d->delegate->didReceiveData(d->q, ptr, qsizetype(total)); }) ? total : 0;
 }
 
@@ -477,6 +496,7 @@ bool myNSURLConnection::Private::headersDone()
     }
     body = Body::Deliver;
     const UrlResponse response = makeResponse();
+    expectedLength = response.expectedContentLength;
     return call([&] { delegate->didReceiveResponse(q, response); });
 }
 
