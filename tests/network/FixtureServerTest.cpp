@@ -1,4 +1,5 @@
-// The fixture server helper: starts plain and TLS servers, serves a folder, logs requests.
+// The fixture server helper: serves a folder with the script or with nginx, logs requests (the
+// TLS variant is exercised by the connection tests).
 #include "FixtureServer.h"
 #include "TestHome.h"
 
@@ -73,17 +74,6 @@ TEST(FixtureServer, ServesFixedRoutesAStaticFolderAndLogsRequests)
     EXPECT_EQ(log.first(), QStringLiteral("GET /sub/a%20page.html"));
     server.clearRequestLog();
     EXPECT_TRUE(server.requestLog().isEmpty());
-}
-
-TEST(FixtureServer, TlsVariantUsesAFreshSelfSignedCertificate)
-{
-    FixtureServer server(FixtureServer::Tls);
-    ASSERT_TRUE(server.isRunning());
-    EXPECT_TRUE(server.baseUrl().startsWith(QStringLiteral("https://127.0.0.1:")));
-    Fetched f = fetch(server.url(QStringLiteral("/final")));
-    EXPECT_EQ(f.rc, CURLE_OK);
-    EXPECT_EQ(f.status, 200);
-    EXPECT_TRUE(f.body.contains("final page"));
 }
 
 TEST(FixtureServer, NginxServesAStaticFolderAndLogsRequests)
