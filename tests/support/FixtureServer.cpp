@@ -10,6 +10,8 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -52,6 +54,8 @@ FixtureServer::FixtureServer(Mode mode, const QString &root)
     m_logPath = m_dir->filePath(QStringLiteral("requests.log"));
     m_process = new QProcess;
     m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    // The server dies with the test, even when the test crashes.
+    m_process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     if (mode == Nginx)
         startNginx(root);
     else
