@@ -178,6 +178,8 @@ public:
     LinkCheckerUrl *getnthofAllItems(int index) const { return recordAt(index); }
     // Visible records (collection); visible and bad (nullptr).
     int countVisible(const std::vector<OrelDataObject *> *collection) const;
+    // Reloads of the view are coalesced: many pages read in one pass cause one reload.
+    void reloadData() override;
     int numberOfRowsInTableView(TableDescription *table) override;
     QString objectValueForTableColumn(TableDescription *table, const QString &columnId,
                                       int row) override;
@@ -225,6 +227,9 @@ private:
     // Page reading helpers.
     bool pageShouldBeRead(LinkCheckerUrl *page);
     void readPage(LinkCheckerUrl *page);
+    // The absolute form of href read against base (a null string when none can be formed),
+    // remembered per base folder: most hrefs of a site repeat on every page of a folder.
+    QString resolveCached(const QUrl &base, const QString &baseFolderKey, const QString &href);
 
     SettingsControls *m_controls; // not owned
     OrelConfigManager *m_configManager; // not owned
@@ -260,6 +265,9 @@ private:
     // Created on first use and dropped by each new crawl; keys are shared by URLs and titles.
     std::optional<QHash<QString, LinkCheckerUrl *>> m_lookupDictionary;
     std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
+
+    QHash<QString, QString> m_resolvedHrefs;
+    bool m_reloadPending = false;
 
     bool m_badLinksOnly = false;
     QString m_searchText;

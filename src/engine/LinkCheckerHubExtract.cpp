@@ -44,6 +44,19 @@ bool copyFolder(const QString &from, const QString &to)
     return true;
 }
 
+// Hrefs resolve alike against every base URL of one folder, unless they are relative to the
+// page itself (a query, a fragment or nothing).
+QString baseFolderKey(const QUrl &base)
+{
+    QString path = base.path(QUrl::FullyEncoded);
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    path = slash >= 0 ? path.left(slash + 1) : QStringLiteral("/");
+    return base.scheme() + QLatin1String("://") + base.authority(QUrl::FullyEncoded) + path;
+}
+
+// Entries kept before the cache starts again; each is two short strings.
+constexpr qsizetype kMaxResolvedHrefs = 200000;
+
 } // namespace
 
 // ---- Scope tests ---------------------------------------------------------------------------------
@@ -246,6 +259,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     }
 
     const QString pageTitle = page->getLinkPageTitle();
+    const QString folderKey = baseFolderKey(base);
     const int distance = page->getDistanceFromHome() + 1;
     const bool pageIsLocalFile = pageUrl.isLocalFile();
     const bool trimQuery = SettingsControls::isOn(c.qsButton);
@@ -274,8 +288,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 add(record);
                 getNextUrlToCrawl();
             }
-        } else if (const std::optional<QUrl> absoluteUrl = CrawlScope::resolve(base, h);
-                   !absoluteUrl) {
+        } else if (const QString absolute = resolveCached(base, folderKey, h); absolute.isNull()) {
             if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);
                 addOccurrence(record);
@@ -285,7 +298,6 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 add(record);
             }
         } else {
-            const QString absolute = QString::fromLatin1(absoluteUrl->toEncoded());
             if (LinkCheckerUrl *known = weHaveThisOneAlready(absolute, nullptr)) {
                 known->addOnPageUrl(actual);
                 known->addOnPageName(pageTitle);
@@ -296,12 +308,13 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 if (known->getIsImage())
                     page->addLinkedImage(known);
             } else if (!isMailtoEtc(h) && !absolute.isEmpty() && !linksLimitReached()) {
+                const QUrl absoluteUrl(absolute);
                 auto *record = new LinkCheckerUrl(this);
                 record->setLinkUrl(absolute, trimQuery);
-                record->setIsInternal(compareHost(absoluteUrl->host(), m_domains));
+                record->setIsInternal(compareHost(absoluteUrl.host(), m_domains));
                 addOccurrence(record);
                 record->setDistanceFromHome(distance);
-                const QString scheme = absoluteUrl->scheme();
+                const QString scheme = absoluteUrl.scheme();
                 bool notChecked = false;
                 if (containsOneOfTheseTerms(absolute, m_checkBlacklistArray)) {
                     record->setIsBlacklisted(true);
@@ -331,6 +344,27 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     }
     if (parser)
         parser->curlUpAndDie();
+}
+
+QString LinkCheckerHub::resolveCached(const QUrl &base, const QString &folderKey,
+                                     const QString &href)
+{
+    auto resolveNow = [&] {
+        const std::optional<QString> absolute = CrawlScope::resolveHref(base, href);
+        return absolute ? *absolute : QString();
+    };
+    const QChar first = href.isEmpty() ? QChar() : href.at(0);
+    if (first.isNull() || first == QLatin1Char('?') || first == QLatin1Char('#'))
+        return resolveNow();
+    QString key = folderKey + QLatin1Char('\n') + href;
+    auto it = m_resolvedHrefs.constFind(key);
+    if (it != m_resolvedHrefs.constEnd())
+        return it.value();
+    if (m_resolvedHrefs.size() >= kMaxResolvedHrefs)
+        m_resolvedHrefs.clear();
+    const QString absolute = resolveNow();
+    m_resolvedHrefs.insert(std::move(key), absolute);
+    return absolute;
 }
 
 // ---- Page archive ------------------------------------------------------------------------------

@@ -36,6 +36,18 @@ void LinkCheckerHub::setBadLinksOnly(bool on)
     reloadData();
 }
 
+void LinkCheckerHub::reloadData()
+{
+    if (!getTableView() || m_reloadPending)
+        return;
+    m_reloadPending = true;
+    postToMainThread([this] {
+        m_reloadPending = false;
+        if (TableDescription *view = getTableView())
+            view->reloadData();
+    });
+}
+
 void LinkCheckerHub::filter()
 {
     for (OrelDataObject *item : items()) {

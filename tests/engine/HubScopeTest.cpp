@@ -265,3 +265,21 @@ TEST_F(HubTest, SoftNotFoundAndArchive)
     hub->archivePage(tiny);
     EXPECT_FALSE(QFile::exists(AppSupport::archiveFolder() + QStringLiteral("/tiny.html")));
 }
+
+TEST_F(HubTest, RelativeHrefsResolvePerPageAndFolder)
+{
+    controls.qsButton = CheckState::Off;
+    pausedHub();
+    const QByteArray body = page(anchor("x.html") + anchor("?q=1") + anchor("/root.html"));
+    read(addPage(QStringLiteral("http://site.test/a/p.html")), body);
+    read(addPage(QStringLiteral("http://site.test/a/q.html")), body);
+    read(addPage(QStringLiteral("http://site.test/b/p.html")), body);
+    read(addPage(QStringLiteral("http://site.test:8080/a/p.html")), body);
+    for (const char *url :
+         { "http://site.test/a/x.html", "http://site.test/b/x.html", "http://site.test:8080/a/x.html",
+           "http://site.test/a/p.html?q=1", "http://site.test/a/q.html?q=1",
+           "http://site.test/b/p.html?q=1" })
+        EXPECT_NE(byUrl(QString::fromUtf8(url)), nullptr) << url;
+    EXPECT_EQ(byUrl(QStringLiteral("http://site.test/a/x.html"))->getOnPageUrlArray().size(), 2);
+    EXPECT_EQ(byUrl(QStringLiteral("http://site.test/root.html"))->getOnPageUrlArray().size(), 3);
+}
