@@ -3,23 +3,27 @@
 #include "common/Log.h"
 #include "links/CurlMultiDriver.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
 #include <QPointer>
+#include <QThread>
 #include <QTimer>
 #include <QUrl>
 
 #include <curl/curl.h>
 
+#include <atomic>
 #include <memory>
 
 namespace orel {
 
 namespace {
 
-int s_active = 0;
+// Connections may be created on any thread (they move to the main thread at once).
+std::atomic<int> s_active = 0;
 
 // A cancelled transfer whose remaining body is at most this long is read to its end in the
 // background, so that its keep-alive connection can serve the next transfer.
@@ -188,6 +192,10 @@ myNSURLConnection::myNSURLConnection(
     , m_identifier(identifier)
 {
     ++s_active;
+    // libcurl and the delegate calls live on the main thread; a connection made elsewhere (a
+    // background validation run) moves there at once.
+    if (QCoreApplication *app = QCoreApplication::instance(); app && thread() != app->thread())
+        moveToThread(app->thread());
     // The delegate hears from the connection only once control is back in the event loop.
     QMetaObject::invokeMethod(
         this, [this, request] { d->begin(request); }, Qt::QueuedConnection);
@@ -203,6 +211,11 @@ myNSURLConnection::~myNSURLConnection()
 
 void myNSURLConnection::cancel()
 {
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this, [this] { cancel(); }, Qt::QueuedConnection);
+        return;
+    }
     if (m_cancelled)
         return;
     m_cancelled = true;

@@ -14,6 +14,7 @@
 #include <QFile>
 #include <QPointer>
 #include <QProcess>
+#include <QThread>
 #include <QUrl>
 
 #include <arpa/inet.h>
@@ -23,6 +24,7 @@
 
 #include <functional>
 #include <memory>
+#include <thread>
 
 using namespace orel;
 using orel::test::FixtureServer;
@@ -442,6 +444,20 @@ TEST_F(Connection, FailuresCarryClearTexts)
         EXPECT_TRUE(rec.error->localizedDescription.startsWith(QLatin1String(tc.text)))
             << rec.error->localizedDescription.toStdString();
     }
+}
+
+TEST_F(Connection, MadeOnAnotherThreadItRunsOnTheMainThread)
+{
+    Recorder rec;
+    QThread *calledOn = nullptr;
+    rec.onResponse = [&calledOn](myNSURLConnection *) { calledOn = QThread::currentThread(); };
+    QPointer<myNSURLConnection> c;
+    std::thread maker(
+        [&] { c = new myNSURLConnection(get(url("/final")), &rec, ValidatorRequest); });
+    maker.join();
+    EXPECT_TRUE(waitFor([&] { return c.isNull(); }));
+    EXPECT_EQ(rec.events, list({ "send", "response 200", "data", "finish" }));
+    EXPECT_EQ(calledOn, QCoreApplication::instance()->thread());
 }
 
 TEST_F(Connection, CompressedBodyIsDecodedButContentLengthStaysAsSent)
