@@ -300,7 +300,9 @@ def table(results, ceilings):
         if r.finished:
             state = "finished" if not r.note else r.note
         else:
-            state = "did not finish in %g min (%s pages done)" % (r.cap_min, fmt(r.pages_done, "%d", "?"))
+            done = ("%d pages" % r.pages_done if r.pages_done is not None
+                    else "%s URLs" % fmt(r.urls_done, "%d", "?"))
+            state = "did not finish in %g min (%s done)" % (r.cap_min, done)
         found = "-" if r.found is None else "%d/%d%s" % (
             r.found, len(r.site.broken), " (all)" if r.found == len(r.site.broken) else "")
         lines.append("| %s | %d | %s | %.1f | %s | %s | %s | %s | %s | %.2f |" % (
@@ -471,4 +473,6 @@ def main(argv=None):
 
 if __name__ == "__main__":
     signal.signal(signal.SIGINT, signal.default_int_handler)
+    # A plain kill still stops nginx through main's finally clause.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     sys.exit(main())
