@@ -22,6 +22,7 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
+sys.dont_write_bytecode = True  # keep the source folder clean
 sys.path.insert(0, HERE)
 import gen_site  # noqa: E402
 

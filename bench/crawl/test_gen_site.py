@@ -8,6 +8,7 @@ import tempfile
 import unittest
 import urllib.parse
 
+sys.dont_write_bytecode = True  # keep the source folder clean
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import gen_site  # noqa: E402
 
