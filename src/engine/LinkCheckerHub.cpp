@@ -327,17 +327,32 @@ void LinkCheckerHub::startAfterDelay(LinkCheckerUrl *record, double delaySeconds
 {
     ++m_pendingStarts;
     const quint64 generation = m_generation;
-    auto start = [this, record, generation] {
+    const int ms = delaySeconds > 0 ? int(std::min(delaySeconds * 1000.0, 2.0e9)) : 0;
+    if (ms == 0) {
+        // One queued call starts every fetch scheduled in this pass of the event loop.
+        if (m_startQueue.empty())
+            QMetaObject::invokeMethod(this, &LinkCheckerHub::startQueued, Qt::QueuedConnection);
+        m_startQueue.emplace_back(record, generation);
+        return;
+    }
+    QTimer::singleShot(ms, this, [this, record, generation] {
         if (generation != m_generation)
             return; // a new crawl or a pause came first
         --m_pendingStarts;
         sendAsyncServerResponse(record);
-    };
-    const int ms = delaySeconds > 0 ? int(std::min(delaySeconds * 1000.0, 2.0e9)) : 0;
-    if (ms == 0)
-        QMetaObject::invokeMethod(this, start, Qt::QueuedConnection);
-    else
-        QTimer::singleShot(ms, this, start);
+    });
+}
+
+void LinkCheckerHub::startQueued()
+{
+    std::vector<std::pair<LinkCheckerUrl *, quint64>> queue;
+    queue.swap(m_startQueue);
+    for (const auto &[record, generation] : queue) {
+        if (generation != m_generation)
+            continue; // a new crawl or a pause came first
+        --m_pendingStarts;
+        sendAsyncServerResponse(record);
+    }
 }
 
 void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)

@@ -15,6 +15,8 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace orel {
 
@@ -220,6 +222,7 @@ private:
     void clearRegistry();
     void unregister(LinkCheckerUrl *record);
     void startAfterDelay(LinkCheckerUrl *record, double delaySeconds);
+    void startQueued();
     void addToTotals();
     bool linksLimitReached() const;
     int linksLimit() const;
@@ -227,9 +230,18 @@ private:
     // Page reading helpers.
     bool pageShouldBeRead(LinkCheckerUrl *page);
     void readPage(LinkCheckerUrl *page);
-    // The absolute form of href read against base (a null string when none can be formed),
-    // remembered per base folder: most hrefs of a site repeat on every page of a folder.
-    QString resolveCached(const QUrl &base, const QString &baseFolderKey, const QString &href);
+    // An href as read against one base folder: its absolute form (null when none can be
+    // formed), its registry key and, once found, the record registered under that key.
+    struct ResolvedHref
+    {
+        QString absolute;
+        QString key;
+        LinkCheckerUrl *record = nullptr;
+        quint64 lookupVersion = 0; // the record is valid while the registry is at this version
+    };
+    ResolvedHref resolveHref(const QUrl &base, const QString &href) const;
+    // The record registered for a resolved href, remembering it in the entry.
+    LinkCheckerUrl *knownRecord(ResolvedHref &entry) const;
 
     SettingsControls *m_controls; // not owned
     OrelConfigManager *m_configManager; // not owned
@@ -266,8 +278,20 @@ private:
     std::optional<QHash<QString, LinkCheckerUrl *>> m_lookupDictionary;
     std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
 
-    QHash<QString, QString> m_resolvedHrefs;
+    // Most hrefs of a site repeat on every page of a folder: base folder -> href -> entry.
+    QHash<QString, QHash<QString, ResolvedHref>> m_resolvedHrefs;
+    qsizetype m_resolvedCount = 0;
+    bool m_resolvedTrim = false;
+    bool m_resolvedSlash = false;
+    // Raised whenever a registry key changes its record, so remembered records are looked up
+    // again.
+    quint64 m_lookupVersion = 0;
+    // The page whose links are being registered, and its list in the by-page index.
+    QString m_lastPage;
+    QList<LinkCheckerUrl *> *m_lastPageLinks = nullptr;
     bool m_reloadPending = false;
+    // Starts without a delay wait here for one queued call that starts them all.
+    std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
 
     bool m_badLinksOnly = false;
     QString m_searchText;

@@ -259,7 +259,15 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     }
 
     const QString pageTitle = page->getLinkPageTitle();
-    const QString folderKey = baseFolderKey(base);
+    if (m_resolvedCount > kMaxResolvedHrefs || m_resolvedTrim != shouldTrim()
+        || m_resolvedSlash != shouldIgnoreSlash()) {
+        m_resolvedHrefs.clear();
+        m_resolvedCount = 0;
+        m_resolvedTrim = shouldTrim();
+        m_resolvedSlash = shouldIgnoreSlash();
+    }
+    // Stays valid through the page: nothing else is added to the outer table meanwhile.
+    QHash<QString, ResolvedHref> &folderCache = m_resolvedHrefs[baseFolderKey(base)];
     const int distance = page->getDistanceFromHome() + 1;
     const bool pageIsLocalFile = pageUrl.isLocalFile();
     const bool trimQuery = SettingsControls::isOn(c.qsButton);
@@ -274,8 +282,12 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         record->addOnPageLinkText(linkText);
     };
 
+    auto nextHref = [&] {
+        href = parser->getNextHref(checkImages, trim);
+        linkText = href ? parser->getData() : QString();
+    };
     while (href) {
-        const QString &h = *href;
+        const QString h = *href;
         if (h.isEmpty() || h == QLatin1String("#")) {
             if (hashIsBad && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);
@@ -288,7 +300,25 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 add(record);
                 getNextUrlToCrawl();
             }
-        } else if (const QString absolute = resolveCached(base, folderKey, h); absolute.isNull()) {
+            nextHref();
+            continue;
+        }
+        // Hrefs relative to the page itself (a query, a fragment) are read anew; the rest are
+        // remembered per folder.
+        ResolvedHref fresh;
+        ResolvedHref *entry = &fresh;
+        if (h.at(0) == QLatin1Char('?') || h.at(0) == QLatin1Char('#')) {
+            fresh = resolveHref(base, h);
+        } else {
+            auto it = folderCache.find(h);
+            if (it == folderCache.end()) {
+                it = folderCache.insert(h, resolveHref(base, h));
+                ++m_resolvedCount;
+            }
+            entry = &it.value();
+        }
+        const QString absolute = entry->absolute;
+        if (absolute.isNull()) {
             if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);
                 addOccurrence(record);
@@ -298,7 +328,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 add(record);
             }
         } else {
-            if (LinkCheckerUrl *known = weHaveThisOneAlready(absolute, nullptr)) {
+            if (LinkCheckerUrl *known = knownRecord(*entry)) {
                 known->addOnPageUrl(actual);
                 known->addOnPageName(pageTitle);
                 known->setLinkText(linkText);
@@ -339,32 +369,33 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                     getNextUrlToCrawl();
             }
         }
-        href = parser->getNextHref(checkImages, trim);
-        linkText = href ? parser->getData() : QString();
+        nextHref();
     }
     if (parser)
         parser->curlUpAndDie();
 }
 
-QString LinkCheckerHub::resolveCached(const QUrl &base, const QString &folderKey,
-                                     const QString &href)
+LinkCheckerHub::ResolvedHref LinkCheckerHub::resolveHref(const QUrl &base,
+                                                         const QString &href) const
 {
-    auto resolveNow = [&] {
-        const std::optional<QString> absolute = CrawlScope::resolveHref(base, href);
-        return absolute ? *absolute : QString();
-    };
-    const QChar first = href.isEmpty() ? QChar() : href.at(0);
-    if (first.isNull() || first == QLatin1Char('?') || first == QLatin1Char('#'))
-        return resolveNow();
-    QString key = folderKey + QLatin1Char('\n') + href;
-    auto it = m_resolvedHrefs.constFind(key);
-    if (it != m_resolvedHrefs.constEnd())
-        return it.value();
-    if (m_resolvedHrefs.size() >= kMaxResolvedHrefs)
-        m_resolvedHrefs.clear();
-    const QString absolute = resolveNow();
-    m_resolvedHrefs.insert(std::move(key), absolute);
-    return absolute;
+    ResolvedHref entry;
+    if (const std::optional<QString> absolute = CrawlScope::resolveHref(base, href)) {
+        entry.absolute = *absolute;
+        entry.key = CrawlScope::lookupKey(*absolute, shouldTrim(), shouldIgnoreSlash());
+    }
+    return entry;
+}
+
+LinkCheckerUrl *LinkCheckerHub::knownRecord(ResolvedHref &entry) const
+{
+    if (entry.record && entry.lookupVersion == m_lookupVersion)
+        return entry.record;
+    if (entry.key.isEmpty() || !m_lookupDictionary)
+        return nullptr;
+    LinkCheckerUrl *found = m_lookupDictionary->value(entry.key, nullptr);
+    entry.record = found;
+    entry.lookupVersion = m_lookupVersion;
+    return found;
 }
 
 // ---- Page archive ------------------------------------------------------------------------------

@@ -31,6 +31,9 @@ void LinkCheckerHub::clearRegistry()
 {
     m_lookupDictionary.reset();
     m_byPageDictionary.reset();
+    m_lastPage.clear();
+    m_lastPageLinks = nullptr;
+    ++m_lookupVersion;
 }
 
 void LinkCheckerHub::addToLookup(LinkCheckerUrl *record, const QString &key)
@@ -44,7 +47,13 @@ void LinkCheckerHub::addToLookup(LinkCheckerUrl *record, const QString &key)
         m_lookupDictionary.emplace();
         m_lookupDictionary->reserve(std::clamp(linksLimit(), 16, kMaxReserve));
     }
-    m_lookupDictionary->insert(key, record);
+    auto it = m_lookupDictionary->find(key);
+    if (it == m_lookupDictionary->end()) {
+        m_lookupDictionary->insert(key, record);
+    } else if (it.value() != record) {
+        it.value() = record;
+        ++m_lookupVersion; // a key now names another record
+    }
 }
 
 void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
@@ -53,7 +62,13 @@ void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
         m_byPageDictionary.emplace();
         m_byPageDictionary->reserve(std::clamp(linksLimit(), 16, kMaxReserve));
     }
-    (*m_byPageDictionary)[page].append(record);
+    // The links of one page arrive one after another: keep that page's list at hand. The
+    // pointer stays valid until another key is added, and then it is looked up again.
+    if (!m_lastPageLinks || page != m_lastPage) {
+        m_lastPage = page;
+        m_lastPageLinks = &(*m_byPageDictionary)[page];
+    }
+    m_lastPageLinks->append(record);
 }
 
 LinkCheckerUrl *LinkCheckerHub::weHaveThisOneAlready(const QString &url,
@@ -161,6 +176,9 @@ void LinkCheckerHub::unregister(LinkCheckerUrl *record)
     }
     if (m_currentItem == record)
         m_currentItem = nullptr;
+    m_lastPage.clear();
+    m_lastPageLinks = nullptr;
+    ++m_lookupVersion;
 }
 
 const QList<LinkCheckerUrl *> *LinkCheckerHub::linksOnPage(const QString &page) const
