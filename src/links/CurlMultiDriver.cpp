@@ -115,7 +115,10 @@ void *CurlMultiDriver::acquire()
 void CurlMultiDriver::start(void *easy)
 {
     m_attached.insert(easy);
-    curl_multi_add_handle(m_multi, easy);
+    if (m_depth > 0)
+        m_pendingStart.append(easy);
+    else
+        curl_multi_add_handle(m_multi, easy);
 }
 
 void CurlMultiDriver::detach(void *easy)
@@ -129,6 +132,12 @@ void CurlMultiDriver::release(void *easy, curl_slist *headers, bool drain)
 {
     if (!easy) {
         curl_slist_free_all(headers);
+        return;
+    }
+    if (m_pendingStart.removeOne(easy)) {
+        // libcurl never saw it.
+        m_attached.remove(easy);
+        recycle(easy, headers);
         return;
     }
     if (drain && m_attached.contains(easy)) {
@@ -180,6 +189,7 @@ int CurlMultiDriver::timerCallback(void *, long timeoutMs, void *userp)
 void CurlMultiDriver::watch(int socket, int what)
 {
     Watch &w = m_sockets[socket];
+    w.what = what;
     const bool wantRead = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
     const bool wantWrite = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
     if (wantRead && !w.read) {
@@ -215,10 +225,18 @@ void CurlMultiDriver::unwatch(int socket)
 void CurlMultiDriver::socketAction(int socket, int mask)
 {
     // A delegate that spins a nested event loop from inside a libcurl callback must not re-enter
-    // libcurl; the level-triggered notifier fires again once the outer call has returned.
+    // libcurl: the socket's notifiers rest until the outer call has returned (they are level
+    // triggered and would otherwise fire without end), the timer looks again shortly.
     if (m_depth > 0) {
-        if (socket == CURL_SOCKET_TIMEOUT)
+        if (socket == CURL_SOCKET_TIMEOUT) {
             m_timer.start(10);
+        } else if (auto it = m_sockets.find(socket); it != m_sockets.end()) {
+            for (QSocketNotifier *n : { it->read, it->write }) {
+                if (n)
+                    n->setEnabled(false);
+            }
+            m_suppressed.append(socket);
+        }
         return;
     }
     int running = 0;
@@ -235,6 +253,12 @@ void CurlMultiDriver::afterAction()
         const auto [easy, headers] = m_pendingRelease.takeFirst();
         detach(easy);
         recycle(easy, headers);
+    }
+    for (void *easy : std::exchange(m_pendingStart, {}))
+        curl_multi_add_handle(m_multi, easy);
+    for (int socket : std::exchange(m_suppressed, {})) {
+        if (auto it = m_sockets.find(socket); it != m_sockets.end())
+            watch(socket, it->what);
     }
     int left = 0;
     while (CURLMsg *msg = curl_multi_info_read(m_multi, &left)) {

@@ -37,7 +37,8 @@ public:
 
     // An easy handle with default options (recycled when possible). libcurl's CURL is void.
     void *acquire();
-    // Attaches an easy handle to the multi handle: the transfer starts.
+    // Attaches an easy handle to the multi handle: the transfer starts (once libcurl has
+    // returned, when called from inside one of its callbacks).
     void start(void *easy);
     // Detaches an easy handle so that it can be set up again (redirect, retry). Must not be
     // called from inside a libcurl callback.
@@ -71,6 +72,7 @@ private:
     {
         QSocketNotifier *read = nullptr;
         QSocketNotifier *write = nullptr;
+        int what = 0; // what libcurl last asked to wait for
     };
 
     void *m_multi = nullptr;
@@ -79,6 +81,10 @@ private:
     QSet<void *> m_attached;
     QList<QPair<void *, curl_slist *>> m_pendingRelease;
     QHash<void *, curl_slist *> m_draining;
+    // Work that came up while libcurl was running (a delegate spinning a nested event loop inside
+    // a callback) and waits until it has returned.
+    QList<void *> m_pendingStart;
+    QList<int> m_suppressed;
     QList<void *> m_pool;
     int m_depth = 0;
 };

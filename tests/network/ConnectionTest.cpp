@@ -11,10 +11,12 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QPointer>
 #include <QProcess>
 #include <QThread>
+#include <QTimer>
 #include <QUrl>
 
 #include <arpa/inet.h>
@@ -22,6 +24,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -754,6 +757,40 @@ TEST_F(Connection, DelegateMayDeleteConnectionsInsideCallbacks)
         EXPECT_NE(first.events.last() == QLatin1String("finish"),
             second.events.last() == QLatin1String("finish"));
     }
+}
+
+TEST_F(Connection, NestedEventLoopInsideACallbackNeitherSpinsNorStalls)
+{
+    // As a modal alert would: the delegate runs an event loop inside didReceiveData while other
+    // transfers are waiting for their turn; one of them starts only during the nested loop.
+    Recorder outer;
+    Recorder busy;
+    Recorder late;
+    QPointer<myNSURLConnection> busyConn
+        = new myNSURLConnection(get(url("/trickle?chunks=10&ms=30")), &busy, CrawlFetch);
+    QPointer<myNSURLConnection> lateConn;
+    std::clock_t cpu = 0;
+    bool nested = false;
+    outer.onData = [&](myNSURLConnection *) {
+        if (nested)
+            return;
+        nested = true;
+        lateConn = new myNSURLConnection(get(url("/type/text")), &late, CrawlFetch);
+        QEventLoop loop;
+        QTimer::singleShot(500, &loop, &QEventLoop::quit);
+        const std::clock_t before = std::clock();
+        loop.exec();
+        cpu = std::clock() - before;
+    };
+    QPointer<myNSURLConnection> outerConn
+        = new myNSURLConnection(get(url("/trickle?chunks=4&ms=30")), &outer, CrawlFetch);
+    EXPECT_TRUE(
+        waitFor([&] { return outerConn.isNull() && busyConn.isNull() && lateConn.isNull(); }));
+    EXPECT_TRUE(nested);
+    for (Recorder *r : { &outer, &busy, &late })
+        EXPECT_EQ(r->events.last(), QStringLiteral("finish"));
+    // Half a second of waiting costs far less than half a second of processor time.
+    EXPECT_LT(double(cpu) / CLOCKS_PER_SEC, 0.25);
 }
 
 TEST(ConnectionTeardown, TransfersInFlightAtExitEndQuietly)
