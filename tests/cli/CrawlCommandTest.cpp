@@ -1,6 +1,7 @@
 // orrelwick-cli crawl run as a separate process against the fixture server and local files:
 // the CSV it writes, its summary, its exit status, its errors and its handling of Ctrl-C.
 #include "FixtureServer.h"
+#include "common/Plist.h"
 #include "TestHome.h"
 
 #include <gtest/gtest.h>
@@ -186,4 +187,29 @@ TEST_F(CrawlCommandTest, CtrlCPausesAndWritesWhatWasFound)
     const QStringList lines = readFile(csv()).split('\r', Qt::SkipEmptyParts);
     EXPECT_GE(lines.size(), 2); // the header and what was checked so far
     EXPECT_LT(lines.size(), 42);
+}
+
+TEST_F(CrawlCommandTest, ConfigurationFileThenSetThenUrl)
+{
+    writeFile(site.filePath("index.html"),
+              "<a href=\"a.html\">A</a><img src=\"/status/404\"><a href=\"/status/500\">x</a>");
+    writeFile(site.filePath("a.html"), "<p>a</p>");
+    orel::test::FixtureServer server(site.path());
+    ASSERT_TRUE(server.isRunning());
+    QVariantMap settings;
+    settings.insert("url", server.url("/a.html"));
+    settings.insert("checkImages", "YES");
+    const QString config = site.filePath("site.lcsettings");
+    ASSERT_TRUE(orel::Plist::writeFile(config, settings));
+
+    // The file's URL is a page without links.
+    CliRun r = runCli({ "--config", config, "-q" });
+    EXPECT_EQ(r.out, QStringLiteral("1 of 1 links checked, 0 bad\n")) << r.err.toStdString();
+    EXPECT_EQ(r.exitCode, 0);
+    // The URL argument replaces it; the file's image checking stays.
+    r = runCli({ server.url("/index.html"), "--config", config, "-q" });
+    EXPECT_EQ(r.out, QStringLiteral("4 of 4 links checked, 2 bad\n")) << r.err.toStdString();
+    // --set overrides the file.
+    r = runCli({ server.url("/index.html"), "--config", config, "--set", "imgButton=off", "-q" });
+    EXPECT_EQ(r.out, QStringLiteral("3 of 3 links checked, 1 bad\n")) << r.err.toStdString();
 }

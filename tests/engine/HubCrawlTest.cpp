@@ -270,3 +270,33 @@ TEST_F(HubTest, DirectoryLimitAndMemoryStop)
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
     EXPECT_TRUE(hub->stopPressed());
 }
+
+TEST_F(HubTest, RecheckFetchesOnlyWhatIsNotGood)
+{
+    QTemporaryDir dir;
+    writeFile(dir.path() + "/index.html",
+              "<a href=\"/status/404\">nf</a><a href=\"/ok.html\">ok</a>"
+              "<a href=\"/garbage?type=text/html\">junk</a>");
+    writeFile(dir.path() + "/ok.html", "<p>fine</p>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    controls.qsButton = CheckState::Off;
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    // A page of binary garbage is read like any page and stays a good link.
+    LinkCheckerUrl *junk = hub->getLinkCheckerUrlWithUrl(server.url("/garbage?type=text/html"));
+    ASSERT_NE(junk, nullptr);
+    EXPECT_EQ(junk->getStatus(), QStringLiteral("200 no error"));
+    EXPECT_EQ(hub->summaryText(), QStringLiteral("4 of 4 links checked, 1 bad"));
+
+    server.clearRequestLog();
+    QEventLoop loop;
+    QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    hub->reCheckBadItems();
+    EXPECT_TRUE(hub->isRechecking());
+    loop.exec();
+    ASSERT_TRUE(hub->isCrawlFinished());
+    EXPECT_EQ(server.requestLog(), QStringList { QStringLiteral("GET /status/404") });
+    EXPECT_EQ(hub->recordCount(), 4); // a re-check reads no page, so finds no new link
+    EXPECT_EQ(hub->countBadCollection(), 1);
+}
