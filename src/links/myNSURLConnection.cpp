@@ -4,11 +4,9 @@
 #include "links/CurlMultiDriver.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
-#include <QPointer>
 #include <QThread>
 #include <QTimer>
 #include <QUrl>
