@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include <memory>
 #include <optional>
@@ -228,7 +229,7 @@ private:
     int linksLimit() const;
 
     // Page reading helpers.
-    bool pageShouldBeRead(LinkCheckerUrl *page);
+    bool pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl);
     void readPage(LinkCheckerUrl *page);
     // An href as read against one base folder: its absolute form (null when none can be
     // formed), its registry key and, once found, the record registered under that key.

@@ -145,12 +145,12 @@ void LinkCheckerHub::extractLinks(LinkCheckerUrl *record)
     reloadData();
 }
 
-bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page)
+bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl)
 {
     // A redirect onto a page that has its own record: that record reads it.
     if (weHaveThisOneAlready(page->getRedir(), page))
         return false;
-    if (!compareHost(QUrl(page->getActualLinkUrl()).host(), m_domains))
+    if (!compareHost(pageUrl.host(), m_domains))
         return false; // external pages are checked, never read
     if (m_singlePage && recordAt(0) != page)
         return false;
@@ -200,7 +200,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         log(QStringLiteral("badly formed url: %1").arg(page->getLinkUrl()));
         return;
     }
-    if (!pageShouldBeRead(page))
+    if (!pageShouldBeRead(page, pageUrl))
         return;
 
     const SettingsControls &c = *m_controls;
