@@ -89,6 +89,19 @@ AuthMethod authMethodOf(const QByteArray &wwwAuthenticate, QString *realm)
     return AuthMethod::HttpOther;
 }
 
+// Hosts never reached through a proxy: the user's own list plus the loopback addresses.
+const QByteArray &noProxyList()
+{
+    static const QByteArray list = [] {
+        QByteArray user = qgetenv("no_proxy");
+        if (user.isEmpty())
+            user = qgetenv("NO_PROXY");
+        const QByteArray loopback = "127.0.0.1,localhost,::1";
+        return user.isEmpty() ? loopback : user + ',' + loopback;
+    }();
+    return list;
+}
+
 bool isRedirectStatus(int status)
 {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
@@ -358,6 +371,7 @@ bool myNSURLConnection::Private::configure()
     curl_easy_setopt(easy, CURLOPT_PRIVATE, static_cast<CurlTransfer *>(this));
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorBuffer);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, noProxyList().constData());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
     // Decoded bodies for the delegate; Content-Length stays the size on the wire.
