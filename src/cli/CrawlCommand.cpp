@@ -284,10 +284,7 @@ int runCrawlCommand(const QStringList &args)
             return fail(error);
     }
     const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
-    // The CSV ends its lines with "\r" only; the summary goes on a line of its own.
-    const bool csvOnStdout = o.flatCsv == QLatin1String("-") || o.flatCsv == QLatin1String("/dev/stdout");
-    QTextStream(stdout) << (csvOnStdout && !::isatty(STDOUT_FILENO) ? "\n" : "") << summary
-                        << (interrupted ? " (interrupted)" : "") << "\n";
+    QTextStream(stdout) << summary << (interrupted ? " (interrupted)" : "") << "\n";
     return bad > 0 ? 1 : 0;
 }
 

@@ -194,7 +194,8 @@ public:
     // The hub flat CSV: quoted titles, one line per page on which a visible row's link appears,
     // "\r" line ends, values unescaped. badOnly shows only the bad collection.
     QString flatCSV(const QStringList &columns, bool badOnly);
-    // Writes flatCSV() as UTF-8: atomically to a file, directly to "-" or "/dev/stdout".
+    // Writes flatCSV() as UTF-8: atomically to a file; directly to "-" or "/dev/stdout", there
+    // with "\r\n" line ends.
     bool exportAsFlatCSVForCLI(const QString &path, const QStringList &columns, bool badOnly,
                                QString *error = nullptr);
 

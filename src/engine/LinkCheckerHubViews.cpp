@@ -9,7 +9,6 @@
 #include <QSaveFile>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace orel {
 
@@ -193,9 +192,9 @@ bool LinkCheckerHub::exportAsFlatCSVForCLI(const QString &path, const QStringLis
 {
     QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
     if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) {
-        // Bare "\r" line ends overwrite each other on a terminal; a terminal gets "\r\n".
-        if (::isatty(STDOUT_FILENO))
-            bytes.replace("\r", "\r\n");
+        // Bare "\r" line ends make one overwritten line of a terminal or a log; standard output
+        // gets "\r\n", which every reader splits into lines.
+        bytes.replace("\r", "\r\n");
         std::fflush(stdout);
         const bool ok = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
                         == std::size_t(bytes.size())

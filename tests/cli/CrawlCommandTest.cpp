@@ -81,9 +81,10 @@ TEST_F(CrawlCommandTest, WritesTheFlatCsvAndExitsOneOnBadLinks)
     const CliRun bad = runCli({ server.url("/index.html"), "--flat-csv", "-", "--bad-only",
                              "--columns", "status,linkurl,distance,nofollow" });
     EXPECT_EQ(bad.exitCode, 1);
-    EXPECT_EQ(bad.out, "\"Status\",\"URL\",\"Distance\",\"Nofollow\"\r"
-                       "\"404 not found\",\"" + b + "/status/404\",\"1\",\"No\"\r"
-                       "\n3 of 3 links checked, 1 bad\n");
+    // On standard output the lines end in "\r\n".
+    EXPECT_EQ(bad.out, "\"Status\",\"URL\",\"Distance\",\"Nofollow\"\r\n"
+                       "\"404 not found\",\"" + b + "/status/404\",\"1\",\"No\"\r\n"
+                       "3 of 3 links checked, 1 bad\n");
 }
 
 TEST_F(CrawlCommandTest, ExitsZeroWhenEverythingIsFine)
