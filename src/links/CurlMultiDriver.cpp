@@ -123,9 +123,10 @@ void CurlMultiDriver::start(void *easy)
 
 void CurlMultiDriver::detach(void *easy)
 {
-    Q_ASSERT(m_depth == 0);
-    if (m_attached.remove(easy))
+    if (m_attached.remove(easy)) {
+        Q_ASSERT(m_depth == 0);
         curl_multi_remove_handle(m_multi, easy);
+    }
 }
 
 void CurlMultiDriver::release(void *easy, curl_slist *headers, bool drain)
