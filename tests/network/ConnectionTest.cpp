@@ -73,6 +73,7 @@ public:
     AuthChallenge::Answer authAnswer = AuthChallenge::Answer::None;
     std::function<void(myNSURLConnection *)> onResponse;
     std::function<void(myNSURLConnection *)> onData;
+    std::function<void(myNSURLConnection *)> onEnd;
 
     std::optional<UrlRequest> willSendRequest(
         myNSURLConnection *, const UrlRequest &proposed, const UrlResponse *redirect) override
@@ -110,14 +111,18 @@ public:
         if (onData)
             onData(c);
     }
-    void connectionDidFinishLoading(myNSURLConnection *) override
+    void connectionDidFinishLoading(myNSURLConnection *c) override
     {
         events << QStringLiteral("finish");
+        if (onEnd)
+            onEnd(c);
     }
-    void didFailWithError(myNSURLConnection *, const UrlError &e) override
+    void didFailWithError(myNSURLConnection *c, const UrlError &e) override
     {
         events << QStringLiteral("fail");
         error = e;
+        if (onEnd)
+            onEnd(c);
     }
 };
 
@@ -528,52 +533,6 @@ TEST_F(Connection, LocalFilesAnswerWithoutHttp)
     EXPECT_EQ(redirected.events, list({ "send", "redirect 302", "fail" }));
 }
 
-TEST_F(Connection, CancelInsideACallbackStopsEverything)
-{
-    struct Case
-    {
-        const char *path;
-        const char *where;
-        QStringList events;
-    };
-    const Case cases[] = {
-        { "/big?n=3000000", "data", list({ "send", "response 200", "data" }) },
-        { "/type/pdf", "response", list({ "send", "response 200" }) },
-        { "/redirect/chain?n=2", "send", list({ "send" }) },
-    };
-    for (const Case &tc : cases) {
-        SCOPED_TRACE(tc.path);
-        Recorder rec;
-        const QString where = QString::fromLatin1(tc.where);
-        if (where == QLatin1String("data"))
-            rec.onData = [](myNSURLConnection *c) { c->cancel(); };
-        if (where == QLatin1String("response"))
-            rec.onResponse = [](myNSURLConnection *c) { c->cancel(); };
-        myNSURLConnection *conn = nullptr;
-        if (where == QLatin1String("send")) {
-            rec.onSend = [&conn](const UrlRequest &p, const UrlResponse *) {
-                conn->cancel();
-                return std::optional<UrlRequest>(p);
-            };
-        }
-        conn = new myNSURLConnection(get(url(tc.path)), &rec, CrawlFetch);
-        QPointer<myNSURLConnection> guard = conn;
-        EXPECT_TRUE(waitFor([&] { return guard.isNull(); }, 5000));
-        // Nothing arrives after the cancel, however long we wait.
-        waitFor([] { return false; }, 200);
-        EXPECT_EQ(rec.events, tc.events);
-        EXPECT_EQ(myNSURLConnection::activeCount(), 0);
-    }
-
-    // Cancelling before the event loop runs: no callback at all.
-    Recorder rec;
-    QPointer<myNSURLConnection> c = new myNSURLConnection(get(url("/final")), &rec, CrawlFetch);
-    c->cancel();
-    EXPECT_TRUE(c->isCancelled());
-    EXPECT_TRUE(waitFor([&] { return c.isNull(); }, 2000));
-    EXPECT_TRUE(rec.events.isEmpty());
-}
-
 TEST_F(Connection, SixteenSlowRequestsToOneHostRunTogether)
 {
     constexpr int N = 16;
@@ -690,43 +649,59 @@ TEST(ConnectionThroughput, ManyShortTransfersWithSixteenInFlight)
     EXPECT_TRUE(waitFor([] { return myNSURLConnection::activeCount() == 0; }, 2000));
 }
 
-TEST_F(Connection, DelegateMayDeleteConnectionsInsideCallbacks)
+TEST_F(Connection, CancellingOrDeletingInsideAnyCallbackStopsEverything)
 {
-    // The connection itself, deleted outright at each kind of callback.
     struct Case
     {
         const char *path;
-        const char *where;
+        const char *where; // the callback that ends it: the start of its event line
         QStringList events;
     };
     const Case cases[] = {
         { "/redirect/chain?n=1", "send", list({ "send" }) },
         { "/redirect/chain?n=1", "redirect", list({ "send", "redirect 302" }) },
         { "/type/pdf", "response", list({ "send", "response 200" }) },
-        { "/big?n=2000000", "data", list({ "send", "response 200", "data" }) },
+        { "/big?n=3000000", "data", list({ "send", "response 200", "data" }) },
         { "/final", "finish", list({ "send", "response 200", "data", "finish" }) },
         { "/closed", "fail", list({ "send", "response 200", "data", "fail" }) },
     };
-    for (const Case &tc : cases) {
-        SCOPED_TRACE(tc.where);
-        Recorder rec;
-        QPointer<myNSURLConnection> conn;
-        const QString where = QString::fromLatin1(tc.where);
-        auto deleteIfLast = [&rec, &conn, where] {
-            if (conn && rec.events.last().startsWith(where))
-                delete conn.data();
-        };
-        rec.onSend = [&](const UrlRequest &p, const UrlResponse *) {
-            deleteIfLast();
-            return std::optional<UrlRequest>(p);
-        };
-        rec.onResponse = [&](myNSURLConnection *) { deleteIfLast(); };
-        rec.onData = [&](myNSURLConnection *) { deleteIfLast(); };
-        conn = new myNSURLConnection(get(url(tc.path)), &rec, CrawlFetch);
-        EXPECT_TRUE(waitFor([&] { return conn.isNull(); }, 5000));
-        waitFor([] { return false; }, 100);
-        EXPECT_EQ(rec.events, tc.events);
+    for (bool deleteIt : { false, true }) {
+        for (const Case &tc : cases) {
+            SCOPED_TRACE(std::string(tc.where) + (deleteIt ? " delete" : " cancel"));
+            Recorder rec;
+            QPointer<myNSURLConnection> conn;
+            const QString where = QString::fromLatin1(tc.where);
+            auto strike = [&rec, &conn, where, deleteIt] {
+                if (!conn || !rec.events.last().startsWith(where))
+                    return;
+                if (deleteIt)
+                    delete conn.data();
+                else
+                    conn->cancel();
+            };
+            rec.onSend = [&](const UrlRequest &p, const UrlResponse *) {
+                strike();
+                return std::optional<UrlRequest>(p);
+            };
+            rec.onResponse = [&](myNSURLConnection *) { strike(); };
+            rec.onData = [&](myNSURLConnection *) { strike(); };
+            rec.onEnd = [&](myNSURLConnection *) { strike(); };
+            conn = new myNSURLConnection(get(url(tc.path)), &rec, CrawlFetch);
+            EXPECT_TRUE(waitFor([&] { return conn.isNull(); }, 5000));
+            // Nothing arrives afterwards, however long we wait.
+            waitFor([] { return false; }, 100);
+            EXPECT_EQ(rec.events, tc.events);
+            EXPECT_EQ(myNSURLConnection::activeCount(), 0);
+        }
     }
+
+    // Cancelling before the event loop runs: no callback at all.
+    Recorder early;
+    QPointer<myNSURLConnection> c = new myNSURLConnection(get(url("/final")), &early, CrawlFetch);
+    c->cancel();
+    EXPECT_TRUE(c->isCancelled());
+    EXPECT_TRUE(waitFor([&] { return c.isNull(); }, 2000));
+    EXPECT_TRUE(early.events.isEmpty());
 
     // Another transfer, cancelled or deleted while libcurl is busy with this one: both bodies
     // trickle in, so the victim's handle is still in libcurl's hands.
