@@ -95,7 +95,6 @@ void LinkCheckerHub::go()
     emptyTempFolder();
     clearArchiveFolder();
     clearRegistry();
-    m_resolvedHrefs.clear();
 
     m_soft404Array = trimEachItemInArray(m_controls->soft404Terms.split(QLatin1Char('\n')));
 

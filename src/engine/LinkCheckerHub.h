@@ -21,6 +21,7 @@
 
 namespace orel {
 
+class HrefResolver;
 class LinkCheckerUrl;
 class OrelConfigManager;
 class SEOManager;
@@ -232,8 +233,8 @@ private:
     // Page reading helpers.
     bool pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl);
     void readPage(LinkCheckerUrl *page);
-    // An href as read against one base folder: its absolute form (null when none can be
-    // formed), its registry key and, once found, the record registered under that key.
+    // An href read against a base URL: its absolute form (null when none can be formed), its
+    // registry key and, once found, the record registered under that key.
     struct ResolvedHref
     {
         QString absolute;
@@ -241,7 +242,7 @@ private:
         LinkCheckerUrl *record = nullptr;
         quint64 lookupVersion = 0; // the record is valid while the registry is at this version
     };
-    ResolvedHref resolveHref(const QUrl &base, const QString &href) const;
+    ResolvedHref resolveHref(const HrefResolver &resolver, const QString &href) const;
     // The record registered for a resolved href, remembering it in the entry.
     LinkCheckerUrl *knownRecord(ResolvedHref &entry) const;
 
@@ -280,11 +281,6 @@ private:
     std::optional<QHash<QString, LinkCheckerUrl *>> m_lookupDictionary;
     std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
 
-    // Most hrefs of a site repeat on every page of a folder: base folder -> href -> entry.
-    QHash<QString, QHash<QString, ResolvedHref>> m_resolvedHrefs;
-    qsizetype m_resolvedCount = 0;
-    bool m_resolvedTrim = false;
-    bool m_resolvedSlash = false;
     // Raised whenever a registry key changes its record, so remembered records are looked up
     // again.
     quint64 m_lookupVersion = 0;

@@ -9,6 +9,7 @@
 #include "common/SettingsControls.h"
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
+#include "engine/HrefResolver.h"
 #include "links/ArchiveName.h"
 #include "links/LinkCheckerUrl.h"
 #include "parser/OrelParser.h"
@@ -43,19 +44,6 @@ bool copyFolder(const QString &from, const QString &to)
     }
     return true;
 }
-
-// Hrefs resolve alike against every base URL of one folder, unless they are relative to the
-// page itself (a query, a fragment or nothing).
-QString baseFolderKey(const QUrl &base)
-{
-    QString path = base.path(QUrl::FullyEncoded);
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    path = slash >= 0 ? path.left(slash + 1) : QStringLiteral("/");
-    return base.scheme() + QLatin1String("://") + base.authority(QUrl::FullyEncoded) + path;
-}
-
-// Entries kept before the cache starts again; each is two short strings.
-constexpr qsizetype kMaxResolvedHrefs = 200000;
 
 } // namespace
 
@@ -259,15 +247,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     }
 
     const QString pageTitle = page->getLinkPageTitle();
-    if (m_resolvedCount > kMaxResolvedHrefs || m_resolvedTrim != shouldTrim()
-        || m_resolvedSlash != shouldIgnoreSlash()) {
-        m_resolvedHrefs.clear();
-        m_resolvedCount = 0;
-        m_resolvedTrim = shouldTrim();
-        m_resolvedSlash = shouldIgnoreSlash();
-    }
-    // Stays valid through the page: nothing else is added to the outer table meanwhile.
-    QHash<QString, ResolvedHref> &folderCache = m_resolvedHrefs[baseFolderKey(base)];
+    const HrefResolver resolver(base);
     const int distance = page->getDistanceFromHome() + 1;
     const bool pageIsLocalFile = pageUrl.isLocalFile();
     const bool trimQuery = SettingsControls::isOn(c.qsButton);
@@ -303,20 +283,8 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
             nextHref();
             continue;
         }
-        // Hrefs relative to the page itself (a query, a fragment) are read anew; the rest are
-        // remembered per folder.
-        ResolvedHref fresh;
-        ResolvedHref *entry = &fresh;
-        if (h.at(0) == QLatin1Char('?') || h.at(0) == QLatin1Char('#')) {
-            fresh = resolveHref(base, h);
-        } else {
-            auto it = folderCache.find(h);
-            if (it == folderCache.end()) {
-                it = folderCache.insert(h, resolveHref(base, h));
-                ++m_resolvedCount;
-            }
-            entry = &it.value();
-        }
+        ResolvedHref resolved = resolveHref(resolver, h);
+        ResolvedHref *entry = &resolved;
         const QString absolute = entry->absolute;
         if (absolute.isNull()) {
             if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
@@ -375,11 +343,11 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         parser->curlUpAndDie();
 }
 
-LinkCheckerHub::ResolvedHref LinkCheckerHub::resolveHref(const QUrl &base,
+LinkCheckerHub::ResolvedHref LinkCheckerHub::resolveHref(const HrefResolver &resolver,
                                                          const QString &href) const
 {
     ResolvedHref entry;
-    if (const std::optional<QString> absolute = CrawlScope::resolveHref(base, href)) {
+    if (const std::optional<QString> absolute = resolver.resolve(href)) {
         entry.absolute = *absolute;
         entry.key = CrawlScope::lookupKey(*absolute, shouldTrim(), shouldIgnoreSlash());
     }
