@@ -608,13 +608,19 @@ bool LinkCheckerHub::shouldArchive() const
 
 void LinkCheckerHub::later(std::function<void()> fn)
 {
-    QMetaObject::invokeMethod(
-            this,
-            [this, generation = m_generation, fn = std::move(fn)] {
-                if (generation == m_generation)
-                    fn();
-            },
-            Qt::QueuedConnection);
+    if (m_laterQueue.empty())
+        QMetaObject::invokeMethod(this, &LinkCheckerHub::runLater, Qt::QueuedConnection);
+    m_laterQueue.emplace_back(m_generation, std::move(fn));
+}
+
+void LinkCheckerHub::runLater()
+{
+    std::vector<std::pair<quint64, std::function<void()>>> queue;
+    queue.swap(m_laterQueue);
+    for (auto &[generation, fn] : queue) {
+        if (generation == m_generation)
+            fn();
+    }
 }
 
 } // namespace orel

@@ -226,6 +226,7 @@ private:
     void unregister(LinkCheckerUrl *record);
     void startAfterDelay(LinkCheckerUrl *record, double delaySeconds);
     void startQueued();
+    void runLater();
     void addToTotals();
     bool linksLimitReached() const;
     int linksLimit() const;
@@ -288,6 +289,8 @@ private:
     QString m_lastPage;
     QList<LinkCheckerUrl *> *m_lastPageLinks = nullptr;
     bool m_reloadPending = false;
+    // Calls posted with later() wait here for one queued call that runs them all, in order.
+    std::vector<std::pair<quint64, std::function<void()>>> m_laterQueue;
     // Starts without a delay wait here for one queued call that starts them all.
     std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
 
