@@ -5,6 +5,7 @@
 
 #include "common/Log.h"
 #include "common/SettingsControls.h"
+#include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
 #include "engine/LinkCheckerHub.h"
@@ -22,6 +23,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -285,7 +287,13 @@ int runCrawlCommand(const QStringList &args)
     }
     const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
     QTextStream(stdout) << summary << (interrupted ? " (interrupted)" : "") << "\n";
-    return bad > 0 ? 1 : 0;
+
+    // Everything is written; tearing down a large crawl's records one by one would only cost
+    // time, so the process ends here.
+    UserDefaults::sync();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    std::_Exit(bad > 0 ? 1 : 0);
 }
 
 } // namespace orel::cli

@@ -64,7 +64,10 @@ void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
     }
     // The links of one page arrive one after another: keep that page's list at hand. The
     // pointer stays valid until another key is added, and then it is looked up again.
-    if (!m_lastPageLinks || page != m_lastPage) {
+    const bool samePage = m_lastPageLinks
+            && (page.constData() == m_lastPage.constData() ? page.size() == m_lastPage.size()
+                                                            : page == m_lastPage);
+    if (!samePage) {
         m_lastPage = page;
         m_lastPageLinks = &(*m_byPageDictionary)[page];
     }
