@@ -221,6 +221,7 @@ int runCrawlCommand(const QStringList &args)
     // A crawl whose last fetch could not even start would wait for ever: once no transfer is
     // left for longer than twice the time-out, the run is paused and its results written.
     QElapsedTimer idleFor;
+    int lastDone = -1;
     bool stalled = false;
     QTimer watchdog;
     watchdog.setInterval(500);
@@ -229,7 +230,11 @@ int runCrawlCommand(const QStringList &args)
             idleFor.invalidate();
             return;
         }
-        if (myNSURLConnection::activeCount() > 0 || hub.pendingStarts() > 0) {
+        // Any transfer, waiting start or answer since the last look counts as life.
+        const int done = hub.getNumberDone();
+        const bool progressed = done != lastDone;
+        lastDone = done;
+        if (progressed || myNSURLConnection::activeCount() > 0 || hub.pendingStarts() > 0) {
             idleFor.invalidate();
             return;
         }
