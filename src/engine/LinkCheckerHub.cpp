@@ -186,6 +186,8 @@ void LinkCheckerHub::stop()
 
 void LinkCheckerHub::continueCrawl()
 {
+    if (m_crawlFinished)
+        return; // nothing is left to continue
     m_stopPressed = false;
     m_seo->setStopPressed(false);
     enterRunningState();

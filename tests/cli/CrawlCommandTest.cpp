@@ -214,3 +214,24 @@ TEST_F(CrawlCommandTest, ConfigurationFileThenSetThenUrl)
     r = runCli({ server.url("/index.html"), "--config", config, "--set", "imgButton=off", "-q" });
     EXPECT_EQ(r.out, QStringLiteral("3 of 3 links checked, 1 bad\n")) << r.err.toStdString();
 }
+
+TEST_F(CrawlCommandTest, SavedConfigurationByName)
+{
+    writeFile(site.filePath("index.html"), "<a href=\"/status/404\">x</a>");
+    orel::test::FixtureServer server(site.path());
+    ASSERT_TRUE(server.isRunning());
+    QVariantMap settings;
+    settings.insert("url", server.url("/index.html"));
+    const QString config = site.filePath("named.lcsettings");
+    ASSERT_TRUE(orel::Plist::writeFile(config, settings));
+    QProcess import;
+    import.start(QStringLiteral(ORRELWICK_CLI_PATH), { "config", "import", config });
+    ASSERT_TRUE(import.waitForFinished(30000));
+    ASSERT_EQ(import.exitCode(), 0) << import.readAllStandardError().toStdString();
+    const QString name = QString::fromUtf8(import.readAllStandardOutput()).trimmed();
+    ASSERT_FALSE(name.isEmpty());
+
+    const CliRun r = runCli({ "--config-name", name, "-q" });
+    EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+    EXPECT_EQ(r.out, QStringLiteral("2 of 2 links checked, 1 bad\n"));
+}
