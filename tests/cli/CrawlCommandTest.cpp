@@ -177,7 +177,7 @@ TEST_F(CrawlCommandTest, CtrlCPausesAndWritesWhatWasFound)
             { "crawl", server.url("/index.html"), "--set", "followQuerystring=YES", "--set",
               "numberOfThreads=2", "--flat-csv", csv(), "--columns", "status,linkurl" });
     ASSERT_TRUE(p.waitForStarted());
-    QThread::msleep(1200);
+    QThread::msleep(2000);
     ::kill(pid_t(p.processId()), SIGINT);
     ASSERT_TRUE(p.waitForFinished(10000));
     EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);

@@ -159,7 +159,7 @@ TEST_F(HubTest, DelayHoldsEveryStartOfOnePass)
     EXPECT_EQ(hub->pendingStarts(), 2);
     spin(150);
     EXPECT_TRUE(hub->recordAt(1)->getStatus().isEmpty());
-    spin(500);
+    spin(1500);
     EXPECT_FALSE(hub->recordAt(1)->getStatus().isEmpty());
     EXPECT_FALSE(hub->recordAt(2)->getStatus().isEmpty());
 }
