@@ -289,8 +289,8 @@ def run_ceiling(site, port, seconds, conns):
             "command": " ".join(cmd).replace(ROOT + "/", "")}
 
 
-def fmt(v, spec="%.0f", none="-"):
-    return none if v is None else spec % v
+def fmt(v, pattern="%.0f", none="-"):
+    return none if v is None else pattern % v
 
 
 def table(results, ceilings):
