@@ -195,6 +195,27 @@ public:
     // The hub flat CSV: quoted titles, one line per page on which a visible row's link appears,
     // "\r" line ends, values unescaped. badOnly shows only the bad collection.
     QString flatCSV(const QStringList &columns, bool badOnly);
+    // The exports of the hub's own table (its view gives the columns): CSV and tab-delimited
+    // text with one line per row or per occurrence, plain text, HTML and a Graphviz graph of
+    // the internal pages. Each asks for a file of its type and writes it atomically as UTF-8;
+    // the ...Text() forms answer the text itself.
+    QString csvText() { return tableText(tableColumns(), QLatin1Char(',')); }
+    QString flatCsvText() { return flatText(tableColumns(), QLatin1Char(',')); }
+    QString tdlText() { return tableText(tableColumns(), QLatin1Char('\t')); }
+    QString flatTdlText() { return flatText(tableColumns(), QLatin1Char('\t')); }
+    QString plainText();
+    QString htmlText();
+    // levelLimit: pages at this distance or more are left out; clean: a page is drawn as a
+    // target only until it has its own node; colour: edges coloured by the page's distance.
+    QString dotText(int levelLimit, bool clean, bool colour);
+    void exportAsCSV();
+    void exportAsFlatCSV();
+    void exportAsTDL();
+    void exportAsFlatTDL();
+    void exportAsText();
+    void exportAsHTML();
+    void exportAsDot(int levelLimit, bool clean, bool colour);
+
     // Writes flatCSV() as UTF-8: atomically to a file; directly to "-" or "/dev/stdout", there
     // with "\r\n" line ends.
     bool exportAsFlatCSVForCLI(const QString &path, const QStringList &columns, bool badOnly,
@@ -217,6 +238,26 @@ Q_SIGNALS:
     void recordAdded(LinkCheckerUrl *record);
 
 private:
+    // Export helpers.
+    QList<TableColumn> tableColumns() const;
+    std::vector<LinkCheckerUrl *> visibleRows() const;
+    static QString headerLine(const QList<TableColumn> &columns, QChar separator);
+    QString tableText(const QList<TableColumn> &columns, QChar separator);
+    QString flatText(const QList<TableColumn> &columns, QChar separator);
+    static void saveExport(const QString &text, const QString &fileType);
+    // The progress window while an export is built: shown on creation, hidden on destruction.
+    class ExportProgress
+    {
+    public:
+        explicit ExportProgress(int rows);
+        ~ExportProgress();
+        void step(int row);
+
+    private:
+        int m_rows;
+        int m_last = -1;
+    };
+
     void setState(State state);
     void enterRunningState();
     void enterStoppedState();

@@ -9,6 +9,7 @@
 #include <QSaveFile>
 
 #include <cstdio>
+#include <vector>
 
 namespace orel {
 
@@ -138,51 +139,98 @@ QStringList LinkCheckerHub::flatColumnIdentifiers()
     return out;
 }
 
-QString LinkCheckerHub::flatCSV(const QStringList &columns, bool badOnly)
+std::vector<LinkCheckerUrl *> LinkCheckerHub::visibleRows() const
 {
-    const bool savedBadOnly = m_badLinksOnly;
-    m_badLinksOnly = badOnly;
-    if (badOnly)
-        countBadCollection();
+    // The rows getnthVisibleItem() answers one by one, walked once.
+    std::vector<LinkCheckerUrl *> rows;
+    if (m_badLinksOnly && m_badCollectionCount == 0)
+        return rows;
+    const int count = recordCount();
+    rows.reserve(std::size_t(count));
+    for (int i = 0; i < count; ++i) {
+        auto *record = static_cast<LinkCheckerUrl *>(getnthSortedItem(i));
+        if (record && record->getVisible() && (!m_badLinksOnly || record->isInBadCollection()))
+            rows.push_back(record);
+    }
+    return rows;
+}
 
+QString LinkCheckerHub::headerLine(const QList<TableColumn> &columns, QChar separator)
+{
     QString out;
     for (int i = 0; i < columns.size(); ++i) {
         if (i)
-            out += QLatin1Char(',');
-        out += QLatin1Char('"') + flatColumnTitle(columns.at(i)) + QLatin1Char('"');
+            out += separator;
+        out += QLatin1Char('"') + columns.at(i).title + QLatin1Char('"');
     }
-    out += QLatin1Char('\r');
+    return out + QLatin1Char('\r');
+}
 
-    // The visible rows in sorted order, walked once (asking for row n each time would walk the
-    // collection again for every row).
-    const bool noRows = m_badLinksOnly && m_badCollectionCount == 0;
-    const int count = noRows ? 0 : recordCount();
+QString LinkCheckerHub::tableText(const QList<TableColumn> &columns, QChar separator)
+{
+    QString out = headerLine(columns, separator);
+    const std::vector<LinkCheckerUrl *> rows = visibleRows();
+    ExportProgress progress(int(rows.size()));
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        progress.step(int(r));
+        for (int c = 0; c < columns.size(); ++c) {
+            if (c)
+                out += separator;
+            const QString &id = columns.at(c).identifier;
+            out += QLatin1Char('"')
+                    + rows[r]->getFieldByName(id == QLatin1String("onpageurl")
+                                                      ? QStringLiteral("onpageurlcsv")
+                                                      : id)
+                    + QLatin1Char('"');
+        }
+        out += QLatin1Char('\r');
+    }
+    return out;
+}
+
+QString LinkCheckerHub::flatText(const QList<TableColumn> &columns, QChar separator)
+{
+    QString out = headerLine(columns, separator);
+    const std::vector<LinkCheckerUrl *> rows = visibleRows();
+    ExportProgress progress(int(rows.size()));
     QStringList values(columns.size());
-    for (int i = 0; i < count; ++i) {
-        auto *record = static_cast<LinkCheckerUrl *>(getnthSortedItem(i));
-        if (!record || !record->getVisible() || (m_badLinksOnly && !record->isInBadCollection()))
-            continue;
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        progress.step(int(r));
+        LinkCheckerUrl *record = rows[r];
         const QStringList pages = record->getOnPagesArray();
         if (pages.isEmpty())
-            continue;
+            continue; // a record on no page writes no line
         int pageColumn = -1;
         for (int c = 0; c < columns.size(); ++c) {
-            if (columns.at(c) == QLatin1String("onpageurl"))
+            if (columns.at(c).identifier == QLatin1String("onpageurl"))
                 pageColumn = c;
             else
-                values[c] = record->getFieldByName(columns.at(c));
+                values[c] = record->getFieldByName(columns.at(c).identifier);
         }
         for (const QString &page : pages) {
             if (pageColumn >= 0)
                 values[pageColumn] = page;
             for (int c = 0; c < columns.size(); ++c) {
                 if (c)
-                    out += QLatin1Char(',');
+                    out += separator;
                 out += QLatin1Char('"') + values.at(c) + QLatin1Char('"');
             }
             out += QLatin1Char('\r');
         }
     }
+    return out;
+}
+
+QString LinkCheckerHub::flatCSV(const QStringList &columns, bool badOnly)
+{
+    const bool savedBadOnly = m_badLinksOnly;
+    m_badLinksOnly = badOnly;
+    if (badOnly)
+        countBadCollection();
+    QList<TableColumn> described;
+    for (const QString &id : columns)
+        described.append(TableColumn { id, flatColumnTitle(id), 200 });
+    const QString out = flatText(described, QLatin1Char(','));
     m_badLinksOnly = savedBadOnly;
     return out;
 }

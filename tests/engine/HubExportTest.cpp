@@ -1,0 +1,66 @@
+// The exports of the hub's table, over pages read by hand into a paused crawl.
+#include "HubTestSupport.h"
+
+#include <QTemporaryDir>
+
+using namespace orel;
+using orel::test::HubTest;
+
+
+TEST_F(HubTest, ExportsOfTheTable)
+{
+    pausedHub();
+    LinkCheckerUrl *home = addPage(QStringLiteral("http://site.test/index.html"));
+    read(home, "<a href=\"a.html\">A \"quoted\"</a><a href=\"http://other.test/\">out</a>");
+    LinkCheckerUrl *a = byUrl(QStringLiteral("http://site.test/a.html"));
+    ASSERT_NE(a, nullptr);
+    read(a, "<a href=\"index.html\">home</a><a href=\"b.html\">b</a>");
+    byUrl(QStringLiteral("http://other.test/"))->setStatus(QStringLiteral("404 not found"));
+    byUrl(QStringLiteral("http://site.test/b.html"))->setStatus(QStringLiteral("200 no error"));
+    hub->countBadCollection();
+
+    // No view: the flat list's default columns. Values are written as they are (a quote too).
+    const QStringList csv = hub->csvText().split('\r', Qt::SkipEmptyParts);
+    ASSERT_EQ(csv.size(), 6); // header, the start file, index, a, other, b
+    EXPECT_EQ(csv.at(0), QStringLiteral("\"Status\",\"URL\",\"Redirected To\",\"Link Text\",\"On Page\""));
+    EXPECT_EQ(csv.at(3), QStringLiteral("\"200 no error\",\"http://site.test/a.html\",\"\",\"A \"quoted\"\","
+                                        "\"http://site.test/index.html\""));
+    const QStringList tdl = hub->tdlText().split('\r', Qt::SkipEmptyParts);
+    EXPECT_EQ(tdl.at(3), QString(csv.at(3)).replace("\",\"", "\"\t\""));
+    // The flat form: one line per page a link is on; the start file and index are on no page
+    // but index is on a.html.
+    const QStringList flat = hub->flatCsvText().split('\r', Qt::SkipEmptyParts);
+    EXPECT_EQ(flat.size(), 5);
+
+    const QString text = hub->plainText();
+    EXPECT_TRUE(text.startsWith(QStringLiteral("Data Export from Orrelwick\r") + QString(26, '=')
+                                + QStringLiteral("\r\r")));
+    EXPECT_TRUE(text.contains(QStringLiteral("On Page(s): http://site.test/index.html  \r")));
+
+    const QString html = hub->htmlText();
+    EXPECT_TRUE(html.startsWith("<html><head><title>Data Export from Kestovan</title><body><style>"));
+    EXPECT_TRUE(html.contains("<th style = max-width:200px>URL</th>"));
+    EXPECT_TRUE(html.contains("<a href=\"http://site.test/a.html\" target=\"_blank\">"));
+
+    // Internal pages only; "clean" draws a page as a target only before it has its own node.
+    EXPECT_EQ(hub->dotText(1000, false, true),
+              QStringLiteral("digraph \"file:///orrelwick-no-such-start.html\" {\r"
+                             "\"/index.html\" -> \"/a.html\" [color=red];\r"
+                             "\"/a.html\" -> \"/index.html\" [color=orange];\r"
+                             "\"/a.html\" -> \"/b.html\" [color=orange];\r}"));
+    EXPECT_EQ(hub->dotText(1000, true, false),
+              QStringLiteral("digraph \"file:///orrelwick-no-such-start.html\" {\r"
+                             "\"/index.html\" -> \"/a.html\";\r"
+                             "\"/a.html\" -> \"/b.html\";\r}"));
+    EXPECT_EQ(hub->dotText(0, false, false), QStringLiteral("digraph \"\" {\r}"));
+
+    // Writing goes through the save panel; cancelling writes nothing.
+    QTemporaryDir dir;
+    test::dialogs().panelAnswers.enqueue(dir.filePath("out.dot"));
+    hub->exportAsDot(1000, true, false);
+    QFile written(dir.filePath("out.dot"));
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(written.readAll()), hub->dotText(1000, true, false));
+    hub->exportAsCSV(); // no answer queued: cancelled
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 1);
+}
