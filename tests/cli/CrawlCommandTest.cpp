@@ -143,6 +143,8 @@ TEST_F(CrawlCommandTest, UsageAndStartErrorsExitTwoWithOneLine)
         { "http://127.0.0.1:1/", "--config", site.filePath("bad.lcsettings") },
         { "http://127.0.0.1:1/", "--config-name", "no such configuration" },
         { "ftp://127.0.0.1/x" },
+        { "http://" },
+        { "not a url at all" },
         { "http://127.0.0.1:1/", "http://127.0.0.1:2/" },
     };
     for (const QStringList &args : cases) {
