@@ -14,6 +14,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QDir>
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <QSocketNotifier>
@@ -195,6 +196,11 @@ int runCrawlCommand(const QStringList &args)
             return fail(QStringLiteral("cannot crawl \"%1\": not an http, https or file URL")
                                 .arg(controls.urlField));
     }
+
+    // A CSV that cannot be written is known before the crawl, not after it.
+    if (!o.flatCsv.isEmpty() && o.flatCsv != QLatin1String("-")
+        && !QFileInfo(o.flatCsv).absoluteDir().exists())
+        return fail(QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv));
 
     LinkCheckerHub hub(&controls, &manager);
     const bool progress = !o.quiet && ::isatty(STDERR_FILENO);

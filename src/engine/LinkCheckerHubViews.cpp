@@ -6,6 +6,7 @@
 #include "links/LinkCheckerUrl.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <cstdio>
@@ -250,6 +251,16 @@ bool LinkCheckerHub::exportAsFlatCSVForCLI(const QString &path, const QStringLis
         if (!ok && error)
             *error = QStringLiteral("cannot write to standard output");
         return ok;
+    }
+    // A device or a pipe (such as /dev/stderr) cannot be replaced atomically: write into it.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile() && !info.isDir()) {
+        QFile device(path);
+        if (device.open(QIODevice::WriteOnly) && device.write(bytes) == bytes.size())
+            return true;
+        if (error)
+            *error = QStringLiteral("cannot write %1: %2").arg(path, device.errorString());
+        return false;
     }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {

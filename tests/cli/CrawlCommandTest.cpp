@@ -146,6 +146,7 @@ TEST_F(CrawlCommandTest, UsageAndStartErrorsExitTwoWithOneLine)
         { "http://" },
         { "not a url at all" },
         { "http://127.0.0.1:1/", "http://127.0.0.1:2/" },
+        { "http://127.0.0.1:1/", "--flat-csv", "/orrelwick-no-such-dir/out.csv" },
     };
     for (const QStringList &args : cases) {
         const CliRun r = runCli(args);
