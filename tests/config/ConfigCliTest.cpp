@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QProcessEnvironment>
 
 using namespace orel;
 
@@ -12,10 +11,10 @@ namespace {
 struct CliResult
 {
     int exitCode = -1;
-    QString out;
-    QString err;
+    QString out, err;
 };
 
+// Runs the built program's "config" command against its own store inside the test home.
 class ConfigCliTest : public test::ConfigTest
 {
 protected:
@@ -24,67 +23,55 @@ protected:
         ConfigTest::SetUp();
         if (!QFileInfo::exists(QStringLiteral(ORRELWICK_CLI_PATH)))
             GTEST_SKIP() << "orrelwick-cli has not been built";
-        store = test::home() + QStringLiteral("/cli-home");
         QDir().mkpath(store);
-        ASSERT_TRUE(Plist::writeFile(store + QStringLiteral("/httpexampletest"),
-            QVariantMap { { QStringLiteral("url"), QStringLiteral("http://example.test/") },
-                { QStringLiteral("name"), QStringLiteral("Example site") },
-                { QStringLiteral("checkBlacklist"), QStringLiteral("logout , print") },
-                { QStringLiteral("timeOut"), QStringLiteral("0") },
-                { QStringLiteral("status"), QStringLiteral("no bad links") },
-                { QStringLiteral("sitemapRules"),
-                    QVariantList {
-                        QVariantMap { { QStringLiteral("contains"), QStringLiteral("blog") },
-                            { QStringLiteral("priority"), QStringLiteral("0.3") },
-                            { QStringLiteral("update"), QStringLiteral("daily") } } } } }));
+        const QVariantMap blog { { u"contains"_s, u"blog"_s }, { u"priority"_s, u"0.3"_s },
+            { u"update"_s, u"daily"_s } };
+        ASSERT_TRUE(Plist::writeFile(store + u"/httpexampletest"_s,
+            QVariantMap { { u"url"_s, u"http://example.test/"_s }, { u"name"_s, u"Example site"_s },
+                { u"checkBlacklist"_s, u"logout , print"_s }, { u"timeOut"_s, u"0"_s },
+                { u"status"_s, u"no bad links"_s },
+                { u"sitemapRules"_s, QVariantList { blog } } }));
     }
 
     CliResult cli(const QStringList &args) const
     {
         QProcess p;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("ORRELWICK_HOME"), store);
-        env.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+        env.insert(u"ORRELWICK_HOME"_s, store);
+        env.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
         p.setProcessEnvironment(env);
-        p.start(
-            QStringLiteral(ORRELWICK_CLI_PATH), QStringList { QStringLiteral("config") } + args);
+        p.start(QStringLiteral(ORRELWICK_CLI_PATH), QStringList { u"config"_s } + args);
         CliResult r;
-        if (!p.waitForFinished(60000))
-            return r;
-        r.exitCode = p.exitCode();
-        r.out = QString::fromUtf8(p.readAllStandardOutput());
-        r.err = QString::fromUtf8(p.readAllStandardError());
+        if (p.waitForFinished(60000))
+            r = { p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+                QString::fromUtf8(p.readAllStandardError()) };
         return r;
     }
 
-    QString store;
+    const QString store = test::home() + u"/cli-home"_s;
 };
 
 } // namespace
 
-TEST_F(ConfigCliTest, ListsOneLinePerConfiguration)
+TEST_F(ConfigCliTest, ListsAndShowsSortedSettingsAsLoaded)
 {
-    const CliResult r = cli({ QStringLiteral("list") });
+    CliResult r = cli({ u"list"_s });
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QStringLiteral("Example site\thttp://example.test/\thttpexampletest\n"));
+    EXPECT_EQ(r.out, u"Example site\thttp://example.test/\thttpexampletest\n"_s);
     EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
-}
 
-TEST_F(ConfigCliTest, ShowsSortedSettingsAsLoaded)
-{
-    for (const QString &name :
-        { QStringLiteral("Example site"), QStringLiteral("httpexampletest") }) {
-        const CliResult r = cli({ QStringLiteral("show"), name });
+    for (const QString &name : { u"Example site"_s, u"httpexampletest"_s }) {
+        r = cli({ u"show"_s, name });
         ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-        const QStringList lines = r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        EXPECT_TRUE(lines.contains(QStringLiteral("checkBlacklist = logout,print")));
-        EXPECT_TRUE(lines.contains(QStringLiteral("timeOut = 30"))); // load rules applied
-        EXPECT_TRUE(lines.contains(QStringLiteral("status = no bad links")));
-        EXPECT_TRUE(lines.contains(
-            QStringLiteral("sitemapRules = contains=blog priority=0.3 update=daily")));
+        const QStringList lines = r.out.split(u'\n', Qt::SkipEmptyParts);
+        for (const QString &expected : { u"checkBlacklist = logout,print"_s,
+                 u"timeOut = 30"_s, // the load rules were applied
+                 u"status = no bad links"_s,
+                 u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
+            EXPECT_TRUE(lines.contains(expected)) << expected.toStdString();
         QStringList keys;
         for (const QString &line : lines)
-            keys.append(line.section(QStringLiteral(" = "), 0, 0));
+            keys.append(line.section(u" = "_s, 0, 0));
         QStringList sorted = keys;
         std::sort(sorted.begin(), sorted.end(), [](const QString &a, const QString &b) {
             return a.compare(b, Qt::CaseInsensitive) < 0;
@@ -95,46 +82,39 @@ TEST_F(ConfigCliTest, ShowsSortedSettingsAsLoaded)
 
 TEST_F(ConfigCliTest, ExportThenImportMakesASecondConfiguration)
 {
-    const QString exported = test::home() + QStringLiteral("/example.lcsettings");
-    CliResult r = cli({ QStringLiteral("export"), QStringLiteral("Example site"), exported });
+    const QString exported = test::home() + u"/example.lcsettings"_s;
+    CliResult r = cli({ u"export"_s, u"Example site"_s, exported });
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    const QVariantMap written = Plist::readFile(exported).value_or(QVariant()).toMap();
-    EXPECT_EQ(written.value(QStringLiteral("url")), QStringLiteral("http://example.test/"));
+    EXPECT_EQ(readPlist(exported).value(u"url"_s), u"http://example.test/"_s);
 
-    r = cli({ QStringLiteral("import"), exported });
+    r = cli({ u"import"_s, exported });
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QStringLiteral("httpexampletest-1\n"));
-    r = cli({ QStringLiteral("list") });
-    EXPECT_EQ(r.out.count(QLatin1Char('\n')), 2);
+    EXPECT_EQ(r.out, u"httpexampletest-1\n"_s);
+    EXPECT_EQ(cli({ u"list"_s }).out.count(u'\n'), 2);
 }
 
 TEST_F(ConfigCliTest, MistakesGiveOneLineAndStatusTwo)
 {
-    const QString garbage = test::home() + QStringLiteral("/garbage.lcsettings");
-    QFile f(garbage);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("<plist><dict><key>url</key></dict></plist>");
-    f.close();
+    const QString h = test::home();
+    writeBytes(h + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
     const QStringList cases[] = {
         {},
-        { QStringLiteral("frobnicate") },
-        { QStringLiteral("show") },
-        { QStringLiteral("show"), QStringLiteral("No such site") },
-        { QStringLiteral("export"), QStringLiteral("Example site") },
-        { QStringLiteral("export"), QStringLiteral("Nope"), test::home() + QStringLiteral("/x") },
-        { QStringLiteral("export"), QStringLiteral("Example site"),
-            test::home() + QStringLiteral("/no/such/dir/x.lcsettings") },
-        { QStringLiteral("import"), test::home() + QStringLiteral("/missing.lcsettings") },
-        { QStringLiteral("import"), garbage },
-        { QStringLiteral("list"), QStringLiteral("extra") },
+        { u"frobnicate"_s },
+        { u"show"_s },
+        { u"show"_s, u"No such site"_s },
+        { u"export"_s, u"Example site"_s },
+        { u"export"_s, u"Nope"_s, h + u"/x"_s },
+        { u"export"_s, u"Example site"_s, h + u"/no/such/dir/x.lcsettings"_s },
+        { u"import"_s, h + u"/missing.lcsettings"_s },
+        { u"import"_s, h + u"/garbage.lcsettings"_s },
+        { u"list"_s, u"extra"_s },
     };
     for (const QStringList &args : cases) {
         const CliResult r = cli(args);
-        const std::string what = args.join(QLatin1Char(' ')).toStdString();
+        const std::string what = args.join(u' ').toStdString() + ": " + r.err.toStdString();
         EXPECT_EQ(r.exitCode, 2) << what;
         EXPECT_TRUE(r.out.isEmpty()) << what;
-        EXPECT_TRUE(r.err.startsWith(QLatin1String("orrelwick-cli: ")))
-            << what << ": " << r.err.toStdString();
-        EXPECT_EQ(r.err.count(QLatin1Char('\n')), 1) << what << ": " << r.err.toStdString();
+        EXPECT_TRUE(r.err.startsWith(QLatin1String("orrelwick-cli: "))) << what;
+        EXPECT_EQ(r.err.count(u'\n'), 1) << what;
     }
 }

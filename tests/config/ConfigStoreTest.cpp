@@ -10,34 +10,23 @@ using orel::test::ConfigTest;
 
 namespace {
 
-const QString YES = QStringLiteral("YES");
-const QString NO = QStringLiteral("NO");
+const QString YES = u"YES"_s;
+const QString NO = u"NO"_s;
 
 // A configuration as the program writes it: every key, values in their canonical form.
 QVariantMap fullConfig(const QString &url, const QString &name)
 {
     QVariantMap d = OrelConfigManager::compileBlankDict();
-    d.insert(QStringLiteral("url"), url);
-    d.insert(QStringLiteral("name"), name);
-    d.insert(QStringLiteral("checkBlacklist"), QStringLiteral("logout,/print/"));
-    d.insert(QStringLiteral("followBlacklist"), QStringLiteral("calendar"));
-    d.insert(QStringLiteral("followWhitelist"), QString());
-    d.insert(QStringLiteral("numberOfThreads"), QStringLiteral("8"));
-    d.insert(QStringLiteral("timeOut"), QStringLiteral("45"));
-    d.insert(QStringLiteral("delay"), QStringLiteral("0.5"));
-    d.insert(QStringLiteral("followQuerystring"), YES);
-    d.insert(QStringLiteral("ignoreSlash"), NO);
-    d.insert(QStringLiteral("followCheckbox"), YES);
-    d.insert(QStringLiteral("checkImages"), YES);
-    d.insert(QStringLiteral("KestovanAttemptAuthentication"), NO);
-    d.insert(QStringLiteral("OrrelwickMainWindowEdited"), NO);
-    d.insert(QStringLiteral("selectedConfig"), QStringLiteral("0"));
-    d.insert(QStringLiteral("sitemapRules"),
-        QVariantList { QVariantMap { { QStringLiteral("contains"), QStringLiteral("blog") },
-            { QStringLiteral("priority"), QStringLiteral("0.3") },
-            { QStringLiteral("update"), QStringLiteral("daily") } } });
-    d.insert(QStringLiteral("status"), QStringLiteral("2 bad links"));
-    d.insert(QStringLiteral("dateStamp"), QStringLiteral("2024-05-06 07:08:09"));
+    d.insert({ { u"url"_s, url }, { u"name"_s, name }, { u"checkBlacklist"_s, u"logout,/print/"_s },
+        { u"followBlacklist"_s, u"calendar"_s }, { u"numberOfThreads"_s, u"8"_s },
+        { u"timeOut"_s, u"45"_s }, { u"delay"_s, u"0.5"_s }, { u"followQuerystring"_s, YES },
+        { u"ignoreSlash"_s, NO }, { u"followCheckbox"_s, YES }, { u"checkImages"_s, YES },
+        { u"KestovanAttemptAuthentication"_s, NO }, { u"OrrelwickMainWindowEdited"_s, NO },
+        { u"selectedConfig"_s, u"0"_s }, { u"status"_s, u"2 bad links"_s },
+        { u"dateStamp"_s, u"2024-05-06 07:08:09"_s },
+        { u"sitemapRules"_s,
+            QVariantList { QVariantMap { { u"contains"_s, u"blog"_s }, { u"priority"_s, u"0.3"_s },
+                { u"update"_s, u"daily"_s } } } } });
     return d;
 }
 
@@ -45,51 +34,28 @@ QVariantMap fullConfig(const QString &url, const QString &name)
 
 TEST_F(ConfigTest, ConfigurationSurvivesLoadAndSaveUnchanged)
 {
-    writeConfig(QStringLiteral("httpexamplecom"),
-        fullConfig(QStringLiteral("http://example.com/"), QStringLiteral("Example")));
-    const QByteArray before = bytesOf(QStringLiteral("httpexamplecom"));
+    writeConfig(u"httpexamplecom"_s, fullConfig(u"http://example.com/"_s, u"Example"_s));
+    const QByteArray before = bytesOf(u"httpexamplecom"_s);
     manager->loadAllUrls();
     manager->selectRow(0);
     EXPECT_FALSE(manager->isEdited());
-    EXPECT_EQ(manager->saveMenuItem(), QStringLiteral("httpexamplecom"));
-    EXPECT_EQ(bytesOf(QStringLiteral("httpexamplecom")), before);
+    EXPECT_EQ(manager->saveMenuItem(), u"httpexamplecom"_s);
+    EXPECT_EQ(bytesOf(u"httpexamplecom"_s), before);
     EXPECT_EQ(QDir(test::home()).entryList(QDir::Files).size(), 1);
 }
 
-TEST_F(ConfigTest, BlankDictionaryHasTheBlankValuesAndLoadsAsDefaults)
+TEST_F(ConfigTest, BlankDictionaryHasTheBlankValues)
 {
-    const QVariantMap blank = OrelConfigManager::compileBlankDict();
-    const QVariantMap expected {
-        { QStringLiteral("url"), QString() },
-        { QStringLiteral("name"), QString() },
-        { QStringLiteral("checkBlacklist"), QString() },
-        { QStringLiteral("followBlacklist"), QString() },
-        { QStringLiteral("followWhitelist"), QString() },
-        { QStringLiteral("numberOfThreads"), QStringLiteral("12") },
-        { QStringLiteral("timeOut"), QStringLiteral("30") },
-        { QStringLiteral("followQuerystring"), NO },
-        { QStringLiteral("checkErrorPages"), NO },
-        { QStringLiteral("checkImages"), NO },
-        { QStringLiteral("followCheckbox"), NO },
-        { QStringLiteral("nofollowCheckbox"), NO },
-        { QStringLiteral("uniqueTitles"), NO },
-        { QStringLiteral("archivePages"), NO },
-        { QStringLiteral("OrrelwickSitemapOnly"), NO },
-        { QStringLiteral("OrrelwickHashIsBad"), NO },
-        { QStringLiteral("OrrelwickXmlNoBlacklisted"), NO },
-        { QStringLiteral("blacklistCheckContent"), NO },
-        { QStringLiteral("plainTextMode"), NO },
-    };
-    EXPECT_EQ(blank, expected);
-
-    // The blank "followCheckbox" of NO means single-page mode; absent keys keep their defaults.
-    manager->implementSettingsFromDictionary(blank);
-    EXPECT_EQ(controls->followButton, CheckState::On);
-    EXPECT_EQ(controls->qsButton, CheckState::On);
-    EXPECT_EQ(controls->slashButton, CheckState::On);
-    EXPECT_EQ(controls->numberOfThreads, 12);
-    EXPECT_EQ(controls->timeoutField, 30.0);
-    EXPECT_EQ(controls->delayField, 0.0);
+    QVariantMap expected { { u"numberOfThreads"_s, u"12"_s }, { u"timeOut"_s, u"30"_s } };
+    for (const char *key :
+        { "url", "name", "checkBlacklist", "followBlacklist", "followWhitelist" })
+        expected.insert(QLatin1String(key), QString());
+    for (const char *key : { "followQuerystring", "checkErrorPages", "checkImages",
+             "followCheckbox", "nofollowCheckbox", "uniqueTitles", "archivePages",
+             "OrrelwickSitemapOnly", "OrrelwickHashIsBad", "OrrelwickXmlNoBlacklisted",
+             "blacklistCheckContent", "plainTextMode" })
+        expected.insert(QLatin1String(key), NO);
+    EXPECT_EQ(OrelConfigManager::compileBlankDict(), expected);
 }
 
 TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
@@ -104,201 +70,172 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
         return QVariantMap { { QLatin1String(k), v } };
     };
     const Case cases[] = {
-        { d("timeOut", QStringLiteral("0")), "timeoutField", "30" },
-        { d("timeOut", QStringLiteral("0.9")), "timeoutField", "30" },
-        { d("timeOut", QStringLiteral("abc")), "timeoutField", "30" },
-        { d("timeOut", QStringLiteral("45")), "timeoutField", "45" },
-        { d("timeOut", QStringLiteral("2.5")), "timeoutField", "2.5" },
-        { d("numberOfThreads", QStringLiteral("999")), "numberOfThreads", "64" },
-        { d("numberOfThreads", QStringLiteral("0")), "numberOfThreads", "1" },
-        { d("numberOfThreads", QStringLiteral("-5")), "numberOfThreads", "1" },
-        { d("numberOfThreads", QStringLiteral("8 threads")), "numberOfThreads", "8" },
-        { d("delay", QStringLiteral("1.5")), "delayField", "1.5" },
-        { QVariantMap {}, "delayField", "0" },
-        { QVariantMap {}, "slashButton", "on" },
-        { QVariantMap {}, "followButton", "off" },
-        { QVariantMap {}, "imgButton", "off" },
-        { QVariantMap {}, "qsButton", "on" },
-        { d("ignoreSlash", NO), "slashButton", "off" },
-        { d("followCheckbox", NO), "followButton", "on" },
+        { d("timeOut", u"0"_s), "timeoutField", "30" },
+        { d("timeOut", u"0.9"_s), "timeoutField", "30" },
+        { d("timeOut", u"abc"_s), "timeoutField", "30" },
+        { d("timeOut", u"45"_s), "timeoutField", "45" },
+        { d("timeOut", u"2.5"_s), "timeoutField", "2.5" },
+        { d("numberOfThreads", u"999"_s), "numberOfThreads", "64" },
+        { d("numberOfThreads", u"0"_s), "numberOfThreads", "1" },
+        { d("numberOfThreads", u"-5"_s), "numberOfThreads", "1" },
+        { d("numberOfThreads", u"8 threads"_s), "numberOfThreads", "8" },
+        { d("delay", u"1.5"_s), "delayField", "1.5" }, { {}, "delayField", "0" },
+        { {}, "slashButton", "on" }, { {}, "followButton", "off" }, { {}, "imgButton", "off" },
+        { {}, "qsButton", "on" }, { d("ignoreSlash", NO), "slashButton", "off" },
+        { d("followCheckbox", NO), "followButton", "on" }, // NO means single-page mode
         { d("followCheckbox", YES), "followButton", "off" },
         { d("followQuerystring", YES), "qsButton", "off" },
-        { d("followQuerystring", QStringLiteral("yes")), "qsButton", "on" },
-        { d("checkImages", YES), "imgButton", "on" },
-        { d("checkImages", true), "imgButton", "on" },
+        { d("followQuerystring", u"yes"_s), "qsButton", "on" },
+        { d("checkImages", YES), "imgButton", "on" }, { d("checkImages", true), "imgButton", "on" },
         { d("uniqueTitles", YES), "uniqueTitleButton", "on" },
         { d("blacklistCheckContent", YES), "blacklistCheckContentCheckBox", "on" },
         { d("OrrelwickSitemapOnly", YES), "sitemapOnly", "on" },
         { d("KestovanAttemptAuthentication", YES), "attemptAuthentication", "on" },
-        { d("url", QStringLiteral("http://a.test/")), "urlField", "http://a.test/" },
+        { d("url", u"http://a.test/"_s), "urlField", "http://a.test/" },
+        { {}, "urlField", "kept" }, // without "url" the address field is left as it was
     };
     for (const Case &c : cases) {
         controls->setDefaults();
-        controls->urlField = QStringLiteral("kept");
+        controls->urlField = u"kept"_s;
         manager->implementSettingsFromDictionary(c.dict);
         EXPECT_EQ(controls->valueByName(QLatin1String(c.control)), QLatin1String(c.expected))
-            << c.control << " from " << QStringList(c.dict.keys()).join(',').toStdString();
+            << c.control << " from " << QStringList(c.dict.keys()).join(u',').toStdString();
     }
-    // Without "url" the address field is left as it was.
-    controls->urlField = QStringLiteral("kept");
-    manager->implementSettingsFromDictionary({});
-    EXPECT_EQ(controls->urlField, QStringLiteral("kept"));
 }
 
 TEST_F(ConfigTest, EverySwitchSurvivesApplyAndCompileBothWays)
 {
-    const QStringList keys { "followQuerystring", "checkErrorPages", "ignoreSlash", "checkImages",
-        "followCheckbox", "nofollowCheckbox", "uniqueTitles", "archivePages",
-        "OrrelwickSitemapOnly", "OrrelwickHashIsBad", "OrrelwickXmlNoBlacklisted",
-        "blacklistCheckContent", "plainTextMode", "KestovanAttemptAuthentication" };
-    for (const QString &key : keys) {
+    for (const char *key : { "followQuerystring", "checkErrorPages", "ignoreSlash", "checkImages",
+             "followCheckbox", "nofollowCheckbox", "uniqueTitles", "archivePages",
+             "OrrelwickSitemapOnly", "OrrelwickHashIsBad", "OrrelwickXmlNoBlacklisted",
+             "blacklistCheckContent", "plainTextMode", "KestovanAttemptAuthentication" }) {
         for (const QString &value : { YES, NO }) {
             QVariantMap dict = manager->compileConfigDict();
-            dict.insert(key, value);
+            dict.insert(QLatin1String(key), value);
             manager->implementSettingsFromDictionary(dict);
-            EXPECT_EQ(manager->compileConfigDict().value(key).toString(), value)
-                << key.toStdString() << "=" << value.toStdString();
+            EXPECT_EQ(manager->compileConfigDict().value(QLatin1String(key)).toString(), value)
+                << key << "=" << value.toStdString();
         }
     }
 }
 
 TEST_F(ConfigTest, NewFileNamesKeepLettersAndCountUp)
 {
-    struct Case
-    {
-        const char *url;
-        const char *fileName;
-    };
-    const Case cases[] = {
-        { "http://www.example.com/a/b.html", "httpwwwexamplecomabhtml" }, { "", "nourl" },
-        { "http://www.example.com/a/b.html", "httpwwwexamplecomabhtml-1" },
-        { "http://www.example.com/a/b.html", "httpwwwexamplecomabhtml-2" }, { "", "nourl-1" },
-        { "temp", "temp-1" }, // never the crawl's working folder
-    };
-    for (const Case &c : cases) {
+    const std::pair<QString, QString> cases[] = { // url, file name
+        { u"http://www.example.com/a/b.html"_s, u"httpwwwexamplecomabhtml"_s }, { {}, u"nourl"_s },
+        { u"http://www.example.com/a/b.html"_s, u"httpwwwexamplecomabhtml-1"_s },
+        { u"http://www.example.com/a/b.html"_s, u"httpwwwexamplecomabhtml-2"_s },
+        { {}, u"nourl-1"_s }, { u"temp"_s, u"temp-1"_s }
+    }; // never the crawl's working folder
+    for (const auto &[url, fileName] : cases) {
         manager->newURL();
-        controls->urlField = QLatin1String(c.url);
-        EXPECT_EQ(manager->saveMenuItem(), QLatin1String(c.fileName)) << c.url;
-        EXPECT_TRUE(QFile::exists(pathOf(QLatin1String(c.fileName))));
+        controls->urlField = url;
+        EXPECT_EQ(manager->saveMenuItem(), fileName) << url.toStdString();
+        EXPECT_TRUE(QFile::exists(pathOf(fileName)));
     }
 }
 
-TEST_F(ConfigTest, SavingTheSelectedConfigurationKeepsItsFileName)
+TEST_F(ConfigTest, SavingAndRenamingKeepTheFileAndWhatTheControlsDoNotHold)
 {
-    writeConfig(QStringLiteral("mysite"),
-        fullConfig(QStringLiteral("http://old.test/"), QStringLiteral("Mine")));
+    writeConfig(u"mysite"_s, fullConfig(u"http://old.test/"_s, u"Mine"_s));
     manager->loadAllUrls();
     manager->selectRow(0);
-    controls->urlField = QStringLiteral("http://new.test/");
-    EXPECT_EQ(manager->saveMenuItem(), QStringLiteral("mysite"));
-    EXPECT_EQ(readConfig(QStringLiteral("mysite")).value(QStringLiteral("url")),
-        QStringLiteral("http://new.test/"));
-    // Status and date of the last check are not settings of the controls; they survive.
-    EXPECT_EQ(readConfig(QStringLiteral("mysite")).value(QStringLiteral("status")),
-        QStringLiteral("2 bad links"));
-    EXPECT_EQ(manager->count(), 1);
+    controls->urlField = u"http://new.test/"_s;
+    EXPECT_EQ(manager->saveMenuItem(), u"mysite"_s);
+    EXPECT_EQ(readConfig(u"mysite"_s).value(u"url"_s), u"http://new.test/"_s);
+    EXPECT_EQ(readConfig(u"mysite"_s).value(u"status"_s), u"2 bad links"_s);
+    manager->setNewName(u"Renamed"_s);
+    EXPECT_EQ(readConfig(u"mysite"_s).value(u"name"_s), u"Renamed"_s);
+    EXPECT_EQ(manager->nameAt(0), u"Renamed"_s);
+
+    // A new configuration keeps its name in memory until it is saved.
+    manager->newURL();
+    EXPECT_EQ(manager->nameAt(manager->selectedRow()), u"untitled"_s);
+    EXPECT_EQ(manager->windowTitle(), u"Untitled"_s);
+    manager->setNewName(u"Fresh"_s);
+    controls->urlField = u"http://fresh/"_s;
+    EXPECT_EQ(manager->saveMenuItem(), u"httpfresh"_s);
+    EXPECT_EQ(readConfig(u"httpfresh"_s).value(u"name"_s), u"Fresh"_s);
+    EXPECT_EQ(manager->count(), 2);
+    EXPECT_EQ(manager->fileNameAt(manager->selectedRow()), u"httpfresh"_s);
 }
 
 TEST_F(ConfigTest, ListingSkipsWhatIsNotAConfiguration)
 {
-    writeConfig(
-        QStringLiteral("b-site"), { { QStringLiteral("url"), QStringLiteral("http://b/") } });
-    writeConfig(QStringLiteral("a-site"),
-        { { QStringLiteral("url"), QStringLiteral("http://a/") },
-            { QStringLiteral("name"), QStringLiteral("Site A") } });
-    writeConfig(
-        QStringLiteral(".hidden"), { { QStringLiteral("url"), QStringLiteral("http://h/") } });
-    writeConfig(
-        QStringLiteral("lastused"), { { QStringLiteral("url"), QStringLiteral("http://l/") } });
-    writeConfig(QStringLiteral("nourlhere"), { { QStringLiteral("name"), QStringLiteral("x") } });
-    QDir(test::home()).mkpath(QStringLiteral("temp"));
-    QDir(test::home()).mkpath(QStringLiteral("thumbs"));
-    QFile junk(pathOf(QStringLiteral("junk")));
-    ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
-    junk.write("not a property list");
-    junk.close();
+    writeUrl(u"b-site"_s, u"http://b/"_s);
+    writeConfig(u"a-site"_s, { { u"url"_s, u"http://a/"_s }, { u"name"_s, u"Site A"_s } });
+    writeUrl(u".hidden"_s, u"http://h/"_s);
+    writeUrl(u"lastused"_s, u"http://l/"_s);
+    writeConfig(u"nourlhere"_s, { { u"name"_s, u"x"_s } });
+    QDir(test::home()).mkpath(u"temp"_s);
+    QDir(test::home()).mkpath(u"thumbs"_s);
+    writeBytes(pathOf(u"junk"_s), "not a property list");
+    // The sitemap upload details are not a configuration either.
+    manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"pw"_s });
 
     manager->loadAllUrls();
-    EXPECT_EQ(manager->fileNameCollection(),
-        (QStringList { QStringLiteral("a-site"), QStringLiteral("b-site") }));
-    EXPECT_EQ(manager->nameCollection(),
-        (QStringList { QStringLiteral("Site A"), QStringLiteral("http://b/") }));
-    EXPECT_FALSE(manager->hasFewConfigurations());
-    EXPECT_EQ(manager->getUrlForFilename(QStringLiteral("b-site")), QStringLiteral("http://b/"));
-    EXPECT_EQ(manager->getNameForURL(QStringLiteral("http://a/")), QStringLiteral("Site A"));
-    EXPECT_TRUE(manager->getNameForURL(QStringLiteral("http://z/")).isNull());
-    EXPECT_EQ(manager->findConfiguration(QStringLiteral("Site A")), 0);
-    EXPECT_EQ(manager->findConfiguration(QStringLiteral("b-site")), 1);
-    EXPECT_EQ(manager->findConfiguration(QStringLiteral("nourlhere")), -1);
+    EXPECT_EQ(manager->fileNameCollection(), (QStringList { u"a-site"_s, u"b-site"_s }));
+    EXPECT_EQ(manager->nameCollection(), (QStringList { u"Site A"_s, u"http://b/"_s }));
+    EXPECT_EQ(manager->getUrlForFilename(u"b-site"_s), u"http://b/"_s);
+    EXPECT_EQ(manager->getNameForURL(u"http://a/"_s), u"Site A"_s);
+    EXPECT_TRUE(manager->getNameForURL(u"http://z/"_s).isNull());
+    EXPECT_EQ(manager->findConfiguration(u"Site A"_s), 0);
+    EXPECT_EQ(manager->findConfiguration(u"b-site"_s), 1);
+    EXPECT_EQ(manager->findConfiguration(u"nourlhere"_s), -1);
 }
 
 TEST_F(ConfigTest, FewerThanTwoConfigurationsClosesTheDrawer)
 {
-    UserDefaults::setValue(QLatin1String(DefaultsKey::DrawerOpen), true);
-    writeConfig(QStringLiteral("one"), { { QStringLiteral("url"), QStringLiteral("http://1/") } });
+    const QString drawer = QLatin1String(DefaultsKey::DrawerOpen);
+    UserDefaults::setValue(drawer, true);
+    writeUrl(u"one"_s, u"http://1/"_s);
     int signalled = 0;
     QObject::connect(manager.get(), &OrelConfigManager::fewConfigurationsChanged,
         [&](bool few) { signalled += few ? 1 : 0; });
     manager->loadAllUrls();
     EXPECT_TRUE(manager->hasFewConfigurations());
     EXPECT_EQ(signalled, 1);
-    EXPECT_FALSE(UserDefaults::boolValue(QLatin1String(DefaultsKey::DrawerOpen)));
+    EXPECT_FALSE(UserDefaults::boolValue(drawer));
 
-    writeConfig(QStringLiteral("two"), { { QStringLiteral("url"), QStringLiteral("http://2/") } });
+    writeUrl(u"two"_s, u"http://2/"_s);
     manager->loadAllUrls();
     EXPECT_FALSE(manager->hasFewConfigurations());
-
     // With enough configurations a request to open the drawer is honoured once.
-    UserDefaults::setValue(QLatin1String(DefaultsKey::DrawerOpen), true);
+    UserDefaults::setValue(drawer, true);
     EXPECT_TRUE(OrelConfigManager::takeDrawerOpenRequest());
     EXPECT_FALSE(OrelConfigManager::takeDrawerOpenRequest());
 }
 
 TEST_F(ConfigTest, DeleteAsksAndOnlyContinueDeletes)
 {
-    writeConfig(QStringLiteral("first"),
-        fullConfig(QStringLiteral("http://first/"), QStringLiteral("First")));
-    writeConfig(QStringLiteral("second"),
-        fullConfig(QStringLiteral("http://second/"), QStringLiteral("Second")));
+    writeConfig(u"first"_s, fullConfig(u"http://first/"_s, u"First"_s));
+    writeConfig(u"second"_s, fullConfig(u"http://second/"_s, u"Second"_s));
     manager->loadAllUrls();
+    EXPECT_FALSE(manager->deleteMenuItem()); // nothing selected
     manager->selectRow(1);
+    manager->setCrawlRunning(true);
+    EXPECT_FALSE(manager->deleteMenuItem());
+    manager->setCrawlRunning(false);
+    EXPECT_EQ(test::dialogs().countCalls(u"alert"_s), 0);
 
     test::dialogs().alertAnswers.enqueue(1); // Cancel
     EXPECT_FALSE(manager->deleteMenuItem());
     ASSERT_EQ(test::dialogs().calls.size(), 1);
-    EXPECT_EQ(test::dialogs().calls[0].title, QStringLiteral("Delete Configuration"));
-    EXPECT_EQ(test::dialogs().calls[0].buttons,
-        (QStringList { QStringLiteral("Continue"), QStringLiteral("Cancel") }));
-    EXPECT_TRUE(QFile::exists(pathOf(QStringLiteral("second"))));
+    EXPECT_EQ(test::dialogs().calls[0].title, u"Delete Configuration"_s);
+    EXPECT_EQ(test::dialogs().calls[0].buttons, (QStringList { u"Continue"_s, u"Cancel"_s }));
+    EXPECT_TRUE(QFile::exists(pathOf(u"second"_s)));
 
     test::dialogs().alertAnswers.enqueue(0); // Continue
     EXPECT_TRUE(manager->deleteMenuItem());
-    EXPECT_FALSE(QFile::exists(pathOf(QStringLiteral("second"))));
-    EXPECT_EQ(manager->fileNameCollection(), QStringList { QStringLiteral("first") });
+    EXPECT_FALSE(QFile::exists(pathOf(u"second"_s)));
+    EXPECT_EQ(manager->fileNameCollection(), QStringList { u"first"_s });
     // The row above is selected and shown.
     EXPECT_EQ(manager->selectedRow(), 0);
-    EXPECT_EQ(controls->urlField, QStringLiteral("http://first/"));
+    EXPECT_EQ(controls->urlField, u"http://first/"_s);
     EXPECT_FALSE(manager->isEdited());
-}
 
-TEST_F(ConfigTest, DeleteIsRefusedWhileCrawlingOrWithoutSelection)
-{
-    writeConfig(QStringLiteral("only"), { { QStringLiteral("url"), QStringLiteral("http://o/") } });
-    manager->loadAllUrls();
-    EXPECT_FALSE(manager->deleteMenuItem()); // nothing selected
-    manager->selectRow(0);
-    manager->setCrawlRunning(true);
-    EXPECT_FALSE(manager->deleteMenuItem());
-    EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 0);
-    EXPECT_TRUE(QFile::exists(pathOf(QStringLiteral("only"))));
-}
-
-TEST_F(ConfigTest, DeletingTheLastLeavesDefaults)
-{
-    writeConfig(
-        QStringLiteral("only"), fullConfig(QStringLiteral("http://o/"), QStringLiteral("Only")));
-    manager->loadAllUrls();
-    manager->selectRow(0);
+    // Deleting the last one leaves the defaults.
+    test::dialogs().alertAnswers.enqueue(0);
     EXPECT_TRUE(manager->deleteMenuItem());
     EXPECT_EQ(manager->count(), 0);
     EXPECT_EQ(manager->selectedRow(), -1);
@@ -308,126 +245,87 @@ TEST_F(ConfigTest, DeletingTheLastLeavesDefaults)
 
 TEST_F(ConfigTest, StatusAndDateStampGoToTheFileAndTheStatusLine)
 {
-    writeConfig(QStringLiteral("site"), { { QStringLiteral("url"), QStringLiteral("http://s/") } });
+    writeUrl(u"site"_s, u"http://s/"_s);
     manager->loadAllUrls();
-    manager->setStatus(QStringLiteral("ignored: nothing selected"));
-    EXPECT_FALSE(readConfig(QStringLiteral("site")).contains(QStringLiteral("status")));
+    manager->setStatus(u"ignored: nothing selected"_s);
+    EXPECT_FALSE(readConfig(u"site"_s).contains(u"status"_s));
 
     manager->selectRow(0);
     EXPECT_TRUE(manager->statusLine().isEmpty());
-    manager->setStatus(QStringLiteral("no bad links"));
+    manager->setStatus(u"no bad links"_s);
     manager->setDateStamp();
-    const QVariantMap stored = readConfig(QStringLiteral("site"));
-    const QString stamp = stored.value(QStringLiteral("dateStamp")).toString();
-    EXPECT_TRUE(QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d$"))
+    const QVariantMap stored = readConfig(u"site"_s);
+    const QString stamp = stored.value(u"dateStamp"_s).toString();
+    EXPECT_TRUE(QRegularExpression(u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d$"_s)
                     .match(stamp)
                     .hasMatch())
         << stamp.toStdString();
-    EXPECT_EQ(stored.value(QStringLiteral("status")), QStringLiteral("no bad links"));
-    EXPECT_EQ(manager->statusLine(), QStringLiteral("Last checked ") + stamp + " no bad links");
-
+    EXPECT_EQ(stored.value(u"status"_s), u"no bad links"_s);
+    EXPECT_EQ(manager->statusLine(), u"Last checked "_s + stamp + u" no bad links"_s);
     // Applying the file builds the other form of the line, with a comma.
     manager->selectRow(0);
-    EXPECT_EQ(manager->statusLine(), QStringLiteral("Last checked ") + stamp + ", no bad links");
+    EXPECT_EQ(manager->statusLine(), u"Last checked "_s + stamp + u", no bad links"_s);
 
     // A configuration whose file has gone is left alone.
-    QFile::remove(pathOf(QStringLiteral("site")));
-    manager->setStatus(QStringLiteral("x"));
-    EXPECT_FALSE(QFile::exists(pathOf(QStringLiteral("site"))));
-}
-
-TEST_F(ConfigTest, RenameWritesTheNameOrKeepsItInMemoryForANewOne)
-{
-    writeConfig(QStringLiteral("site"), { { QStringLiteral("url"), QStringLiteral("http://s/") } });
-    manager->loadAllUrls();
-    manager->selectRow(0);
-    manager->setNewName(QStringLiteral("Renamed"));
-    EXPECT_EQ(readConfig(QStringLiteral("site")).value(QStringLiteral("name")),
-        QStringLiteral("Renamed"));
-    EXPECT_EQ(manager->nameAt(0), QStringLiteral("Renamed"));
-
-    manager->newURL();
-    EXPECT_EQ(manager->nameAt(manager->selectedRow()), QStringLiteral("untitled"));
-    manager->setNewName(QStringLiteral("Fresh"));
-    controls->urlField = QStringLiteral("http://fresh/");
-    const QString fileName = manager->saveMenuItem();
-    EXPECT_EQ(fileName, QStringLiteral("httpfresh"));
-    EXPECT_EQ(readConfig(fileName).value(QStringLiteral("name")), QStringLiteral("Fresh"));
-    EXPECT_EQ(manager->count(), 2);
-    EXPECT_EQ(manager->fileNameAt(manager->selectedRow()), fileName);
+    QFile::remove(pathOf(u"site"_s));
+    manager->setStatus(u"x"_s);
+    EXPECT_FALSE(QFile::exists(pathOf(u"site"_s)));
 }
 
 TEST_F(ConfigTest, UnsavedChangesAreSavedOnlyWhenTheUserSaysSo)
 {
-    writeConfig(QStringLiteral("site"), { { QStringLiteral("url"), QStringLiteral("http://s/") } });
+    writeUrl(u"site"_s, u"http://s/"_s);
     manager->loadAllUrls();
-    manager->selectRow(0);
-
-    controls->setByName(QStringLiteral("numberOfThreads"), QStringLiteral("5"));
-    EXPECT_TRUE(manager->isEdited());
-    test::dialogs().alertAnswers.enqueue(1); // Don't save
-    manager->newURL();
-    EXPECT_EQ(test::dialogs().calls.last().title, QStringLiteral("Unsaved changes"));
-    EXPECT_FALSE(readConfig(QStringLiteral("site")).contains(QStringLiteral("numberOfThreads")));
-    EXPECT_TRUE(manager->isCreatingNewConfig());
-    EXPECT_EQ(manager->windowTitle(), QStringLiteral("Untitled"));
-
-    manager->selectRow(0);
-    controls->setByName(QStringLiteral("numberOfThreads"), QStringLiteral("5"));
-    test::dialogs().alertAnswers.enqueue(0); // Save
-    manager->newURL();
-    EXPECT_EQ(readConfig(QStringLiteral("site")).value(QStringLiteral("numberOfThreads")),
-        QStringLiteral("5"));
-
+    for (const int answer : { 1, 0 }) { // Don't save, then Save
+        manager->selectRow(0);
+        controls->setByName(u"numberOfThreads"_s, u"5"_s);
+        EXPECT_TRUE(manager->isEdited());
+        test::dialogs().alertAnswers.enqueue(answer);
+        manager->newURL();
+        EXPECT_EQ(test::dialogs().calls.last().title, u"Unsaved changes"_s);
+        EXPECT_EQ(readConfig(u"site"_s).value(u"numberOfThreads"_s).toString(),
+            answer == 0 ? u"5"_s : QString());
+        EXPECT_TRUE(manager->isCreatingNewConfig());
+    }
     // Without edits nobody is asked.
     test::resetDialogs();
     manager->newURL();
-    EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 0);
+    EXPECT_EQ(test::dialogs().countCalls(u"alert"_s), 0);
 }
 
-TEST_F(ConfigTest, OpenedSettingsAreSavedBackWhereTheyCameFrom)
+TEST_F(ConfigTest, OpenedSettingsAreSavedBackAndExportGoesThroughTheSavePanel)
 {
-    const QString outside = test::home() + QStringLiteral("/elsewhere/site.lcsettings");
+    const QString outside = test::home() + u"/elsewhere/site.lcsettings"_s;
     QDir().mkpath(QFileInfo(outside).path());
-    ASSERT_TRUE(Plist::writeFile(
-        outside, fullConfig(QStringLiteral("http://o/"), QStringLiteral("Outside"))));
+    ASSERT_TRUE(Plist::writeFile(outside, fullConfig(u"http://o/"_s, u"Outside"_s)));
     QString error;
     ASSERT_TRUE(manager->openSettings(outside, &error)) << error.toStdString();
-    EXPECT_EQ(controls->urlField, QStringLiteral("http://o/"));
+    EXPECT_EQ(controls->urlField, u"http://o/"_s);
     controls->timeoutField = 12;
     EXPECT_EQ(manager->saveMenuItem(), outside);
-    const QVariantMap back = Plist::readFile(outside).value_or(QVariant()).toMap();
-    EXPECT_EQ(back.value(QStringLiteral("timeOut")), QStringLiteral("12"));
-    EXPECT_EQ(back.value(QStringLiteral("name")), QStringLiteral("Outside"));
-    EXPECT_TRUE(QDir(test::home()).entryList(QDir::Files).filter(QStringLiteral("http")).isEmpty());
-
-    EXPECT_FALSE(manager->openSettings(test::home() + QStringLiteral("/missing"), &error));
+    EXPECT_EQ(readPlist(outside).value(u"timeOut"_s), u"12"_s);
+    EXPECT_EQ(readPlist(outside).value(u"name"_s), u"Outside"_s);
+    EXPECT_TRUE(QDir(test::home()).entryList(QDir::Files).isEmpty());
+    EXPECT_FALSE(manager->openSettings(test::home() + u"/missing"_s, &error));
     EXPECT_FALSE(error.isEmpty());
-}
 
-TEST_F(ConfigTest, ExportWritesThroughTheSavePanel)
-{
-    controls->urlField = QStringLiteral("http://x/");
-    manager->addBlacklistRule(QStringLiteral("logout"), OrelConfigManager::DoNotCheck);
-    const QString target = test::home() + QStringLiteral("/out");
-    test::dialogs().panelAnswers.enqueue(target);
+    test::dialogs().panelAnswers.enqueue(test::home() + u"/out"_s);
     EXPECT_TRUE(manager->exportMenuItem());
-    EXPECT_EQ(test::dialogs().calls.last().title, QStringLiteral("lcsettings"));
-    const QVariantMap written
-        = Plist::readFile(target + QStringLiteral(".lcsettings")).value_or(QVariant()).toMap();
-    EXPECT_EQ(written.value(QStringLiteral("checkBlacklist")), QStringLiteral("logout"));
-
+    EXPECT_EQ(test::dialogs().calls.last().title, u"lcsettings"_s);
+    const QVariantMap written = readPlist(test::home() + u"/out.lcsettings"_s);
+    EXPECT_EQ(written.value(u"checkBlacklist"_s), u"logout,/print/"_s);
+    EXPECT_FALSE(written.contains(u"selectedConfig"_s));
     EXPECT_FALSE(manager->exportMenuItem()); // cancelled
 }
 
 TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRow)
 {
-    writeConfig(QStringLiteral("a"), { { QStringLiteral("url"), QStringLiteral("http://a/") } });
-    writeConfig(QStringLiteral("b"), { { QStringLiteral("url"), QStringLiteral("http://b/") } });
+    writeUrl(u"a"_s, u"http://a/"_s);
+    writeUrl(u"b"_s, u"http://b/"_s);
     manager->loadAllUrls();
     manager->selectRow(1);
-    controls->setByName(QStringLiteral("numberOfThreads"), QStringLiteral("3"));
-    manager->addBlacklistRule(QStringLiteral("x"), OrelConfigManager::OnlyFollow);
+    controls->setByName(u"numberOfThreads"_s, u"3"_s);
+    manager->addBlacklistRule(u"x"_s, OrelConfigManager::OnlyFollow);
     manager->saveLastUsedSettings();
 
     SettingsControls otherControls;
@@ -436,39 +334,27 @@ TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRow)
     other.implementLastUsedSettings();
     EXPECT_EQ(other.selectedRow(), 1);
     EXPECT_EQ(otherControls.numberOfThreads, 3);
-    EXPECT_EQ(other.getFollowWhitelistArray(), QStringList { QStringLiteral("x") });
+    EXPECT_EQ(other.getFollowWhitelistArray(), QStringList { u"x"_s });
     EXPECT_TRUE(other.isEdited()); // the edits were never saved
 
     manager->saveBlankSettings();
-    EXPECT_EQ(Plist::readFile(AppSupport::lastUsedFile()).value_or(QVariant()).toMap(),
-        OrelConfigManager::compileBlankDict());
+    EXPECT_EQ(readPlist(AppSupport::lastUsedFile()), OrelConfigManager::compileBlankDict());
 }
 
 TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
 {
-    struct Case
-    {
-        const char *key;
-        const char *value;
-        bool ok;
+    const std::tuple<QString, QString, bool> cases[] = { // key, value, accepted
+        { u"noSuchKey"_s, u"1"_s, false }, { u"numberOfThreads"_s, u"many"_s, false },
+        { u"numberOfThreads"_s, u"4"_s, true }, { u"timeOut"_s, u"1.5s"_s, false },
+        { u"timeOut"_s, u"0"_s, true }, { u"checkImages"_s, u"maybe"_s, false },
+        { u"checkImages"_s, u"yes"_s, true }, { u"followCheckbox"_s, u"off"_s, true },
+        { u"sitemapRules"_s, u"junk"_s, false }
     };
-    const Case cases[] = {
-        { "noSuchKey", "1", false },
-        { "numberOfThreads", "many", false },
-        { "numberOfThreads", "4", true },
-        { "timeOut", "1.5s", false },
-        { "timeOut", "0", true },
-        { "checkImages", "maybe", false },
-        { "checkImages", "yes", true },
-        { "followCheckbox", "off", true },
-        { "sitemapRules", "junk", false },
-    };
-    for (const Case &c : cases) {
+    for (const auto &[key, value, ok] : cases) {
         QString error;
-        EXPECT_EQ(
-            manager->applySettingsKey(QLatin1String(c.key), QLatin1String(c.value), &error), c.ok)
-            << c.key << "=" << c.value;
-        EXPECT_EQ(error.isEmpty(), c.ok) << c.key;
+        EXPECT_EQ(manager->applySettingsKey(key, value, &error), ok)
+            << key.toStdString() << "=" << value.toStdString();
+        EXPECT_EQ(error.isEmpty(), ok) << key.toStdString();
     }
     // The load rules still apply, and the other settings are untouched.
     EXPECT_EQ(controls->numberOfThreads, 4);
@@ -476,43 +362,35 @@ TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
     EXPECT_EQ(controls->imgButton, CheckState::On);
     EXPECT_EQ(controls->followButton, CheckState::On);
 
-    const QString rules = QStringLiteral(
-        "contains=blog priority=0.3 update=daily; contains=a b priority=1 update=never");
-    ASSERT_TRUE(manager->applySettingsKey(QStringLiteral("sitemapRules"), rules));
+    const QString rules
+        = u"contains=blog priority=0.3 update=daily; contains=a b priority=1 update=never"_s;
+    ASSERT_TRUE(manager->applySettingsKey(u"sitemapRules"_s, rules));
     EXPECT_EQ(OrelConfigManager::showSitemapRules(manager->getSitemapRules()), rules);
-    EXPECT_EQ(manager->sitemapRuleValue(1, QStringLiteral("contains")), QStringLiteral("a b"));
+    EXPECT_EQ(manager->sitemapRuleValue(1, u"contains"_s), u"a b"_s);
 }
 
 TEST_F(ConfigTest, ThumbnailPrefersTiffThenTifThenTheDefaultIcon)
 {
     QDir().mkpath(AppSupport::thumbsFolder());
-    EXPECT_EQ(OrelConfigManager::getThumbForFilename(QStringLiteral("site")),
-        QStringLiteral("defaultWebIcon"));
-    QFile tif(AppSupport::thumbsFolder() + QStringLiteral("/site.tif"));
-    ASSERT_TRUE(tif.open(QIODevice::WriteOnly));
-    tif.close();
-    EXPECT_EQ(OrelConfigManager::getThumbForFilename(QStringLiteral("site")), tif.fileName());
-    QFile tiff(AppSupport::thumbsFolder() + QStringLiteral("/site.tiff"));
-    ASSERT_TRUE(tiff.open(QIODevice::WriteOnly));
-    tiff.close();
-    EXPECT_EQ(OrelConfigManager::getThumbForFilename(QStringLiteral("site")), tiff.fileName());
+    const QString base = AppSupport::thumbsFolder() + u"/site"_s;
+    EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"site"_s), u"defaultWebIcon"_s);
+    writeBytes(base + u".tif"_s, {});
+    EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"site"_s), base + u".tif"_s);
+    writeBytes(base + u".tiff"_s, {});
+    EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"site"_s), base + u".tiff"_s);
 }
 
 TEST_F(ConfigTest, FtpDetailsAreStoredPrivatelyAndThePasswordNeverLogged)
 {
     test::LogCapture logs;
-    manager->saveFtpDetails({ QStringLiteral("ftp.example.test"), QStringLiteral("htdocs"),
-        QStringLiteral("me"), QStringLiteral("s3cret-pw") });
-    EXPECT_TRUE(logs.contains(QStringLiteral("saveFtpDetails called, writing to ")
-        + OrelConfigManager::ftpDetailsPath()));
+    manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"s3cret-pw"_s });
+    EXPECT_TRUE(logs.contains(
+        u"saveFtpDetails called, writing to "_s + OrelConfigManager::ftpDetailsPath()));
     for (const QString &line : logs.lines)
-        EXPECT_FALSE(line.contains(QStringLiteral("s3cret-pw")));
+        EXPECT_FALSE(line.contains(u"s3cret-pw"_s));
     const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
     EXPECT_EQ((QFile::permissions(OrelConfigManager::ftpDetailsPath()) & others).toInt(), 0);
     const OrelConfigManager::FtpDetails back = OrelConfigManager::loadFtpDetails();
-    EXPECT_EQ(back.server, QStringLiteral("ftp.example.test"));
-    EXPECT_EQ(back.password, QStringLiteral("s3cret-pw"));
-    // The details file is not a configuration.
-    manager->loadAllUrls();
-    EXPECT_EQ(manager->count(), 0);
+    EXPECT_EQ(back.server, u"ftp.example.test"_s);
+    EXPECT_EQ(back.password, u"s3cret-pw"_s);
 }

@@ -16,6 +16,8 @@
 #include <memory>
 #include <ostream>
 
+using namespace Qt::StringLiterals;
+
 // Readable QString values in failure messages.
 inline void PrintTo(const QString &s, std::ostream *os)
 {
@@ -35,22 +37,31 @@ protected:
         manager = std::make_unique<OrelConfigManager>(controls.get());
     }
 
-    static QString pathOf(const QString &fileName) { return home() + QLatin1Char('/') + fileName; }
-
-    static void writeConfig(const QString &fileName, const QVariantMap &dict)
+    static QString pathOf(const QString &fileName) { return home() + u'/' + fileName; }
+    static QVariantMap readPlist(const QString &path)
     {
-        ASSERT_TRUE(Plist::writeFile(pathOf(fileName), dict));
+        return Plist::readFile(path).value_or(QVariant()).toMap();
     }
-
-    static QVariantMap readConfig(const QString &fileName)
-    {
-        return Plist::readFile(pathOf(fileName)).value_or(QVariant()).toMap();
-    }
-
+    static QVariantMap readConfig(const QString &fileName) { return readPlist(pathOf(fileName)); }
     static QByteArray bytesOf(const QString &fileName)
     {
         QFile f(pathOf(fileName));
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    static void writeConfig(const QString &fileName, const QVariantMap &dict)
+    {
+        ASSERT_TRUE(Plist::writeFile(pathOf(fileName), dict));
+    }
+    // A configuration holding only a URL.
+    static void writeUrl(const QString &fileName, const QString &url)
+    {
+        writeConfig(fileName, { { u"url"_s, url } });
+    }
+    static void writeBytes(const QString &path, const QByteArray &bytes)
+    {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
     }
 
     std::unique_ptr<SettingsControls> controls;
