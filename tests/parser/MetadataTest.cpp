@@ -4,28 +4,26 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+#include <utility>
+
 using namespace orel;
 using orel::test::scan;
 
 TEST(ParserMetadata, TitleIsTheTextOfABareTitleTagWithoutLineBreaks)
 {
-    struct Case
-    {
-        const char *page;
-        const char *title;
-        int endHead;
-    };
-    const Case cases[] = {
+    // page, title, end of head
+    const std::tuple<const char *, const char *, int> cases[] = {
         { "<TITLE>Home\r\nPage</TITLE>", "HomePage", 0 },
         { "<title id=t>Home</title>", "", 0 },
         { "<head><title> A &amp; B </title></head><body>", "A & B", 39 },
         { "<head></head><title>late</title>", "", 13 },
         { "<head><title></title></head>", "", 28 },
     };
-    for (const Case &c : cases) {
-        auto p = scan(c.page);
-        EXPECT_EQ(p->getTitle(), QString::fromUtf8(c.title)) << c.page;
-        EXPECT_EQ(p->getEndHead(), c.endHead) << c.page;
+    for (const auto &[page, title, endHead] : cases) {
+        auto p = scan(page);
+        EXPECT_EQ(p->getTitle(), QString::fromUtf8(title)) << page;
+        EXPECT_EQ(p->getEndHead(), endHead) << page;
         EXPECT_EQ(p->getCounter(), 0) << "handed over from a reset cursor";
     }
 }
@@ -50,57 +48,55 @@ TEST(ParserMetadata, DescriptionKeywordsAndCanonicalComeFromTheHead)
     EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta name=x")), QString());
 }
 
-TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHead)
+TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHeadAndHeadingsOnlyBareH1)
 {
-    struct Case
-    {
-        const char *page;
-        bool indexed;
-        bool headNofollow;
-    };
-    const Case cases[] = {
+    // page, indexed, nofollow in the head
+    const std::tuple<const char *, bool, bool> cases[] = {
         { "<meta name='googlebot' content='noindex'>", false, false },
         { "<head></head><meta name=robots content=noindex>", true, false },
         { "<head><META name=robots content=\"NoIndex, NoFollow\"></head>", false, true },
         { "<head><link rel=nofollow><a href=noindex></head>", true, false },
         { "<head><title>noindex nofollow</title></head>", true, false },
     };
-    for (const Case &c : cases) {
-        auto p = scan(c.page, true);
-        EXPECT_EQ(p->getShouldBeIndexed(), c.indexed) << c.page;
-        EXPECT_EQ(p->getHeadContainsNoFollow(), c.headNofollow) << c.page;
+    for (const auto &[page, indexed, headNofollow] : cases) {
+        auto p = scan(page, true);
+        EXPECT_EQ(p->getShouldBeIndexed(), indexed) << page;
+        EXPECT_EQ(p->getHeadContainsNoFollow(), headNofollow) << page;
     }
     // Unchecked markers are not looked for.
     auto p = OrelParser::initWithData(
         "<meta name=robots content='noindex,nofollow'>", QString(), true, true, false, false);
     EXPECT_TRUE(p->getShouldBeIndexed());
     EXPECT_FALSE(p->getHeadContainsNoFollow());
-}
 
-TEST(ParserMetadata, HeadingsAreTheFirstLevelOnesOfTheBody)
-{
     EXPECT_EQ(scan("<h1>A</h1><h2>x</h2><H1> B </H1><h1></h1></body><h1>C</h1>")->findHeadings(),
         QStringLiteral("A, B"));
     EXPECT_EQ(scan("<h1 class=x>A</h1><h2>x</h2>")->findHeadings(), QString());
 }
 
 namespace {
+
 const QByteArray style = " style = \"S\"";
+
+std::optional<QByteArray> highlight(OrelParser &p, const char *bad, bool ignoringQS = false)
+{
+    return p.highlightBadink(QLatin1String(bad), QString::fromLatin1(style),
+        QStringLiteral("http://s/"), ignoringQS, false);
 }
+
+} // namespace
 
 TEST(ParserHighlight, InsertsABaseAfterHeadAndMarksEveryOccurrence)
 {
-    const QByteArray padding = "<p>" + QByteArray(200, '.') + "</p></body></html>";
     const QByteArray page = "<html><head><title>t</title></head><body>\n"
                             "<a href=\"bad.html\">one</a>\n<a href=\"ok.html\">two</a>\n"
-                            "<a\nhref=\"http://site/bad.html\">three</a>\n"
-        + padding;
+                            "<a\nhref=\"http://s/bad.html\">three</a>\n<p>"
+        + QByteArray(200, '.') + "</p></body></html>";
     auto p = scan(page);
-    const auto out = p->highlightBadink(QStringLiteral("http://site/bad.html"),
-        QString::fromLatin1(style), QStringLiteral("http://site/"), false, false);
+    const auto out = highlight(*p, "http://s/bad.html");
     ASSERT_TRUE(out);
     QByteArray expected = page;
-    expected.replace("<head>", "<head>\n<base href = \"http://site/\">\n");
+    expected.replace("<head>", "<head>\n<base href = \"http://s/\">\n");
     expected.replace("<a href=\"bad", QByteArray("<a" + style + " href=\"bad"));
     expected.replace("<a\nhref", QByteArray("<a" + style + "\nhref"));
     EXPECT_EQ(*out, expected);
@@ -110,51 +106,37 @@ TEST(ParserHighlight, InsertsABaseAfterHeadAndMarksEveryOccurrence)
 TEST(ParserHighlight, PageWithItsOwnBaseIsMarkedUpToTheOriginalLength)
 {
     // The base is the page's own, so nothing is inserted up front; the frame's name is split.
-    const QByteArray page = "<base href=\"http://s/\"><a href=x>1</a><a href='X/'>2</a>"
-                            "<frame src=\"x\"><a href=y>3</a><a href=x>4</a>";
-    auto p = scan(page);
-    const auto out = p->highlightBadink(QStringLiteral("http://s/x"), QString::fromLatin1(style),
-        QStringLiteral("http://s/"), false, false);
+    auto p = scan("<base href=\"http://s/\"><a href=x>1</a><a href='X/'>2</a>"
+                  "<frame src=\"x\"><a href=y>3</a><a href=x>4</a>");
+    const auto out = highlight(*p, "http://s/x");
     ASSERT_TRUE(out);
     // Every insertion shortens the part of the page still scanned, so the last link stays
     // unmarked.
     EXPECT_EQ(*out,
         "<base href=\"http://s/\"><a" + style + " href=x>1</a><a" + style + " href='X/'>2</a><f"
             + style + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
-}
 
-TEST(ParserHighlight, MatchesByContainmentWhenIgnoringTheQuery)
-{
-    const QByteArray page
-        = "<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' ');
+    // Ignoring the query, a link matches when the bad link contains it.
     for (bool ignoringQS : { true, false }) {
-        auto p = scan(page);
-        const auto out = p->highlightBadink(QStringLiteral("http://s/p.html?x=1"),
-            QString::fromLatin1(style), QStringLiteral("http://s/"), ignoringQS, false);
-        ASSERT_TRUE(out);
-        EXPECT_EQ(out->contains(style), ignoringQS);
+        auto q = scan("<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' '));
+        const auto marked = highlight(*q, "http://s/p.html?x=1", ignoringQS);
+        ASSERT_TRUE(marked);
+        EXPECT_EQ(marked->contains(style), ignoringQS);
     }
 }
 
 TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
 {
-    struct Case
-    {
-        const char *page;
-        const char *message;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         { "<p><a href=x>x</a>", "highlight failing because can't find head tag" },
         { "<header><a href=x>", "highlight failing because can't find head tag" },
         { "<p><head ", "highlight failing because can't find next > after head" },
     };
-    for (const Case &c : cases) {
+    for (const auto &[page, message] : cases) {
         orel::test::LogCapture log;
-        auto p = scan(c.page);
-        EXPECT_FALSE(p->highlightBadink(QStringLiteral("http://s/x"), QString::fromLatin1(style),
-            QStringLiteral("http://s/"), false, false))
-            << c.page;
-        EXPECT_TRUE(log.contains(QLatin1String(c.message))) << c.page;
+        auto p = scan(page);
+        EXPECT_FALSE(highlight(*p, "http://s/x")) << page;
+        EXPECT_TRUE(log.contains(QLatin1String(message))) << page;
     }
 }
 

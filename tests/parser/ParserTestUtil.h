@@ -24,23 +24,13 @@ inline std::unique_ptr<OrelParser> scan(const QByteArray &page, bool checkNofoll
         page, QStringLiteral("test"), false, false, true, checkNofollow);
 }
 
-// Every URL getNextHref() yields, in order.
-inline QStringList hrefs(const QByteArray &page, bool images = true, bool trim = false)
+// Every URL getNextHref() yields (images included), in order; withText makes each "url|text".
+inline QStringList hrefs(const QByteArray &page, bool trim = false, bool withText = false)
 {
     auto p = scan(page);
     QStringList out;
-    while (auto h = p->getNextHref(images, trim))
-        out << *h;
-    return out;
-}
-
-// Every URL with its link text, as "url|text".
-inline QStringList hrefsWithText(const QByteArray &page, bool images = true)
-{
-    auto p = scan(page);
-    QStringList out;
-    while (auto h = p->getNextHref(images, false))
-        out << *h + QLatin1Char('|') + p->getData();
+    while (auto h = p->getNextHref(true, trim))
+        out << (withText ? *h + QLatin1Char('|') + p->getData() : *h);
     return out;
 }
 

@@ -1,4 +1,5 @@
-// The scanner's cursor: tag recognition, comments, text runs, entities and the tag reader.
+// The scanner's cursor: tag recognition, comments, scripts, values, text runs, entities, the tag
+// and record readers, and input that is not a page.
 #include "ParserTestUtil.h"
 #include "TestHome.h"
 
@@ -9,19 +10,16 @@
 
 #include <QFile>
 
+#include <tuple>
+#include <utility>
+
 using namespace orel;
 using orel::test::hrefs;
-using orel::test::hrefsWithText;
 using orel::test::scan;
 
-TEST(ParserScan, RecognisesAnchorsAreasAndFramesByTheirExactBytes)
+TEST(ParserScan, RecognisesTagsByTheirExactBytesAndSkipsCommentsAndScripts)
 {
-    struct Case
-    {
-        const char *page;
-        QStringList expected;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, QStringList> cases[] = {
         { "<a href='x.html'>X</a>", { "x.html" } },
         { "<A HREF=\"X.html\">X</A>", { "X.html" } },
         { "<a>no</a><a\thref='tab'>t</a>", {} },
@@ -37,58 +35,58 @@ TEST(ParserScan, RecognisesAnchorsAreasAndFramesByTheirExactBytes)
         { "<FRAME SRC=\"F.html\">", { "F.html" } },
         { "<frame>", {} },
         { "<link href='l.css'><base href='b/'>", {} },
-    };
-    for (const Case &c : cases)
-        EXPECT_EQ(hrefs(c.page), c.expected) << c.page;
-}
-
-TEST(ParserScan, CommentsEndAtDashGreaterThanAndDoctypesArePassedOver)
-{
-    struct Case
-    {
-        const char *page;
-        QStringList expected;
-    };
-    const Case cases[] = {
+        // Comments end at "->"; "<!" constructs are passed over.
         { "<!DOCTYPE html><a href='d'>", { "d" } },
         { "<!-- <a href='no'> --><a href='yes'>", { "yes" } },
         { "<!-- x -> <a href='yes'>", { "yes" } },
         { "<!-- a - > <a href='no'> -- ><a href='no2'> ---><a href='y'>", { "y" } },
-        // The dash that opens the comment cannot also close it.
-        { "<!-><a href='no'>-><a href='y'>", { "y" } },
+        { "<!-><a href='no'>-><a href='y'>", { "y" } }, // the opening dash cannot close it
         { "<!-- never closed <a href='no'>", {} },
         { "<!-- one -->text<!-- two --><a href='z'>", { "z" } },
-    };
-    for (const Case &c : cases)
-        EXPECT_EQ(hrefs(c.page), c.expected) << c.page;
-}
-
-TEST(ParserScan, ScriptsAreSkippedWholeAndTheirSrcIsNotALink)
-{
-    struct Case
-    {
-        const char *page;
-        QStringList expected;
-    };
-    const Case cases[] = {
+        // Scripts are skipped whole; their src is not a link.
         { "<script>var s='<a href=\"no\">';</script><a href='yes'>", { "yes" } },
         { "<SCRIPT type=x>if (a<b) {}</SCRIPT ><a href='yes'>", { "yes" } },
         { "<script src='s.js'></script><a href='yes'>", { "yes" } },
         { "<script>document.write('<a href=no>')", {} },
         { "<scripts><a href='after'>", { "after" } },
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(hrefs(c.page), c.expected) << c.page;
+    for (const auto &[page, expected] : cases)
+        EXPECT_EQ(hrefs(page), expected) << page;
 }
 
-TEST(ParserScan, LinkTextIsTrimmedUnescapedAndMarksImages)
+TEST(ParserScan, ValuesAreQuotedTrimmedAndEscapedAsWritten)
 {
-    struct Case
-    {
-        const char *page;
-        QStringList expected;
+    const std::tuple<const char *, bool, QStringList> cases[] = {
+        { "<a href=''>", false, { "" } },
+        { "<a href=\"\">", true, { "" } },
+        { "<a class=x href = 'p.html' rel='nofollow'>", false, { "p.html" } },
+        { "<a href=plain.html class=x>", false, { "plain.html" } },
+        { "<a href=' {a}.html '>", true, { "%7Ba%7D.html" } },
+        { "<a href=' {a}.html '>", false, { "%7Ba%7D.html%20" } }, // leading spaces are skipped
+        { "<a href=\"a b.html\">", false, { "a%20b.html" } },
+        { "<a href=\"?a=1&amp;b=2\">", false, { "?a=1&b=2" } },
+        { "<a href=\"'both'\">", true, { "both" } },
+        { "<a href=\"'both'\">", false, { "both'" } },
+        { "<a href=\"x\ny.html\">", false, { "xy.html" } },
+        { "<a href=\"caf\xc3\xa9.html\">", false, { "caf\xc3\xa9.html" } },
+        { "<a data-href='d' href='h'>", false, { "h" } },
+        { "<a hreflang='en' href='h'>", false, { "lang='en'" } },
+        { "<a zref='/cms/x'>", false, { "MCMS zref" } },
+        { "<a onclick='go()'>x</a><a href=y>", false, { "y" } },
+        { "<frame src=' {f} '>", true, { "{f}" } },
+        { "<frame src=' {f} '>", false, { "%20{f}%20" } },
     };
-    const Case cases[] = {
+    for (const auto &[page, trim, expected] : cases)
+        EXPECT_EQ(hrefs(page, trim), expected) << page << " trim " << trim;
+
+    // A value is cut at 1,000 bytes and scanning goes on after it.
+    EXPECT_EQ(hrefs("<a href='" + QByteArray(1500, 'u') + "'>x</a><a href=next>"),
+        (QStringList { QString(1000, QLatin1Char('u')), QStringLiteral("next") }));
+}
+
+TEST(ParserScan, LinkTextIsTrimmedUnescapedDecodedAndMarksImages)
+{
+    const std::pair<const char *, QStringList> cases[] = {
         { "<a href=x>  Home  </a>", { "x|Home" } },
         { "<a href=x> </a>", { "x|" } },
         { "<a href=x>\n</a>", { "x|" } },
@@ -97,6 +95,7 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedAndMarksImages)
         { "<a href=x>&AMP;lt;b&Gt; &quot;q&quot; &apos;s&apos; &nbsp;&#169;</a>",
             { "x|<b> \"q\" 's' &nbsp;&#169;" } },
         { "<a href=x>caf\xc3\xa9</a>", { "x|caf\xc3\xa9" } },
+        { "<a href=x>caf\xe9</a>", { "x|caf\xc3\xa9" } }, // ISO Latin 1 that is not UTF-8
         { "<a href=x><img src='y.gif' alt='Go'></a>",
             { "x|[linked img]:Go", "y.gif|[img src]:Go" } },
         { "<a href=x>Go <IMG SRC=y.gif></a>", { "x|Go [linked img]", "y.gif|[img src]" } },
@@ -106,41 +105,23 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedAndMarksImages)
         { "<img src='a.png' alt='Line\nbreak'>", { "a.png|[img src]:Linebreak" } },
         { "<frame src='f.html'>after frame<a href=y>", { "f.html|after frame", "y|" } },
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(hrefsWithText(c.page), c.expected) << c.page;
+    for (const auto &[page, expected] : cases)
+        EXPECT_EQ(hrefs(page, false, true), expected) << page;
 
-    // Without images the linked image is still named in the link text.
-    auto p = scan("<a href=x><img src='y.gif' alt='Go'></a><a href=z>Z</a>");
+    // Without images the linked image is still named in the link text; a run stops at 1,500.
+    auto p = scan("<a href=x><img src='y.gif' alt='Go'></a><a href=z>" + QByteArray(2000, 'w')
+        + "</a><a href=y>Y</a>");
     EXPECT_EQ(p->getNextHref(false, false), QStringLiteral("x"));
     EXPECT_EQ(p->getData(), QStringLiteral("[linked img]:Go"));
     EXPECT_EQ(p->getNextHref(false, false), QStringLiteral("z"));
-    EXPECT_EQ(p->getData(), QStringLiteral("Z"));
-}
-
-TEST(ParserScan, TextRunsAreDecodedInOrderAndCutAt1500Bytes)
-{
-    // ISO Latin 1 text that is not UTF-8.
-    EXPECT_EQ(
-        hrefsWithText("<a href=x>caf\xe9</a>"), QStringList { QStringLiteral("x|caf\u00e9") });
-    // A zero byte ends the text.
-    EXPECT_EQ(hrefsWithText(QByteArray("<a href=x>ab\0cd</a>", 19)), QStringList { "x|ab" });
-
-    const QByteArray longText(2000, 'w');
-    auto p = scan("<a href=x>" + longText + "</a><a href=y>Y</a>");
-    ASSERT_EQ(p->getNextHref(false, false), QStringLiteral("x"));
-    EXPECT_EQ(p->getData().size(), 1500);
+    EXPECT_EQ(p->getData(), QString(1500, QLatin1Char('w')));
     EXPECT_EQ(p->getNextHref(false, false), QStringLiteral("y"));
     EXPECT_EQ(p->getData(), QStringLiteral("Y"));
 }
 
 TEST(ParserScan, EntitiesAreReplacedInOrderSoAmpersandEscapesUnfoldTwice)
 {
-    struct Case
-    {
-        const char *in;
-        const char *out;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         { "a &amp; b", "a & b" },
         { "&amp;lt;", "<" },
         { "&amp;gt;&QUOT;", ">\"" },
@@ -148,28 +129,23 @@ TEST(ParserScan, EntitiesAreReplacedInOrderSoAmpersandEscapesUnfoldTwice)
         { "&amp;quot;", "&quot;" }, // quotes go first, so this one stays half done
         { "&#38; &copy;", "&#38; &copy;" },
     };
-    for (const Case &c : cases) {
-        QString s = QString::fromUtf8(c.in);
+    for (const auto &[in, out] : cases) {
+        QString s = QString::fromUtf8(in);
         OrelParser::unescapeEntities(s);
-        EXPECT_EQ(s, QString::fromUtf8(c.out)) << c.in;
+        EXPECT_EQ(s, QString::fromUtf8(out)) << in;
     }
 }
 
 TEST(ParserScan, TagReaderMarksClosingTagsAndCutsAt1000Bytes)
 {
     auto p = scan("<br/><P class=x>text</p><img src=\"a/b\"><" + QByteArray(1200, 'q') + ">");
-    struct Expect
-    {
-        const char *text;
-        bool closing;
-    };
-    const Expect expected[]
+    const std::pair<const char *, bool> expected[]
         = { { "br", true }, { "P class=x", false }, { "p", true }, { "img src=\"a/b\"", true } };
-    for (const Expect &e : expected) {
+    for (const auto &[text, closing] : expected) {
         auto tag = p->getTag(false);
         ASSERT_TRUE(tag);
-        EXPECT_EQ(tag->getData(), QLatin1String(e.text));
-        EXPECT_EQ(tag->isClosing(), e.closing) << e.text;
+        EXPECT_EQ(tag->getData(), QLatin1String(text));
+        EXPECT_EQ(tag->isClosing(), closing) << text;
     }
     auto big = p->getTag(false);
     ASSERT_TRUE(big);
@@ -189,24 +165,14 @@ TEST(ParserScan, ItemReaderTurnsRecordFileIntoRows)
     f.close();
     auto p = OrelParser::initWithFilePath(path);
     ASSERT_TRUE(p);
-    struct Row
-    {
-        const char *data, *name, *parent, *grandParent;
-        bool newParent;
-    };
-    const Row rows[] = { { "http://a/?x=1&y=2", "url", "link", "root", true },
-        { "200 no error", "status", "link", "root", false },
-        { "http://b/", "url", "link", "root", true } };
-    for (const Row &r : rows) {
-        auto item = p->getItem();
-        ASSERT_TRUE(item) << r.data;
-        EXPECT_EQ(item->getData(), QLatin1String(r.data));
-        EXPECT_EQ(item->getName(), QLatin1String(r.name));
-        EXPECT_EQ(item->getParentName(), QLatin1String(r.parent));
-        EXPECT_EQ(item->getGrandParentName(), QLatin1String(r.grandParent));
-        EXPECT_EQ(item->isNewParent(), r.newParent) << r.data;
-    }
-    EXPECT_FALSE(p->getItem());
+    QStringList rows; // data|name|parent|grandparent|new parent
+    while (auto item = p->getItem())
+        rows << QStringList { item->getData(), item->getName(), item->getParentName(),
+            item->getGrandParentName(), item->isNewParent() ? "new" : "" }
+                    .join(QLatin1Char('|'));
+    EXPECT_EQ(rows,
+        (QStringList { "http://a/?x=1&y=2|url|link|root|new", "200 no error|status|link|root|",
+            "http://b/|url|link|root|new" }));
     EXPECT_FALSE(OrelParser::initWithFilePath(path + QStringLiteral(".missing")));
 }
 
@@ -239,15 +205,14 @@ TEST(ParserScan, BadInputEndsCleanly)
         EXPECT_FALSE(scan(QByteArray()));
         EXPECT_TRUE(log.contains(QStringLiteral("data is invalid")));
     }
-    // NUL bytes only, and NULs between tags.
+    // NUL bytes only; NULs inside a value are dropped and a NUL ends the text.
     {
         auto p = scan(QByteArray(65536, '\0'));
         ASSERT_TRUE(p);
         EXPECT_FALSE(p->getNextHref(true, true));
         EXPECT_EQ(p->getData(), QString());
-        auto q = scan(QByteArray("<a href='\0x'>\0\0</a>", 19));
-        EXPECT_EQ(q->getNextHref(true, false), QStringLiteral("x"));
-        EXPECT_EQ(q->getData(), QString());
+        const char nuls[] = "<a href='\0x'>ab\0cd</a>";
+        EXPECT_EQ(hrefs(QByteArray(nuls, sizeof nuls - 1), false, true), QStringList { "x|ab" });
     }
     // 50 MB without a ">": no hang, a cut value, then the end.
     {
