@@ -1,86 +1,166 @@
-// The data source base: ids, positional and sorted access, the two sorts and queued reloads.
-#include "ReportsTestSupport.h"
+// The data source base: ids, positional and sorted access, the two sorts, queued reloads and the
+// CSV/HTML renderers (compared as whole texts).
+#include "TestHome.h"
+
+#include "links/OrelDataObject.h"
+#include "reports/TableDescription.h"
+#include "reports/bhDataSource.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QHash>
 
 #include <cmath>
-#include <limits>
-#include <memory>
-#include <random>
 #include <thread>
+#include <tuple>
 
 using namespace orel;
-using namespace orel::reportstest;
 
 namespace {
 
-const float kNaN = std::numeric_limits<float>::quiet_NaN();
-const float kInf = std::numeric_limits<float>::infinity();
+const float kNaN = std::nanf("");
+const float kInf = INFINITY;
+const QString kSize = QStringLiteral("filesize"); // a numeric column
 
-// The numbers of the sorted copy, in sorted order.
-std::vector<float> sortedNumbers(const bhDataSource &source)
+// A row with the text fields "name" and "status" (null when not given) and the same number in
+// every numeric field.
+class Item : public OrelDataObject
 {
-    std::vector<float> out;
-    for (int i = 0;; ++i) {
-        const auto *item = static_cast<const Item *>(source.getnthSortedItem(i));
-        if (!item)
-            return out;
-        out.push_back(item->number);
+public:
+    explicit Item(const QString &name = {}, float number = 0, const QString &status = {})
+        : name(name)
+        , status(status)
+        , number(number)
+    { }
+    QString getFieldByName(const QString &field) const override
+    {
+        return field == u"name" ? name : field == u"status" ? status : QString();
     }
+    float getFieldAsNumberByName(const QString &) const override { return number; }
+
+    QString name, status;
+    float number = 0;
+};
+
+// A table or outline whose answers are set directly.
+class FakeTable : public TableDescription
+{
+public:
+    QString id = QStringLiteral("table");
+    QList<TableColumn> cols = { { QStringLiteral("name"), QStringLiteral("URL"), 200 },
+        { QStringLiteral("status"), QStringLiteral("Status"), 110 } };
+    QList<const void *> rows, expandable; // outline rows and which of them have children
+    std::optional<SortDescriptor> sort;
+    bhDataSource *source = nullptr;
+    int reloads = 0;
+    std::thread::id reloadThread;
+
+    QString identifier() const override { return id; }
+    QList<TableColumn> columns() const override { return cols; }
+    int numberOfRows() const override { return int(rows.size()); }
+    void reloadData() override { ++reloads, reloadThread = std::this_thread::get_id(); }
+    std::optional<SortDescriptor> firstSortDescriptor() const override { return sort; }
+    bhDataSource *dataSource() const override { return source; }
+    OutlineItem itemAtRow(int row) const override { return rows.at(row); }
+    bool isExpandable(OutlineItem item) const override { return expandable.contains(item); }
+    QString outlineColumnIdentifier() const override { return QStringLiteral("name"); }
+};
+
+// A non-owning source that colours some rows (recording which rows were asked) and answers
+// outline cells from the items themselves.
+class ColouredSource : public bhDataSource
+{
+public:
+    using bhDataSource::bhDataSource;
+    QHash<int, Colour> colours;
+    std::vector<int> rowsAsked;
+
+    std::optional<Colour> labelColorForRow(TableDescription *, int row) override
+    {
+        rowsAsked.push_back(row);
+        return colours.contains(row) ? std::optional(colours[row]) : std::nullopt;
+    }
+    QString objectValueByItem(
+        TableDescription *, const QString &columnId, OutlineItem item) override
+    {
+        return static_cast<const Item *>(item)->getFieldByName(columnId);
+    }
+};
+
+// Records every progress step while installed.
+class ProgressRecorder : public ScriptedDialogs
+{
+public:
+    ProgressRecorder() { Dialogs::install(this); }
+    ~ProgressRecorder() override { Dialogs::install(&test::dialogs()); }
+    std::vector<int> steps;
+    void setProgress(int value) override
+    {
+        steps.push_back(value), ScriptedDialogs::setProgress(value);
+    }
+};
+
+// The names of the sorted copy, blank-separated.
+QString sortedNames(const bhDataSource &source)
+{
+    QStringList out;
+    for (int i = 0; source.getnthSortedItem(i); ++i)
+        out << source.getnthSortedItem(i)->getFieldByName(QStringLiteral("name"));
+    return out.join(u' ');
 }
 
-// NaN compares unequal to itself; compare sequences treating NaN as equal to NaN.
-bool sameNumbers(const std::vector<float> &a, const std::vector<float> &b)
+// Pieces of the table-view and outline HTML: two columns, "alt" on alternate rows, an optional
+// colour style.
+const QString kViewHead
+    = QStringLiteral("<table><tr><th class = name>URL</th><th class = status>Status</th></tr>");
+QString anchor(const QString &url)
 {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (!(a[i] == b[i] || (std::isnan(a[i]) && std::isnan(b[i]))))
-            return false;
-    }
-    return true;
+    return "<a href = " + url + " >" + url + "</a>";
+}
+QString viewRow(bool alt, const QString &rgb, const QString &url, const QString &status)
+{
+    const QString style
+        = rgb.isEmpty() ? QString() : QStringLiteral("style = \"background:rgb(%1)\"").arg(rgb);
+    const auto cell = [&](const QString &id, const QString &value) {
+        const QString cls = (alt ? QStringLiteral("\"%1 alt\" ") : QStringLiteral("%1 ")).arg(id);
+        return QString("<td class = " + cls + style + ">" + value + "</td>");
+    };
+    return "<tr>" + cell(QStringLiteral("name"), url) + cell(QStringLiteral("status"), status)
+        + "</tr>";
 }
 
 } // namespace
 
-TEST(DataSourceIds, GivesAndRaisesIdsAndClearStartsAgain)
+TEST(DataSource, GivesAndRaisesIdsAndClearStartsAgain)
 {
-    struct Case
-    {
-        std::vector<quint32> given;
-        std::vector<quint32> expected;
-        qint32 highest;
-    };
+    using Case = std::tuple<std::vector<quint32>, std::vector<quint32>, qint32>;
     const Case cases[] = {
         { { 0 }, { 1 }, 1 },
         { { 7, 0 }, { 7, 8 }, 8 },
         { { 7, 3, 0 }, { 7, 3, 8 }, 8 },
         { { 0, 0, 5, 0 }, { 1, 2, 5, 6 }, 6 },
     };
-    for (const Case &tc : cases) {
+    for (const auto &[given, expected, highest] : cases) {
         bhDataSource source;
-        std::vector<Item *> items;
-        for (quint32 id : tc.given) {
-            items.push_back(new Item(QString(), 0, id));
-            source.add(items.back());
+        std::vector<quint32> got;
+        for (quint32 id : given) {
+            auto *item = new Item;
+            item->setID(id);
+            source.add(item);
+            got.push_back(item->getID());
         }
-        for (std::size_t i = 0; i < items.size(); ++i)
-            EXPECT_EQ(items[i]->getID(), tc.expected[i]) << "case of " << tc.given.size();
-        EXPECT_EQ(source.getHighestId(), tc.highest);
-
+        EXPECT_EQ(got, expected);
+        EXPECT_EQ(source.getHighestId(), highest);
         source.clear();
         EXPECT_EQ(source.getCount(), 0u);
-        EXPECT_EQ(source.getHighestId(), 0);
-        auto *fresh = new Item;
-        source.add(fresh);
-        EXPECT_EQ(fresh->getID(), 1u);
+        source.add(new Item);
+        EXPECT_EQ(source.getFirstItem()->getID(), 1u) << "after clear, from " << given.size();
     }
 }
 
-TEST(DataSourceAccess, PositionalQuestionsAndTheirEdges)
+TEST(DataSource, PositionalAndSortedQuestionsAndTheirEdges)
 {
     bhDataSource source;
     {
@@ -91,192 +171,127 @@ TEST(DataSourceAccess, PositionalQuestionsAndTheirEdges)
         EXPECT_EQ(source.getnthSortedItem(0), nullptr);
         EXPECT_EQ(log.count(QStringLiteral("count is 0")), 2); // getItemById starts at getnthItem
     }
-
-    auto *a = new Item(QStringLiteral("a"));
-    auto *b = new Item(QStringLiteral("b"));
-    auto *c = new Item(QStringLiteral("c"));
-    source.add(a);
-    source.add(b);
-    source.add(c);
-
+    auto *c = new Item(QStringLiteral("cherry")), *a = new Item(QStringLiteral("apple")),
+         *b = new Item(QStringLiteral("Banana"));
+    for (Item *item : { c, a, b })
+        source.add(item);
     test::LogCapture log;
     EXPECT_EQ(source.getnthItem(-1), nullptr);
     EXPECT_EQ(source.getnthItem(3), nullptr);
-    EXPECT_EQ(source.getnthItem(2), c);
+    EXPECT_EQ(source.getnthItem(2), b);
     EXPECT_TRUE(log.lines.isEmpty());
-
-    EXPECT_EQ(source.getFirstItem(), a);
-    EXPECT_EQ(source.getNextItem(a), b);
-    EXPECT_EQ(source.getNextItem(c), nullptr);
+    EXPECT_EQ(source.getNextItem(c), a);
+    EXPECT_EQ(source.getNextItem(b), nullptr);
     Item stranger;
     EXPECT_EQ(source.getNextItem(&stranger), nullptr);
-    EXPECT_EQ(source.getItemById(3), c);
+    EXPECT_EQ(source.getItemById(3), b);
     EXPECT_EQ(source.getItemById(99), nullptr);
-
-    source.swop(a, c);
-    EXPECT_EQ(source.getnthItem(0), c);
-    EXPECT_EQ(source.getnthItem(2), a);
-    source.swop(a, &stranger); // an absent item changes nothing
-    EXPECT_EQ(source.getnthItem(2), a);
-    // The walk follows the new order even right after a positional answer at the old place.
-    EXPECT_EQ(source.getNextItem(c), b);
-    EXPECT_EQ(source.getNextItem(b), a);
-
-    // Every occurrence goes; an owning source still deletes a twice-added item only once.
-    source.add(b);
-    source.deleteItem(b);
-    EXPECT_EQ(source.getCount(), 2u);
-    EXPECT_EQ(source.getNextItem(c), a);
-}
-
-TEST(DataSourceAccess, SortedAndVisibleAccessFollowTheSortedCopy)
-{
-    bhDataSource source;
-    auto *cherry = new Item(QStringLiteral("cherry"));
-    auto *apple = new Item(QStringLiteral("apple"));
-    auto *banana = new Item(QStringLiteral("Banana"));
-    source.add(cherry);
-    source.add(apple);
-    source.add(banana);
-
-    // No sort yet: the collection answers.
-    EXPECT_FALSE(source.hasSortArray());
-    EXPECT_EQ(source.getnthSortedItem(0), cherry);
+    EXPECT_EQ(source.getnthSortedItem(0), c); // no sort yet: the collection answers
     EXPECT_EQ(source.getnthSortedItem(3), nullptr);
 
-    source.sortByColumn(QStringLiteral("name"), true);
-    EXPECT_EQ(source.getnthSortedItem(0), apple);
-    EXPECT_EQ(source.getnthSortedItem(1), banana);
-    EXPECT_EQ(source.getnthSortedItem(2), cherry);
+    source.swop(c, b);
+    source.swop(c, &stranger); // an absent item changes nothing
+    EXPECT_EQ(source.getnthItem(0), b);
+    // The walk follows the new order even right after a positional answer at the old place.
+    EXPECT_EQ(source.getNextItem(b), a);
+    EXPECT_EQ(source.getNextItem(a), c);
 
-    // Items added after a sort sit unsorted at the end until the next sort.
-    auto *aardvark = new Item(QStringLiteral("aardvark"));
-    source.add(aardvark);
-    EXPECT_EQ(source.getnthSortedItem(3), aardvark);
-
-    // Deleting leaves the sorted copy alone (the item stays reachable through it).
-    source.deleteItem(apple);
+    // Every occurrence goes; an owning source still deletes a twice-added item only once.
+    auto *twice = new Item(QStringLiteral("twice"));
+    source.add(twice);
+    source.add(twice);
+    source.deleteItem(twice);
     EXPECT_EQ(source.getCount(), 3u);
-    EXPECT_EQ(source.getnthSortedItem(0), apple);
-    EXPECT_EQ(source.getnthItem(0), cherry);
+    EXPECT_EQ(source.getNextItem(c), nullptr);
 
-    // Visible items are counted in sorted order.
-    banana->setVisible(false);
-    EXPECT_EQ(source.getnthVisibleItem(0), apple);
-    EXPECT_EQ(source.getnthVisibleItem(1), cherry);
+    source.sortByColumn(QStringLiteral("name"), true);
+    auto *aardvark = new Item(QStringLiteral("aardvark"));
+    source.add(aardvark); // sits unsorted at the end until the next sort
+    EXPECT_EQ(sortedNames(source), QStringLiteral("apple Banana cherry aardvark"));
+    source.deleteItem(a); // the sorted copy keeps it
+    EXPECT_EQ(source.getCount(), 3u);
+    EXPECT_EQ(source.getNextItem(b), c);
+    EXPECT_EQ(source.getnthSortedItem(0), a);
+
+    b->setVisible(false); // visible items are counted in sorted order
+    EXPECT_EQ(source.getnthVisibleItem(0), a);
+    EXPECT_EQ(source.getnthVisibleItem(1), c);
     EXPECT_EQ(source.getnthVisibleItem(2), aardvark);
     EXPECT_EQ(source.getnthVisibleItem(3), nullptr);
-
     source.clear();
     EXPECT_FALSE(source.hasSortArray());
 }
 
-TEST(DataSourceSort, TextSortIgnoresCaseAndKeepsEqualsInOrder)
+// A click sorts numeric columns as numbers, others as text, and reloads. Numeric sort: with 7 or
+// more items placed the search starts at the middle when the middle item precedes the new one,
+// and at the three-quarter place only when that one precedes too; a value that is not a number
+// stays where it was put, which makes the starting place visible. Infinity logs "overflow" and
+// counts as equal.
+TEST(DataSource, SortsByTheClickedColumn)
 {
-    struct Case
-    {
-        QStringList values;
-        bool ascending;
-        QStringList expected;
-    };
+    using Case = std::tuple<const char *, bool, QString, QString>;
     const Case cases[] = {
-        { { "cherry", "apple", "Banana" }, true, { "apple", "Banana", "cherry" } },
-        { { "cherry", "apple", "Banana" }, false, { "cherry", "Banana", "apple" } },
-        { { "b", "A", "a", "B" }, true, { "A", "a", "b", "B" } },
-        { { "b", "A", "a", "B" }, false, { "b", "B", "A", "a" } },
-        { {}, true, {} },
+        { "name", true, "cherry apple Banana", "apple Banana cherry" },
+        { "name", false, "cherry apple Banana", "cherry Banana apple" },
+        { "name", true, "b A a B", "A a b B" },
+        { "name", false, "b A a B", "b B A a" },
+        { "name", true, "10 9 100", "10 100 9" },
+        { "filesize", true, "10 9 100", "9 10 100" },
+        { "filesize", false, "10 9 100", "100 10 9" },
+        { "filesize", true, "100 101 102 103 nan 1 2 150", "1 2 nan 100 101 102 103 150" },
+        { "filesize", true, "20 8 nan 17 10 6 12 3 19", "3 6 10 12 17 nan 8 19 20" },
+        { "filesize", true, "1 2 3 4 5 6 7 8 5.5 nan", "nan 1 2 3 4 5 5.5 6 7 8" },
+        { "filesize", true, "3 inf 1", "1 inf 3" },
     };
-    for (const Case &tc : cases) {
+    for (const auto &[key, ascending, values, expected] : cases) {
         bhDataSource source;
-        for (const QString &v : tc.values)
-            source.add(new Item(v));
-        source.sortByColumn(QStringLiteral("name"), tc.ascending, bhDataSource::SortAsText);
-        QStringList got;
-        for (int i = 0; source.getnthSortedItem(i); ++i)
-            got << source.getnthSortedItem(i)->getFieldByName(QStringLiteral("name"));
-        EXPECT_EQ(got, tc.expected) << tc.values.join(u',').toStdString() << " " << tc.ascending;
+        for (const QString &v : values.split(u' '))
+            source.add(new Item(v, v.toFloat()));
+        FakeTable table;
+        table.sort = SortDescriptor { QString::fromLatin1(key), ascending };
+        source.setTableView(&table);
+        test::LogCapture log;
+        source.didClickTableColumn(&table);
+        QCoreApplication::sendPostedEvents();
+        EXPECT_EQ(sortedNames(source), expected) << key << " " << values.toStdString();
+        EXPECT_EQ(log.count(QStringLiteral("overflow")) > 0, values.contains(u"inf")) << key;
+        EXPECT_EQ(table.reloads, 1);
     }
 }
 
 // Many items with many ties, with and without a value that forces the item-by-item insertion:
 // either way the finite values come out ordered, ties in reverse collection order.
-TEST(DataSourceSort, NumericSortOrdersLargeCollectionsWithOrWithoutBrokenValues)
+TEST(DataSource, NumericSortPutsTiesInReverseOrder)
 {
-    {
-        bhDataSource source; // 5, 3, 5 gives 3, the second 5, the first 5
-        for (float v : { 5.0f, 3.0f, 5.0f })
-            source.add(new Item(QString(), v));
-        source.sortByColumn(QStringLiteral("filesize"), true, bhDataSource::SortAsNumber);
-        EXPECT_EQ(source.getnthSortedItem(0)->getID(), 2u);
-        EXPECT_EQ(source.getnthSortedItem(1)->getID(), 3u);
-        EXPECT_EQ(source.getnthSortedItem(2)->getID(), 1u);
-    }
-    std::mt19937 random(7);
-    for (bool withNaN : { false, true }) {
-        for (bool ascending : { true, false }) {
-            bhDataSource source;
-            for (int i = 0; i < 300; ++i)
-                source.add(new Item(QString::number(i), float(random() % 40)));
-            if (withNaN)
-                source.add(new Item(QStringLiteral("broken"), kNaN));
-            source.sortByColumn(QStringLiteral("filesize"), ascending, bhDataSource::SortAsNumber);
-
-            std::vector<const Item *> finite;
-            for (int i = 0; source.getnthSortedItem(i); ++i) {
-                const auto *item = static_cast<const Item *>(source.getnthSortedItem(i));
-                if (!std::isnan(item->number))
-                    finite.push_back(item);
-            }
-            ASSERT_EQ(finite.size(), 300u);
-            for (std::size_t i = 1; i < finite.size(); ++i) {
-                const float prev = finite[i - 1]->number, cur = finite[i]->number;
-                if (prev == cur) {
-                    EXPECT_GT(finite[i - 1]->getID(), finite[i]->getID()) << "tie at " << i;
-                } else {
-                    EXPECT_EQ(prev < cur, ascending) << "order at " << i;
-                }
-            }
-        }
-    }
-}
-
-// With 7 or more items placed, the search starts at the middle when the middle item precedes
-// the new one, and at the three-quarter place only when that one precedes too. A value that is
-// not a number stays where it was put, which makes the starting place visible.
-TEST(DataSourceSort, NumericSortJumpStart)
-{
-    struct Case
-    {
-        const char *what;
-        std::vector<float> values;
-        std::vector<float> expected;
-    };
-    const Case cases[] = {
-        { "middle and three-quarter (same place) precede: the search skips the NaN",
-            { 100, 101, 102, 103, kNaN, 1, 2, 150 }, { 1, 2, kNaN, 100, 101, 102, 103, 150 } },
-        { "both precede: the search starts at the three-quarter place",
-            { 20, 8, kNaN, 17, 10, 6, 12, 3, 19 }, { 3, 6, 10, 12, 17, kNaN, 8, 19, 20 } },
-        { "only the middle precedes: the search starts at the middle",
-            { 1, 2, 3, 4, 5, 6, 7, 8, 5.5f, kNaN }, { kNaN, 1, 2, 3, 4, 5, 5.5f, 6, 7, 8 } },
-    };
-    for (const Case &tc : cases) {
+    for (int run = 0; run < 4; ++run) {
+        const bool withNaN = run % 2, ascending = run < 2;
         bhDataSource source;
-        for (float v : tc.values)
-            source.add(new Item(QString(), v));
-        source.sortByColumn(QStringLiteral("filesize"), true, bhDataSource::SortAsNumber);
-        EXPECT_TRUE(sameNumbers(sortedNumbers(source), tc.expected)) << tc.what;
+        for (int i = 0; i < 300; ++i)
+            source.add(new Item({}, float(i * 37 % 40)));
+        if (withNaN)
+            source.add(new Item({}, kNaN));
+        source.sortByColumn(kSize, ascending, bhDataSource::SortAsNumber);
+        const Item *prev = nullptr;
+        int finite = 0;
+        for (int i = 0; auto *item = static_cast<const Item *>(source.getnthSortedItem(i)); ++i) {
+            if (std::isnan(item->number))
+                continue;
+            if (prev) {
+                EXPECT_TRUE(prev->number == item->number
+                        ? prev->getID() > item->getID()
+                        : (prev->number < item->number) == ascending)
+                    << "at " << i << " in run " << run;
+            }
+            prev = item;
+            ++finite;
+        }
+        EXPECT_EQ(finite, 300);
     }
 }
 
-TEST(DataSourceSort, CompareAnswersAndOverflow)
+TEST(DataSource, CompareAnswersAndOverflow)
 {
-    struct Case
-    {
-        float a, b;
-        int options;
-        int expected;
-        bool overflow;
-    };
+    using Case = std::tuple<float, float, int, int, bool>; // a, b, options, answer, logs overflow
     const Case cases[] = {
         { 2, 1, 1, 1, false },
         { 1, 2, 1, -1, false },
@@ -288,87 +303,140 @@ TEST(DataSourceSort, CompareAnswersAndOverflow)
         { 1, -kInf, 1, 0, true },
         { kInf, 1, 0, 0, false },
     };
-    for (const Case &tc : cases) {
-        Item a(QString(), tc.a), b(QString(), tc.b);
-        bhDataSource source(false);
+    for (const auto &[x, y, options, expected, overflow] : cases) {
+        Item a({}, x), b({}, y);
         test::LogCapture log;
-        EXPECT_EQ(source.compare(&a, &b, QStringLiteral("filesize"), tc.options), tc.expected)
-            << tc.a << " " << tc.b << " " << tc.options;
-        EXPECT_EQ(log.count(QStringLiteral("overflow")) > 0, tc.overflow) << tc.a << " " << tc.b;
-    }
-
-    // A sort meeting an infinite value logs and still places every item.
-    bhDataSource source;
-    for (float v : { 3.0f, kInf, 1.0f })
-        source.add(new Item(QString(), v));
-    test::LogCapture log;
-    source.sortByColumn(QStringLiteral("filesize"), true, bhDataSource::SortAsNumber);
-    EXPECT_GT(log.count(QStringLiteral("overflow")), 0);
-    EXPECT_TRUE(sameNumbers(sortedNumbers(source), { 1, kInf, 3 }));
-}
-
-TEST(DataSourceSort, ColumnClickSortsNumericFieldsAsNumbers)
-{
-    bhDataSource source;
-    for (const char *v : { "10", "9", "100" })
-        source.add(new Item(QString::fromLatin1(v), QByteArray(v).toFloat()));
-    FakeTable table;
-    source.setTableView(&table);
-
-    struct Case
-    {
-        const char *key;
-        QStringList expected;
-    };
-    const Case cases[] = {
-        { "filesize", { "9", "10", "100" } },
-        { "name", { "10", "100", "9" } },
-    };
-    for (const Case &tc : cases) {
-        table.sort = SortDescriptor { QString::fromLatin1(tc.key), true };
-        source.didClickTableColumn(&table);
-        QStringList got;
-        for (int i = 0; i < 3; ++i)
-            got << source.getnthSortedItem(i)->getFieldByName(QStringLiteral("name"));
-        EXPECT_EQ(got, tc.expected) << tc.key;
+        EXPECT_EQ(bhDataSource(false).compare(&a, &b, kSize, options), expected)
+            << x << " " << y << " " << options;
+        EXPECT_EQ(log.count(QStringLiteral("overflow")) > 0, overflow) << x << " " << y;
     }
 }
 
-TEST(DataSourceReload, IsQueuedToTheMainThreadAndDroppedWithTheSource)
+TEST(DataSource, ReloadIsQueuedToTheMainThreadAndDroppedWithTheSource)
 {
     FakeTable table;
     bhDataSource source;
     source.setTableView(&table);
-    std::thread worker([&source] { source.reloadData(); });
-    worker.join();
+    std::thread([&source] { source.reloadData(); }).join();
     EXPECT_EQ(table.reloads, 0);
     QCoreApplication::sendPostedEvents();
     EXPECT_EQ(table.reloads, 1);
     EXPECT_EQ(table.reloadThread, std::this_thread::get_id());
 
-    auto gone = std::make_unique<bhDataSource>();
+    auto *gone = new bhDataSource;
     gone->setTableView(&table);
     gone->reloadData();
-    gone.reset();
+    delete gone;
     QCoreApplication::sendPostedEvents();
     EXPECT_EQ(table.reloads, 1);
 }
 
 // A crawl adds its records one by one and walks them in order; both must stay linear.
-TEST(DataSourceScale, LargeCollectionsStayFast)
+TEST(DataSource, LargeCollectionsStayFast)
 {
     const int n = 200000;
     QElapsedTimer timer;
     timer.start();
     bhDataSource source;
     for (int i = 0; i < n; ++i)
-        source.add(new Item(QString(), float(i % 1000)));
+        source.add(new Item({}, float(i % 1000)));
     int walked = 0;
     for (OrelDataObject *item = source.getFirstItem(); item; item = source.getNextItem(item))
         ++walked;
     EXPECT_EQ(walked, n);
     EXPECT_EQ(source.getItemById(n), source.getnthItem(n - 1));
-    source.sortByColumn(QStringLiteral("filesize"), true, bhDataSource::SortAsNumber);
+    source.sortByColumn(kSize, true, bhDataSource::SortAsNumber);
     EXPECT_EQ(static_cast<const Item *>(source.getnthSortedItem(n - 1))->number, 999.0f);
     EXPECT_LT(timer.elapsed(), 30000);
+}
+
+// Values are not escaped, every second row is shaded, no anchors; lines end in "\r" alone.
+TEST(Render, OwnTableAsCSVAndHTML)
+{
+    Item plain("http://a/", 0, "200 no error"), quoted("say \"hi\"", 0, ""), third("c", 0, "x");
+    const QString htmlHead = QStringLiteral("<table cellpadding=2 cellspacing=2 border=0><tr>"
+                                            "<th style = background:#cccccc>URL</th>"
+                                            "<th style = background:#cccccc>Status</th></tr>");
+    FakeTable table;
+    bhDataSource source(false);
+    source.setTableView(&table);
+    EXPECT_EQ(source.getDataAsCSV(), "\"URL\",\"Status\"\r");
+    EXPECT_EQ(source.getDataAsHTML(), QString(htmlHead + "</table><br />"));
+
+    for (Item *item : { &plain, &quoted, &third })
+        source.add(item);
+    EXPECT_EQ(source.getDataAsCSV(),
+        "\"URL\",\"Status\"\r\"http://a/\",\"200 no error\"\r\"say \"hi\"\",\"\"\r\"c\",\"x\"\r");
+    EXPECT_EQ(source.getDataAsHTML(),
+        QString(htmlHead
+            + "<tr><td >http://a/</td><td >200 no error</td></tr>"
+              "<tr><td style = background:#f0f0ff>say \"hi\"</td>"
+              "<td style = background:#f0f0ff></td></tr>"
+              "<tr><td >c</td><td >x</td></tr></table><br />"));
+}
+
+// Only visible items, in collection order; the colour is asked by the place in the collection
+// (2), not the visible row (1); the validator table links to the public checker.
+TEST(Render, TableViewHTMLForReportsAndTheValidator)
+{
+    Item first("http://a/", 0, "ok"), hidden("http://hidden/", 0, "x"),
+        coloured("https://c/x", 0, "404 not found"), last("plain", 0, "x");
+    hidden.setVisible(false);
+    const QString check = QStringLiteral("<a href = https://validator.w3.org/check?uri=");
+    using Case = std::tuple<const char *, QString, QString>;
+    const Case cases[] = {
+        { "seo", anchor(QStringLiteral("http://a/")), anchor(QStringLiteral("https://c/x")) },
+        { "validator", check + "http://a/ >http://a/</a>", check + "https://c/x >https://c/x</a>" },
+    };
+    for (const auto &[identifier, firstUrl, colouredUrl] : cases) {
+        ColouredSource source(false);
+        for (Item *item : { &first, &hidden, &coloured, &last })
+            source.add(item);
+        source.colours[2] = Colour { 1.0, 0.5, 0.25, 1.0 };
+        FakeTable table;
+        table.id = QString::fromLatin1(identifier);
+        EXPECT_EQ(source.getDataAsHTMLusingTableView(&table),
+            QString(kViewHead + viewRow(false, {}, firstUrl, QStringLiteral("ok"))
+                + viewRow(true, QStringLiteral("255,127,63"), colouredUrl,
+                    QStringLiteral("404 not found"))
+                + viewRow(false, {}, QStringLiteral("plain"), QStringLiteral("x"))
+                + "</table><br />"))
+            << identifier;
+        EXPECT_EQ(source.rowsAsked, (std::vector<int> { 0, 2, 3 })) << identifier;
+    }
+}
+
+// The outline's own data source answers, not the renderer; children are indented, a missing
+// value is empty, and the progress window counts the rows.
+TEST(Render, OutlineAsCSVAndHTMLWithIndentedChildrenAndProgress)
+{
+    Item parent("http://p/", 0, "200 no error"), child("page one", 0, "x"), linked("http://q/");
+    ColouredSource answers(false);
+    answers.colours[1] = Colour { 0.0, 0.0, 1.0, 1.0 };
+    FakeTable outline;
+    outline.rows = { &parent, &child, &linked };
+    outline.expandable = { &parent };
+    outline.source = &answers;
+
+    using Case = std::tuple<const char *, QString (bhDataSource::*)(TableDescription *), QString>;
+    const Case cases[] = {
+        { "csv", &bhDataSource::getDataAsCSVusingOutlineView,
+            "\"URL\",\"Status\"\r\"http://p/\",\"200 no error\"\r\"\tpage one\",\"x\"\r"
+            "\"\thttp://q/\",\"\"\r" },
+        { "html", &bhDataSource::getDataAsHTMLusingOutlineView,
+            QString(kViewHead + viewRow(false, {}, anchor("http://p/"), "200 no error")
+                + viewRow(true, "0,0,255", "&nbsp;&nbsp;page one", "x")
+                + viewRow(false, {}, "&nbsp;&nbsp;" + anchor("http://q/"), {})
+                + "</table><br />") },
+    };
+    for (const auto &[what, render, expected] : cases) {
+        bhDataSource renderer(false);
+        ProgressRecorder progress;
+        EXPECT_EQ((renderer.*render)(&outline), expected) << what;
+        ASSERT_EQ(progress.countCalls(QStringLiteral("progress")), 1) << what;
+        EXPECT_EQ(progress.calls.front().title, QStringLiteral("Exporting"));
+        EXPECT_EQ(progress.progressMaximum, 100);
+        EXPECT_EQ(progress.steps, (std::vector<int> { 33, 66 })) << what;
+        EXPECT_FALSE(progress.progressShown) << what;
+    }
 }
