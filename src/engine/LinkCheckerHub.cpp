@@ -11,6 +11,7 @@
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
 #include "links/LinkCheckerUrl.h"
+#include "links/OrelOnPage.h"
 #include "links/myNSURLConnection.h"
 #include "seo/SEOManager.h"
 
@@ -58,11 +59,13 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
       m_configManager(configManager),
       m_seo(std::make_unique<SEOManager>())
 {
+    loadColoursFromDefaults();
 }
 
 LinkCheckerHub::~LinkCheckerHub()
 {
     ++m_generation;
+    qDeleteAll(m_pairings);
     m_seo->clear();
     // Connections still running would call back into records that are about to go.
     for (OrelDataObject *item : items()) {
@@ -107,6 +110,9 @@ void LinkCheckerHub::go()
             connection->cancel();
         record->releaseAll();
     }
+    qDeleteAll(m_pairings);
+    m_pairings.clear();
+    m_pagesNeedingAttention.reset();
     bhDataSource::clear();
     m_badCollectionCount = 0;
     m_answeredPrefix = 0;

@@ -23,6 +23,7 @@ namespace orel {
 
 class HrefResolver;
 class LinkCheckerUrl;
+class OrelOnPage;
 class OrelConfigManager;
 class SEOManager;
 class SettingsControls;
@@ -184,6 +185,33 @@ public:
     int countVisible(const std::vector<OrelDataObject *> *collection) const;
     // Reloads of the view are coalesced: many pages read in one pass cause one reload.
     void reloadData() override;
+    // Toggles the bad-links-only switch; answers the label of the control, which names what
+    // the next press does ("Bad links only" or "Show all links").
+    QString showHideGoodLinks();
+
+    // By-link outline: a record opens onto its occurrences, but only once the crawl is paused or
+    // finished. Pairings stay valid until the next crawl.
+    int numberOfOccurrences(LinkCheckerUrl *record) const;
+    OrelOnPage *occurrence(LinkCheckerUrl *record, int index);
+    // By-page outline: the pages with at least one visible (and, bad-links-only, bad) link, in
+    // the index's own order; rebuilt by countPagesWithVisibleItems().
+    int countItemsforThisPage(const QString &page) const { return numberOfLinksOnThisPage(page); }
+    int countVisibleItemsforThisPage(const QString &page) const;
+    bool pageHasAtLeastOneVisibleItem(const QString &page) const;
+    int countPagesWithVisibleItems();
+    // "" out of range; a null string before the first count.
+    QString getNthPageWithVisibleItems(int n) const;
+    OrelOnPage *getNthVisibleItemForPage(int n, const QString &page);
+
+    // Row colours: the four class colours, the "none" colour, and whether rows are coloured.
+    void setClassColour(int colourClass, const Colour &colour); // 1 2xx … 4 5xx
+    Colour classColour(int colourClass) const;
+    void loadColoursFromDefaults();
+    void saveColoursToDefaults() const;
+    std::optional<Colour> labelColorForRow(TableDescription *table, int row) override;
+    Colour labelColorForConstant(int colourClass) const;
+    // The colour of a record's row; none when rows are not coloured or the class has none.
+    std::optional<Colour> rowColour(const LinkCheckerUrl *record) const;
     int numberOfRowsInTableView(TableDescription *table) override;
     QString objectValueForTableColumn(TableDescription *table, const QString &columnId,
                                       int row) override;
@@ -335,6 +363,10 @@ private:
     // Starts without a delay wait here for one queued call that starts them all.
     std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
 
+    // Occurrence pairings handed to the outlines, one per record and index.
+    QHash<QPair<LinkCheckerUrl *, int>, OrelOnPage *> m_pairings;
+    std::optional<QStringList> m_pagesNeedingAttention;
+    Colour m_classColours[5]; // [0] is the "none" colour
     bool m_badLinksOnly = false;
     QString m_searchText;
     int m_linksFilterTag = 0;

@@ -107,7 +107,7 @@ QString LinkCheckerHub::htmlText()
     ExportProgress progress(int(rows.size()));
     for (std::size_t r = 0; r < rows.size(); ++r) {
         progress.step(int(r));
-        const std::optional<Colour> colour = labelColorForRow(getTableView(), int(r));
+        const std::optional<Colour> colour = rowColour(rows[r]);
         body += QStringLiteral("<tr>");
         for (const TableColumn &column : columns) {
             QString id = column.identifier;

@@ -1,6 +1,8 @@
 // The exports of the hub's table, over pages read by hand into a paused crawl.
 #include "HubTestSupport.h"
 
+#include "links/OrelOnPage.h"
+
 #include <QTemporaryDir>
 
 using namespace orel;
@@ -63,4 +65,49 @@ TEST_F(HubTest, ExportsOfTheTable)
     EXPECT_EQ(QString::fromUtf8(written.readAll()), hub->dotText(1000, true, false));
     hub->exportAsCSV(); // no answer queued: cancelled
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 1);
+}
+
+TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
+{
+    newHub();
+    controls.urlField = QStringLiteral("file:///orrelwick-no-such-start.html");
+    hub->go(); // running: outlines stay closed
+    LinkCheckerUrl *page = addPage(QStringLiteral("http://site.test/p.html"));
+    read(page, "<a href=\"x.html\">first</a><a href=\"y.html\">y</a><a href=\"x.html\">second</a>");
+    LinkCheckerUrl *x = byUrl(QStringLiteral("http://site.test/x.html"));
+    ASSERT_NE(x, nullptr);
+    EXPECT_EQ(hub->numberOfOccurrences(x), 0);
+    EXPECT_EQ(hub->countVisibleItemsforThisPage(page->getActualLinkUrl()), 0);
+    hub->stop();
+    EXPECT_EQ(hub->numberOfOccurrences(x), 2);
+    EXPECT_EQ(hub->occurrence(x, 1), hub->occurrence(x, 1)); // one pairing per occurrence
+
+    const QString p = page->getActualLinkUrl();
+    EXPECT_EQ(hub->countItemsforThisPage(p), 3);
+    EXPECT_EQ(hub->countVisibleItemsforThisPage(p), 3);
+    // The second x under the page is x's second entry for it.
+    OrelOnPage *third = hub->getNthVisibleItemForPage(2, p);
+    ASSERT_NE(third, nullptr);
+    EXPECT_EQ(third->getLcurl(), x);
+    EXPECT_EQ(third->getIndex(), 1);
+    EXPECT_EQ(third->getFieldByName(QStringLiteral("linktext")), QStringLiteral("second"));
+
+    EXPECT_EQ(hub->getNthPageWithVisibleItems(0), QString());
+    EXPECT_EQ(hub->countPagesWithVisibleItems(), 1);
+    EXPECT_EQ(hub->getNthPageWithVisibleItems(0), p);
+    EXPECT_EQ(hub->getNthPageWithVisibleItems(5), QStringLiteral(""));
+
+    // Bad links only: the page has none, so it drops out; the label names the next press.
+    EXPECT_EQ(hub->showHideGoodLinks(), QStringLiteral("Show all links"));
+    EXPECT_EQ(hub->countPagesWithVisibleItems(), 0);
+    EXPECT_EQ(hub->getnthVisibleItem(0), nullptr);
+    EXPECT_EQ(hub->showHideGoodLinks(), QStringLiteral("Bad links only"));
+
+    // Row colours by class; off when rows are not coloured.
+    x->setStatus(QStringLiteral("404 not found"));
+    hub->setClassColour(3, Colour { 1, 0, 0, 1 });
+    EXPECT_EQ(hub->rowColour(x), (Colour { 1, 0, 0, 1 }));
+    EXPECT_FALSE(hub->rowColour(page).has_value());
+    controls.displayLabelButton = CheckState::Off;
+    EXPECT_FALSE(hub->rowColour(x).has_value());
 }
