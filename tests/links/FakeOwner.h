@@ -15,15 +15,8 @@ class FakeOwner : public LinkOwner
 {
 public:
     // Answers the record's questions.
-    bool stop_ = false;
-    bool rechecking = false;
-    bool trim = false;
-    bool ignoreSlash = false;
-    bool flagBlacklisted = false;
-    bool archive = false;
-    bool soft404Check = false;
-    bool soft404Answer = false;
-    bool titles = false;
+    bool stop_ = false, rechecking = false, ignoreSlash = false, flagBlacklisted = false;
+    bool archive = false, soft404Check = false, soft404Answer = false, titles = false;
     bool highlight = false;
     int linksOnPage = 0;
     // Run posted work through the event loop (live transfers) instead of holding it.
@@ -41,63 +34,46 @@ public:
         for (auto &fn : work)
             fn();
     }
+    void note(const QString &message) { calls << message; }
 
-    void threadHasFinished(LinkCheckerUrl *) override
+    void threadHasFinished(LinkCheckerUrl *) override { note("threadHasFinished"); }
+    void incNumberDone(LinkCheckerUrl *) override { note("incNumberDone"); }
+    void statusHasChangedFordO(LinkCheckerUrl *) override { note("statusHasChangedFordO"); }
+    // The body must still be there while the owner parses it.
+    void extractLinks(LinkCheckerUrl *r) override
     {
-        calls << QStringLiteral("threadHasFinished");
+        note("extractLinks:" + QString::number(r->getData().size()));
     }
-    void incNumberDone(LinkCheckerUrl *) override { calls << QStringLiteral("incNumberDone"); }
-    void statusHasChangedFordO(LinkCheckerUrl *) override
-    {
-        calls << QStringLiteral("statusHasChangedFordO");
-    }
-    void extractLinks(LinkCheckerUrl *record) override
-    {
-        // The body must still be there while the owner parses it.
-        calls << QStringLiteral("extractLinks:%1").arg(record->getData().size());
-    }
-    void incNumberValidated(LinkCheckerUrl *) override
-    {
-        calls << QStringLiteral("incNumberValidated");
-    }
-    void addToLookup(LinkCheckerUrl *, const QString &key) override
-    {
-        calls << QStringLiteral("addToLookup:") + key;
-    }
-    void addLink(LinkCheckerUrl *, const QString &page) override
-    {
-        calls << QStringLiteral("addLink:") + page;
-    }
+    void incNumberValidated(LinkCheckerUrl *) override { note("incNumberValidated"); }
+    void addToLookup(LinkCheckerUrl *, const QString &key) override { note("addToLookup:" + key); }
+    void addLink(LinkCheckerUrl *, const QString &page) override { note("addLink:" + page); }
     bool performSoft404CheckOnThisUrl(LinkCheckerUrl *) override
     {
-        calls << QStringLiteral("performSoft404CheckOnThisUrl");
+        note("performSoft404CheckOnThisUrl");
         return soft404Answer;
     }
     bool shouldPerformSoft404Check() const override { return soft404Check; }
-    void archivePage(LinkCheckerUrl *) override { calls << QStringLiteral("archivePage"); }
+    void archivePage(LinkCheckerUrl *) override { note("archivePage"); }
     bool shouldArchive() const override { return archive; }
-    void resetDomain(LinkCheckerUrl *record) override
-    {
-        calls << QStringLiteral("resetDomain:") + record->getActualLinkUrl();
-    }
-    void emergencyMemoryStop() override { calls << QStringLiteral("emergencyMemoryStop"); }
-    void stop() override { calls << QStringLiteral("stop"); }
+    void resetDomain(LinkCheckerUrl *r) override { note("resetDomain:" + r->getActualLinkUrl()); }
+    void emergencyMemoryStop() override { note("emergencyMemoryStop"); }
+    void stop() override { note("stop"); }
     bool stopPressed() const override { return stop_; }
     bool isRechecking() const override { return rechecking; }
-    bool shouldTrim() const override { return trim; }
+    bool shouldTrim() const override { return false; }
     bool shouldIgnoreSlash() const override { return ignoreSlash; }
     bool shouldTrimSpaces() const override { return false; }
-    bool getIgnoreQS() const override { return trim; }
+    bool getIgnoreQS() const override { return false; }
     bool isPlainTextMode() const override { return false; }
     bool shouldFlagBlacklisted() const override { return flagBlacklisted; }
     double getTimeoutInterval() const override { return 30; }
     bool displayPageTitle() const override { return titles; }
     bool shouldHighlight() const override { return highlight; }
     int numberOfLinksOnThisPage(const QString &) const override { return linksOnPage; }
-    void showInspector(LinkCheckerUrl *) override { calls << QStringLiteral("showInspector"); }
+    void showInspector(LinkCheckerUrl *) override { note("showInspector"); }
     void highlightBadLinksInSelectedPage(LinkCheckerUrl *) override
     {
-        calls << QStringLiteral("highlightBadLinksInSelectedPage");
+        note("highlightBadLinksInSelectedPage");
     }
     void later(std::function<void()> fn) override
     {

@@ -32,25 +32,32 @@ struct LiveFetch
         record->setLinkUrl(url, false);
         owner.calls.clear();
     }
-
-    // Starts the transfer the way the crawl does and waits for its last owner message.
-    QString run(int kind = CrawlFetch)
+    // Starts the transfer the way the crawl does.
+    myNSURLConnection *start(int kind = CrawlFetch)
     {
         UrlRequest request;
         request.url = record->getLinkUrlForTesting();
         request.timeoutSeconds = 10;
         record->setSentRequest();
-        record->setConnection(new myNSURLConnection(request, record.get(), kind));
-        const QString last = kind == ValidatorRequest ? QStringLiteral("incNumberValidated")
-                                                      : QStringLiteral("threadHasFinished");
-        QDeadlineTimer deadline(15000);
+        auto *connection = new myNSURLConnection(request, record.get(), kind);
+        record->setConnection(connection);
+        return connection;
+    }
+    // Processes events until the owner got `last` or the time is up.
+    void waitFor(const QString &last, int ms = 15000)
+    {
+        QDeadlineTimer deadline(ms);
         while (!owner.calls.contains(last) && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        // Anything sent twice would arrive now.
-        for (int i = 0; i < 5; ++i)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        // Message names only: "extractLinks:123" -> "extractLinks".
-        QStringList names;
+    }
+    // Runs the transfer to its last owner message; answers the message names in order.
+    QString run(int kind = CrawlFetch)
+    {
+        start(kind);
+        waitFor(kind == ValidatorRequest ? QStringLiteral("incNumberValidated")
+                                         : QStringLiteral("threadHasFinished"));
+        waitFor(QStringLiteral("-"), 100); // anything sent twice would arrive now
+        QStringList names; // "extractLinks:123" -> "extractLinks"
         for (const QString &call : owner.calls)
             names << call.section(QLatin1Char(':'), 0, 0);
         return names.join(QLatin1Char(' '));
@@ -66,55 +73,46 @@ TEST(FetchLive, AnswersBecomeStatusesAndOwnerMessages)
     const QString read = QStringLiteral("statusHasChangedFordO performSoft404CheckOnThisUrl "
                                         "incNumberDone extractLinks threadHasFinished");
     const QString notRead = QStringLiteral("statusHasChangedFordO incNumberDone threadHasFinished");
+    const QString failRead
+        = QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished");
     const struct
     {
-        const char *path;
-        bool internal;
-        const char *status;
-        const char *redirSuffix;
+        const char *url; // a server path, or a whole URL
+        bool internal, startWithSlashIgnored;
+        const char *status, *actualSuffix;
+        bool redirected;
         QString calls;
     } cases[] = {
-        { "/final", true, "200 no error", "", read },
-        { "/redirect/chain?n=3", true, "200 no error < 302 found", "/final", read },
-        { "/status/404", true, "404 not found", "",
-            QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished") },
-        { "/type/pdf", true, "200 no error", "", notRead },
-        { "/type/html", false, "200 no error", "", notRead },
-        { "/auth/basic", true, "401 unauthorized", "",
-            QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished") },
-        { "/redirect/loop?i=0", true, "recurring redirect", "/redirect/loop?i=100",
+        { "/final", true, false, "200 no error", "/final", false, read },
+        { "/redirect/chain?n=3", true, false, "200 no error < 302 found", "/final", true, read },
+        { "/status/404", true, false, "404 not found", "/status/404", false, failRead },
+        { "/type/pdf", true, false, "200 no error", "/type/pdf", false, notRead },
+        { "/type/html", false, false, "200 no error", "/type/html", false, notRead },
+        { "/auth/basic", true, false, "401 unauthorized", "/auth/basic", false, failRead },
+        { "/redirect/loop?i=0", true, false, "recurring redirect", "/redirect/loop?i=100", true,
             QStringLiteral("incNumberDone threadHasFinished") },
+        // Only a slash added: absorbed into the start's own URL, not a redirect.
+        { "/dir", true, true, "200 no error", "/dir/", false,
+            QStringLiteral("addToLookup resetDomain ") + read },
+        { "file:///nonexistent-orrelwick/page.html", false, false, "file doesnt exist", "page.html",
+            false, notRead },
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.path);
-        LiveFetch f(server.url(QString::fromLatin1(c.path)));
+        SCOPED_TRACE(c.url);
+        const QString url = QString::fromLatin1(c.url);
+        LiveFetch f(url.startsWith(QLatin1Char('/')) ? server.url(url) : url);
         f.record->setIsInternal(c.internal);
+        f.record->setIsStartingPoint(c.startWithSlashIgnored);
+        f.owner.ignoreSlash = c.startWithSlashIgnored;
         EXPECT_EQ(f.run(), c.calls);
         EXPECT_EQ(f.record->getStatus(), QString::fromLatin1(c.status));
-        if (*c.redirSuffix)
-            EXPECT_TRUE(f.record->getRedir().endsWith(QString::fromLatin1(c.redirSuffix)));
-        else
-            EXPECT_TRUE(f.record->getRedir().isEmpty());
+        EXPECT_TRUE(f.record->getActualLinkUrl().endsWith(QString::fromLatin1(c.actualSuffix)));
+        EXPECT_EQ(f.record->getRedir().isEmpty(), !c.redirected);
         EXPECT_TRUE(f.record->getData().isEmpty() || !c.internal) << f.record->getData().size();
     }
 }
 
-TEST(FetchLive, SlashOnlyRedirectOfTheStartIsAbsorbed)
-{
-    FixtureServer server;
-    ASSERT_TRUE(server.isRunning());
-    LiveFetch f(server.url(QStringLiteral("/dir")));
-    f.owner.ignoreSlash = true;
-    f.record->setIsStartingPoint(true);
-    const QString calls = f.run();
-    EXPECT_EQ(f.record->getStatus(), QStringLiteral("200 no error"));
-    EXPECT_TRUE(f.record->getRedir().isEmpty());
-    EXPECT_EQ(f.record->getLinkUrl(), server.url(QStringLiteral("/dir/")));
-    EXPECT_TRUE(calls.startsWith(QStringLiteral("addToLookup resetDomain statusHasChangedFordO")))
-        << calls.toStdString();
-}
-
-TEST(FetchLive, ValidatorAnswerAndMissingFile)
+TEST(FetchLive, ValidatorAnswerAndSelfSignedStartPage)
 {
     FixtureServer server;
     ASSERT_TRUE(server.isRunning());
@@ -126,24 +124,14 @@ TEST(FetchLive, ValidatorAnswerAndMissingFile)
     EXPECT_EQ(v.record->getValidatorErrors(), 4);
     EXPECT_EQ(v.record->getValidatorWarnings(), 1);
 
-    LiveFetch m(QStringLiteral("file:///nonexistent-orrelwick/page.html"));
-    EXPECT_EQ(m.run(), QStringLiteral("statusHasChangedFordO incNumberDone threadHasFinished"));
-    EXPECT_EQ(m.record->getStatus(), QStringLiteral("file doesnt exist"));
-    EXPECT_EQ(m.record->getColour(), 4);
-    EXPECT_FALSE(m.record->shouldBeMemberOfBadCollection());
-}
-
-TEST(FetchLive, SelfSignedStartPageIsTrusted)
-{
-    FixtureServer server(FixtureServer::Tls);
-    ASSERT_TRUE(server.isRunning());
-    LiveFetch start(server.url(QStringLiteral("/final")));
+    // The start page accepts the self-signed certificate; any other record fails with a text.
+    FixtureServer tls(FixtureServer::Tls);
+    ASSERT_TRUE(tls.isRunning());
+    LiveFetch start(tls.url(QStringLiteral("/final")));
     start.record->setIsStartingPoint(true);
     start.run();
     EXPECT_EQ(start.record->getStatus(), QStringLiteral("200 no error"));
-
-    // Any other record does not accept the certificate: a failure text.
-    LiveFetch other(server.url(QStringLiteral("/final")));
+    LiveFetch other(tls.url(QStringLiteral("/final")));
     EXPECT_EQ(other.run(), QStringLiteral("statusHasChangedFordO incNumberDone threadHasFinished"));
     EXPECT_EQ(other.record->getColour(), 4);
 }
@@ -152,43 +140,23 @@ TEST(FetchLive, RecordGoneOrCrawlStoppedMidTransferEndsQuietly)
 {
     FixtureServer server;
     ASSERT_TRUE(server.isRunning());
-    const auto settle = [] {
-        QDeadlineTimer deadline(1200);
-        while (!deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    };
 
     // A record released or deleted while its transfer runs takes the transfer with it.
-    {
-        LiveFetch f(server.url(QStringLiteral("/slow?ms=400")));
-        UrlRequest request;
-        request.url = f.record->getLinkUrlForTesting();
-        f.record->setSentRequest();
-        QPointer<myNSURLConnection> connection
-            = new myNSURLConnection(request, f.record.get(), CrawlFetch);
-        f.record->setConnection(connection);
-        f.record->releaseAll();
-        EXPECT_TRUE(!connection || connection->isCancelled());
-        f.record.reset();
-        settle();
-        EXPECT_TRUE(f.owner.calls.isEmpty()) << f.owner.calls.join(QLatin1Char(' ')).toStdString();
-    }
+    LiveFetch gone(server.url(QStringLiteral("/slow?ms=400")));
+    QPointer<myNSURLConnection> connection = gone.start();
+    gone.record->releaseAll();
+    EXPECT_TRUE(!connection || connection->isCancelled());
+    gone.record.reset();
+    gone.waitFor(QStringLiteral("-"), 1200);
+    EXPECT_TRUE(gone.owner.calls.isEmpty()) << gone.owner.calls.join(' ').toStdString();
 
     // The user pauses while the body is on its way: the record cancels and reports nothing.
-    {
-        LiveFetch f(server.url(QStringLiteral("/slowbody?ms=400")));
-        UrlRequest request;
-        request.url = f.record->getLinkUrlForTesting();
-        f.record->setSentRequest();
-        f.record->setConnection(new myNSURLConnection(request, f.record.get(), CrawlFetch));
-        QDeadlineTimer deadline(5000);
-        while (!f.owner.calls.contains(QStringLiteral("statusHasChangedFordO"))
-            && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        f.owner.calls.clear();
-        f.owner.stop_ = true;
-        settle();
-        EXPECT_TRUE(f.owner.calls.isEmpty()) << f.owner.calls.join(QLatin1Char(' ')).toStdString();
-        EXPECT_EQ(f.record->getConnection(), nullptr);
-    }
+    LiveFetch paused(server.url(QStringLiteral("/slowbody?ms=400")));
+    paused.start();
+    paused.waitFor(QStringLiteral("statusHasChangedFordO"), 5000);
+    paused.owner.calls.clear();
+    paused.owner.stop_ = true;
+    paused.waitFor(QStringLiteral("-"), 1200);
+    EXPECT_TRUE(paused.owner.calls.isEmpty()) << paused.owner.calls.join(' ').toStdString();
+    EXPECT_EQ(paused.record->getConnection(), nullptr);
 }

@@ -9,12 +9,16 @@
 
 #include <QCoreApplication>
 
+#include <tuple>
+
 using namespace orel;
 using orel::test::FakeOwner;
 
 namespace {
 
-UrlResponse httpResponse(int code, HeaderList headers = {})
+const HeaderList htmlHeaders = { { "Content-Type", "text/html; charset=utf-8" } };
+
+UrlResponse httpResponse(int code, HeaderList headers = htmlHeaders)
 {
     UrlResponse r;
     r.isHttp = true;
@@ -22,15 +26,6 @@ UrlResponse httpResponse(int code, HeaderList headers = {})
     r.headers = std::move(headers);
     return r;
 }
-
-UrlRequest requestFor(const QString &url)
-{
-    UrlRequest r;
-    r.url = url;
-    return r;
-}
-
-const HeaderList htmlHeaders = { { "Content-Type", "text/html; charset=utf-8" } };
 
 struct Fixture
 {
@@ -54,30 +49,45 @@ struct Fixture
         owner.calls.clear();
         return all.join(QLatin1Char(' '));
     }
+    std::optional<UrlRequest> send(const QString &url, const UrlResponse *redirect = nullptr,
+        myNSURLConnection *conn = nullptr)
+    {
+        UrlRequest request;
+        request.url = url;
+        return record.willSendRequest(conn, request, redirect);
+    }
     std::optional<UrlRequest> redirect(const QString &to, int code = 301)
     {
-        const UrlResponse response = httpResponse(code);
-        return record.willSendRequest(nullptr, requestFor(to), &response);
+        const UrlResponse response = httpResponse(code, {});
+        return send(to, &response);
+    }
+    void respond(int code, const HeaderList &headers = htmlHeaders, myNSURLConnection *c = nullptr)
+    {
+        record.didReceiveResponse(c, httpResponse(code, headers));
     }
     void body(const QByteArray &bytes)
     {
-        record.didReceiveData(nullptr, bytes.constData(), bytes.size());
+        record.didReceiveData(nullptr, bytes.data(), bytes.size());
+    }
+    void finish() { record.connectionDidFinishLoading(nullptr); }
+    void fail(const QString &text, int code = 7, myNSURLConnection *c = nullptr)
+    {
+        record.didFailWithError(c, UrlError { code, text });
     }
 };
 
 } // namespace
 
-TEST(Fetch, InternalHtmlPageIsReadThenReleased)
+TEST(Fetch, PageEndsWithOwnerMessagesInOrder)
 {
     Fixture f;
     f.owner.archive = true;
-    ASSERT_TRUE(
-        f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
-    f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
+    ASSERT_TRUE(f.send(QStringLiteral("http://h/a")));
+    f.respond(200);
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error"));
     f.body("<html>");
     f.body("</html>");
-    f.record.connectionDidFinishLoading(nullptr);
+    f.finish();
     EXPECT_EQ(f.trace(),
         QStringLiteral("statusHasChangedFordO archivePage performSoft404CheckOnThisUrl "
                        "incNumberDone extractLinks:13 | threadHasFinished"));
@@ -87,65 +97,51 @@ TEST(Fetch, InternalHtmlPageIsReadThenReleased)
     // During a re-check run the owner does not read the page again.
     Fixture g;
     g.owner.rechecking = true;
-    g.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
-    g.record.connectionDidFinishLoading(nullptr);
+    g.respond(200);
+    g.finish();
     EXPECT_EQ(g.trace(),
-        QStringLiteral("statusHasChangedFordO performSoft404CheckOnThisUrl "
-                       "incNumberDone | threadHasFinished"));
-}
+        "statusHasChangedFordO performSoft404CheckOnThisUrl incNumberDone | threadHasFinished");
 
-TEST(Fetch, SoftNotFoundPrefixesTheStatus)
-{
-    Fixture f;
-    f.owner.soft404Answer = true;
-    f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
-    f.record.connectionDidFinishLoading(nullptr);
-    EXPECT_EQ(f.record.getStatus(), QStringLiteral("404 'soft 404' < 200 no error"));
-    EXPECT_FALSE(f.record.shouldBeMemberOfBadCollection());
-
-    // A page that already failed is not tested.
-    Fixture g;
-    g.owner.soft404Answer = true;
-    g.record.didReceiveResponse(nullptr, httpResponse(404, htmlHeaders));
-    g.record.connectionDidFinishLoading(nullptr);
-    EXPECT_EQ(g.record.getStatus(), QStringLiteral("404 not found"));
-    EXPECT_FALSE(g.trace().contains(QLatin1String("performSoft404CheckOnThisUrl")));
+    // A soft "not found" prefixes the status; a page that already failed is not tested.
+    Fixture s;
+    s.owner.soft404Answer = true;
+    s.respond(200);
+    s.finish();
+    EXPECT_EQ(s.record.getStatus(), QStringLiteral("404 'soft 404' < 200 no error"));
+    EXPECT_FALSE(s.record.shouldBeMemberOfBadCollection());
+    Fixture n;
+    n.owner.soft404Answer = true;
+    n.respond(404);
+    n.finish();
+    EXPECT_EQ(n.record.getStatus(), QStringLiteral("404 not found"));
+    EXPECT_FALSE(n.trace().contains(QLatin1String("performSoft404CheckOnThisUrl")));
 }
 
 TEST(Fetch, BodyNotNeededFinishesAtTheResponse)
 {
-    const struct
-    {
-        const char *contentType;
-        bool internal;
-        bool soft404;
-        bool finishedAtResponse;
-    } cases[] = {
+    // Content type, internal, soft-404 check on, finished at the response.
+    const std::tuple<const char *, bool, bool, bool> cases[] = {
         { "application/pdf", true, false, true },
         { "text/html", false, false, true },
         { "text/html", false, true, false },
         { "text/html", true, false, false },
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(std::string(c.contentType) + (c.internal ? " internal" : " external"));
+    for (const auto &[type, internal, soft404, finished] : cases) {
+        SCOPED_TRACE(std::string(type) + (internal ? " internal" : " external"));
         Fixture f;
-        f.record.setIsInternal(c.internal);
-        f.owner.soft404Check = c.soft404;
-        f.record.didReceiveResponse(
-            nullptr, httpResponse(200, { { "Content-Type", c.contentType } }));
+        f.record.setIsInternal(internal);
+        f.owner.soft404Check = soft404;
+        f.respond(200, { { "Content-Type", type } });
         EXPECT_EQ(f.trace(),
-            c.finishedAtResponse
-                ? QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished")
-                : QStringLiteral("statusHasChangedFordO |"));
+            finished ? QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished")
+                     : QStringLiteral("statusHasChangedFordO |"));
     }
-}
 
-TEST(Fetch, NonHttpAnswerTakesHtmlFromTheMimeType)
-{
+    // A non-HTTP answer takes "HTML" from the MIME type; a start page keeps any body.
     Fixture f(QStringLiteral("file:///site/doc.txt"));
     UrlResponse response;
     response.mimeType = QStringLiteral("text/plain");
-    f.record.setIsStartingPoint(true); // keeps the body although it is not HTML
+    f.record.setIsStartingPoint(true);
     f.record.didReceiveResponse(nullptr, response);
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error (not http)"));
     EXPECT_FALSE(f.record.getIsHTML());
@@ -156,8 +152,7 @@ TEST(Fetch, NonHttpAnswerTakesHtmlFromTheMimeType)
 TEST(Fetch, RedirectChainRecordsLastTargetAndFirstCode)
 {
     Fixture f;
-    ASSERT_TRUE(
-        f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
+    ASSERT_TRUE(f.send(QStringLiteral("http://h/a")));
     const auto next = f.redirect(QStringLiteral("http://other:8080/b"), 301);
     ASSERT_TRUE(next);
     EXPECT_EQ(next->url, QStringLiteral("http://other:8080/b"));
@@ -165,24 +160,20 @@ TEST(Fetch, RedirectChainRecordsLastTargetAndFirstCode)
     ASSERT_TRUE(f.redirect(QStringLiteral("http://h/c"), 302));
     EXPECT_EQ(f.record.getRedir(), QStringLiteral("http://h/c"));
     EXPECT_EQ(f.record.getActualLinkUrl(), QStringLiteral("http://h/c"));
-    f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
+    f.respond(200);
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
     EXPECT_EQ(f.record.getColour(), 2);
     EXPECT_EQ(f.record.getNumberOfRedirects(), 3);
-}
 
-TEST(Fetch, TrailingSlashRedirectOfTheStartIsAbsorbed)
-{
-    Fixture f(QStringLiteral("http://h/dir"));
-    f.owner.ignoreSlash = true;
-    f.record.setIsStartingPoint(true);
-    ASSERT_TRUE(f.redirect(QStringLiteral("http://h/dir/")));
-    EXPECT_TRUE(f.record.getRedir().isEmpty());
-    EXPECT_EQ(f.record.getLinkUrl(), QStringLiteral("http://h/dir/"));
-    EXPECT_EQ(f.record.getStatus(), QString());
-    EXPECT_EQ(f.trace(), QStringLiteral("addToLookup:http://h/dir resetDomain:http://h/dir/ |"));
-
-    // Without slash ignoring it is a real redirect.
+    // A start page redirected only to add a slash keeps its URL when slashes are ignored.
+    Fixture s(QStringLiteral("http://h/dir"));
+    s.owner.ignoreSlash = true;
+    s.record.setIsStartingPoint(true);
+    ASSERT_TRUE(s.redirect(QStringLiteral("http://h/dir/")));
+    EXPECT_TRUE(s.record.getRedir().isEmpty());
+    EXPECT_EQ(s.record.getLinkUrl(), QStringLiteral("http://h/dir/"));
+    EXPECT_EQ(s.record.getStatus(), QString());
+    EXPECT_EQ(s.trace(), QStringLiteral("addToLookup:http://h/dir resetDomain:http://h/dir/ |"));
     Fixture g(QStringLiteral("http://h/dir"));
     ASSERT_TRUE(g.redirect(QStringLiteral("http://h/dir/")));
     EXPECT_EQ(g.record.getRedir(), QStringLiteral("http://h/dir/"));
@@ -193,8 +184,7 @@ TEST(Fetch, RedirectCapAndRedirectionToNowhere)
 {
     Fixture f;
     test::LogCapture log;
-    ASSERT_TRUE(
-        f.record.willSendRequest(nullptr, requestFor(QStringLiteral("http://h/a")), nullptr));
+    ASSERT_TRUE(f.send(QStringLiteral("http://h/a")));
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(f.redirect(QStringLiteral("http://h/loop%1").arg(i % 2))) << i;
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
@@ -214,29 +204,24 @@ TEST(Fetch, RedirectCapAndRedirectionToNowhere)
 
 TEST(Fetch, RecheckReplacesTheStatusAndNeedsNoBody)
 {
-    Fixture f;
-    f.record.setStatus(QStringLiteral("500 internal server error"));
-    f.record.setBeingRechecked(true);
-    f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
-    EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error"));
-    EXPECT_FALSE(f.record.isBeingRechecked());
-    EXPECT_EQ(f.trace(), QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |"));
-
-    Fixture g;
-    g.record.setStatus(QStringLiteral("404 not found"));
-    g.record.setBeingRechecked(true);
-    g.record.didFailWithError(
-        nullptr, UrlError { UrlError::TimedOut, QStringLiteral("The request timed out.") });
-    EXPECT_EQ(g.record.getStatus(), QStringLiteral("The request timed out."));
-    EXPECT_FALSE(g.record.isBeingRechecked());
-    EXPECT_EQ(g.trace(), QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |"));
+    for (const bool fails : { false, true }) {
+        Fixture f;
+        f.record.setStatus(QStringLiteral("500 internal server error"));
+        f.record.setBeingRechecked(true);
+        if (fails)
+            f.fail(QStringLiteral("The request timed out."), UrlError::TimedOut);
+        else
+            f.respond(200);
+        EXPECT_EQ(f.record.getStatus(), fails ? "The request timed out." : "200 no error");
+        EXPECT_FALSE(f.record.isBeingRechecked());
+        EXPECT_EQ(f.trace(), "incNumberDone statusHasChangedFordO threadHasFinished |");
+    }
 }
 
 TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
 {
     Fixture f;
-    f.record.didFailWithError(
-        nullptr, UrlError { 7, QStringLiteral("Could not connect to server") });
+    f.fail(QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.record.getColour(), 4);
     EXPECT_EQ(f.trace(), QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished"));
@@ -257,8 +242,7 @@ TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
     EXPECT_EQ(g.trace(), QStringLiteral("|"));
     EXPECT_TRUE(log.contains(QStringLiteral("received authentication challenge from http://h/a")));
 
-    const AuthMethod refused[] = { AuthMethod::HttpBasic, AuthMethod::ServerTrust };
-    for (AuthMethod method : refused) {
+    for (AuthMethod method : { AuthMethod::HttpBasic, AuthMethod::ServerTrust }) {
         Fixture h;
         h.record.setIsInternal(method != AuthMethod::ServerTrust);
         AuthChallenge challenge;
@@ -270,14 +254,14 @@ TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
     }
 }
 
-TEST(Fetch, StopPressedSilencesEveryCallback)
+TEST(Fetch, StopPressedOrUnsentSilencesEveryCallback)
 {
     Fixture f;
     f.owner.stop_ = true;
-    f.record.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
+    f.respond(200);
     f.body("x");
-    f.record.didFailWithError(nullptr, UrlError { 7, QStringLiteral("failed") });
-    f.record.connectionDidFinishLoading(nullptr);
+    f.fail(QStringLiteral("failed"));
+    f.finish();
     EXPECT_EQ(f.record.getStatus(), QString());
     EXPECT_TRUE(f.record.getData().isEmpty());
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
@@ -285,25 +269,21 @@ TEST(Fetch, StopPressedSilencesEveryCallback)
     // A response for a request never stamped as sent is ignored too.
     FakeOwner owner;
     LinkCheckerUrl unsent(&owner);
-    unsent.didReceiveResponse(nullptr, httpResponse(200, htmlHeaders));
+    unsent.didReceiveResponse(nullptr, httpResponse(200));
     EXPECT_EQ(unsent.getStatus(), QString());
 }
 
 TEST(Fetch, ValidatorHeadersInBothSpellings)
 {
     QCoreApplication::processEvents();
-    const HeaderList spellings[] = {
-        { { "X-W3C-Validator-Status", "Invalid" }, { "X-W3C-Validator-Errors", "3" },
-            { "X-W3C-Validator-Warnings", "2" } },
-        { { "X-W3c-Validator-Status", "Invalid" }, { "X-W3c-Validator-Errors", "3" },
-            { "X-W3c-Validator-Warnings", "2" } },
-    };
-    for (const HeaderList &headers : spellings) {
+    for (const char *prefix : { "X-W3C-Validator-", "X-W3c-Validator-" }) {
+        const QByteArray p(prefix);
         Fixture f;
         // Not handed over with setConnection(): the calling connection is the one cancelled.
-        myNSURLConnection *validator
-            = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
-        f.record.didReceiveResponse(validator, httpResponse(200, headers));
+        auto *validator = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
+        f.respond(200,
+            { { p + "Status", "Invalid" }, { p + "Errors", "3" }, { p + "Warnings", "2" } },
+            validator);
         EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Invalid"));
         EXPECT_EQ(f.record.getValidatorErrors(), 3);
         EXPECT_EQ(f.record.getValidatorWarnings(), 2);
@@ -316,14 +296,13 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
 
     // Neither header: the answer falls through to the end of loading.
     Fixture f;
-    myNSURLConnection *validator = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
+    auto *validator = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
     f.record.setConnection(validator);
-    f.record.didReceiveResponse(validator, httpResponse(200, htmlHeaders));
+    f.respond(200, htmlHeaders, validator);
     EXPECT_EQ(f.record.getValidatorStatus(), QString());
     EXPECT_FALSE(validator->isCancelled());
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
-    f.record.didFailWithError(
-        validator, UrlError { 7, QStringLiteral("Could not connect to server") });
+    f.fail(QStringLiteral("Could not connect to server"), 7, validator);
     EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.trace(), QStringLiteral("| incNumberValidated"));
     QCoreApplication::processEvents(); // let the cancelled connections go
@@ -334,10 +313,9 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     Fixture f(QStringLiteral("http://h/logo.png"));
     f.record.setIsImage(true);
     f.record.setIsHTML(false);
-    f.record.didReceiveResponse(nullptr,
-        httpResponse(200, { { "Content-Type", "image/png" }, { "Content-Length", "4096" } }));
+    f.respond(200, { { "Content-Type", "image/png" }, { "Content-Length", "4096" } });
     f.body(QByteArray(3000, 'x'));
-    f.record.connectionDidFinishLoading(nullptr);
+    f.finish();
     EXPECT_EQ(f.record.getFileSizeInBytes(), 3000);
     EXPECT_EQ(f.record.getFileSizeCompressedInKBytes(), 4);
     EXPECT_GE(f.record.getLoadTime(), 0.0);
@@ -345,24 +323,23 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     test::LogCapture log;
     Fixture g(QStringLiteral("http://h/logo.png"));
     g.record.setIsImage(true);
-    g.record.didReceiveResponse(nullptr, httpResponse(200, { { "Content-Type", "image/png" } }));
+    g.respond(200, { { "Content-Type", "image/png" } });
     EXPECT_TRUE(log.contains(
         QStringLiteral("Content-Length header isn't available for http://h/logo.png")));
     g.body(QByteArray(2048, 'x'));
-    g.record.connectionDidFinishLoading(nullptr);
+    g.finish();
     EXPECT_EQ(g.record.getFileSizeCompressedInKBytes(), 2); // the body length stands in
 }
 
 TEST(Fetch, HighlightFetchCollectsThePageOnly)
 {
     Fixture f;
-    myNSURLConnection *conn = new myNSURLConnection(UrlRequest(), &f.record, HighlightFetch);
+    auto *conn = new myNSURLConnection(UrlRequest(), &f.record, HighlightFetch);
     f.record.setConnection(conn);
     f.record.setStatus(QStringLiteral("404 not found"));
     f.record.setBeingRechecked(true); // a highlight fetch still takes the bytes
-    EXPECT_TRUE(
-        f.record.willSendRequest(conn, requestFor(QStringLiteral("http://h/page")), nullptr));
-    f.record.didReceiveResponse(conn, httpResponse(200, htmlHeaders));
+    EXPECT_TRUE(f.send(QStringLiteral("http://h/page"), nullptr, conn));
+    f.respond(200, htmlHeaders, conn);
     f.record.didReceiveData(conn, "<p>", 3);
     f.record.connectionDidFinishLoading(conn);
     EXPECT_EQ(f.record.getOnPageData(), QByteArray("<p>"));

@@ -11,6 +11,9 @@
 #include <QDir>
 #include <QFile>
 
+#include <cmath>
+#include <tuple>
+
 using namespace orel;
 using orel::test::FakeOwner;
 
@@ -18,15 +21,10 @@ namespace {
 
 struct ClassCase
 {
-    const char *status;
-    const char *redir;
-    bool blacklisted;
-    bool flagBlacklisted;
+    const char *status, *redir;
+    bool blacklisted, flagBlacklisted;
     int colour;
-    bool good;
-    bool fine; // shouldBeMemberOfBadCollection: YES means not bad
-    bool errorPage;
-    bool exempt;
+    bool good, fine, errorPage, exempt; // fine: shouldBeMemberOfBadCollection (YES = not bad)
 };
 
 } // namespace
@@ -72,16 +70,12 @@ TEST(LinkRecordClassification, RulesApplyInTheirOrder)
         EXPECT_EQ(r.isErrorPage(), c.errorPage);
         EXPECT_EQ(r.isExempt(), c.exempt);
     }
-}
 
-TEST(LinkRecordClassification, RecursionColoursA2xxAsRedirectAndValidatorColour)
-{
+    // A recursion colours a 2xx as a redirect; the validator colour reads its own status.
     LinkCheckerUrl r;
     r.setStatus(QStringLiteral("200 no error"));
-    EXPECT_EQ(r.getColour(), 0);
     r.setRecursion(true);
     EXPECT_EQ(r.getColour(), 2);
-
     EXPECT_EQ(r.getValidatorColour(), 0);
     r.setValidatorStatus(QStringLiteral("Invalid"));
     EXPECT_EQ(r.getValidatorColour(), 2);
@@ -89,24 +83,18 @@ TEST(LinkRecordClassification, RecursionColoursA2xxAsRedirectAndValidatorColour)
     EXPECT_EQ(r.getValidatorColour(), 0);
 }
 
-TEST(LinkRecordStatus, UpdateKeepsHistoryNewestFirstAndNullIsIgnored)
+TEST(LinkRecordStatus, HistoryNewestFirstAndFirstNofollowDecides)
 {
     LinkCheckerUrl r;
     r.updateStatus(QStringLiteral("301 moved permanently"));
     EXPECT_EQ(r.getStatus(), QStringLiteral("301 moved permanently"));
     r.updateStatus(QStringLiteral("200 no error"));
-    EXPECT_EQ(r.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
     r.setStatus(QString());
     r.updateStatus(QString());
     EXPECT_EQ(r.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
     r.setStatus(QStringLiteral("404 not found"));
     EXPECT_EQ(r.getStatus(), QStringLiteral("404 not found"));
-}
 
-TEST(LinkRecordNofollow, FirstOccurrenceDecides)
-{
-    LinkCheckerUrl r;
-    EXPECT_EQ(r.isNofollow(), 0);
     EXPECT_EQ(r.getNofollow(), QStringLiteral("No"));
     r.addNofollow(false);
     r.addNofollow(true);
@@ -115,10 +103,11 @@ TEST(LinkRecordNofollow, FirstOccurrenceDecides)
     LinkCheckerUrl s;
     s.addNofollow(true);
     s.addNofollow(false);
+    EXPECT_EQ(s.isNofollow(), 1);
     EXPECT_EQ(s.getNofollow(), QStringLiteral("Yes"));
 }
 
-TEST(LinkRecordFields, KeysAndFormats)
+TEST(LinkRecordFields, KeysFormatsAndNumericColumns)
 {
     FakeOwner owner;
     owner.linksOnPage = 7;
@@ -133,7 +122,6 @@ TEST(LinkRecordFields, KeysAndFormats)
     r.setFileSizeCompressed(4096);
     r.setResponseTime(0.25);
     r.setWordCount(12);
-
     LinkCheckerUrl img1, img2;
     img1.setFileSize(1500);
     img2.setFileSize(1500);
@@ -141,44 +129,45 @@ TEST(LinkRecordFields, KeysAndFormats)
     r.addLinkedImage(&img2);
     r.addLinkedImage(nullptr);
 
-    const std::pair<const char *, const char *> expected[] = {
-        { "distancefromhome", "3" },
-        { "distance", "3" },
-        { "filesize", "0kb" },
-        { "filesizecompressed", "4kb" },
-        { "linkurl", "http://h/a" },
-        { "actualurl", "http://h/b" },
-        { "redir", "http://h/b" },
-        { "linkurlhtml", "<a href=\"http://h/a\" target=\"_blank\">http://h/a</a>" },
-        { "linkredirhtml", "<a href=\"http://h/b\" target=\"_blank\">http://h/b</a>" },
-        { "linkcount", "7" },
-        { "linktext", "text" },
-        { "linkpagetitle", "Title" },
-        { "status", "200 no error < 301 moved permanently" },
-        { "validatorerrors", "" },
-        { "validatorwarnings", "" },
-        { "wordcount", "12" },
-        { "responsetime", "0.25" },
-        { "loadtime", "" },
-        { "imageqty", "2" },
-        { "imageweight", "2 kb" }, // 3000 bytes / 1024
-        { "nofollow", "No" },
-        { "totalOcurrences", "0" },
-        { "totalocurrences", "" },
-        { "ocurrencesinarchive", "0" },
-        { "canonical", "" },
-        { "nosuchkey", "" },
+    // Key, text, number; a key without a number (NaN) is not a numeric column.
+    const float none = std::nanf("");
+    const std::tuple<const char *, const char *, float> cases[] = {
+        { "distancefromhome", "3", 3 },
+        { "distance", "3", none },
+        { "filesize", "0kb", 0 },
+        { "filesizecompressed", "4kb", 4 },
+        { "linkurl", "http://h/a", none },
+        { "actualurl", "http://h/b", none },
+        { "redir", "http://h/b", none },
+        { "linkurlhtml", "<a href=\"http://h/a\" target=\"_blank\">http://h/a</a>", none },
+        { "linkredirhtml", "<a href=\"http://h/b\" target=\"_blank\">http://h/b</a>", none },
+        { "linkcount", "7", 7 },
+        { "linktext", "text", none },
+        { "linkpagetitle", "Title", none },
+        { "status", "200 no error < 301 moved permanently", none },
+        { "validatorerrors", "", -1 },
+        { "validatorwarnings", "", -1 },
+        { "wordcount", "12", 12 },
+        { "responsetime", "0.25", 0.25f },
+        { "loadtime", "", 0 },
+        { "imageqty", "2", 2 },
+        { "imageweight", "2 kb", 2 }, // text: 3000 bytes / 1024; number: 1 kb + 1 kb
+        { "nofollow", "No", none },
+        { "totalOcurrences", "0", none },
+        { "totalocurrences", "", 0 },
+        { "ocurrencesinarchive", "0", 0 },
+        { "canonical", "", none },
+        { "Filesize", "", none },
+        { "nosuchkey", "", none },
     };
-    for (const auto &[key, value] : expected)
-        EXPECT_EQ(r.getFieldByName(QString::fromLatin1(key)), QString::fromLatin1(value)) << key;
-
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("totalocurrences")), 0.0f);
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("imageweight")), 2.0f); // 1 kb + 1 kb
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("validatorerrors")), -1.0f);
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("filesizecompressed")), 4.0f);
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("linkcount")), 7.0f);
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("responsetime")), 0.25f);
-    EXPECT_EQ(r.getFieldAsNumberByName(QStringLiteral("ocurrencesinarchive")), 0.0f);
+    for (const auto &[key, text, number] : cases) {
+        const QString name = QString::fromLatin1(key);
+        EXPECT_EQ(r.getFieldByName(name), QString::fromLatin1(text)) << key;
+        EXPECT_EQ(OrelDataObject::isNumber(name), !std::isnan(number)) << key;
+        if (!std::isnan(number)) {
+            EXPECT_EQ(r.getFieldAsNumberByName(name), number) << key;
+        }
+    }
 
     // The time stamp follows the send time unless a text was set (a loaded link list).
     EXPECT_EQ(r.getFieldByName(QStringLiteral("timestamp")), QString());
@@ -186,21 +175,8 @@ TEST(LinkRecordFields, KeysAndFormats)
     EXPECT_FALSE(r.getTimestamp().isEmpty());
     r.setTimestamp(QStringLiteral("http://h/b"));
     EXPECT_EQ(r.getFieldByName(QStringLiteral("timestamp")), QStringLiteral("http://h/b"));
-
     r.setValidatorErrors(0);
     EXPECT_EQ(r.getFieldByName(QStringLiteral("validatorerrors")), QStringLiteral("0"));
-    EXPECT_EQ(r.getDistancefromhome(), QStringLiteral("3"));
-}
-
-TEST(LinkRecordFields, NumericColumnsAreExactlyThirteen)
-{
-    const char *numeric[] = { "distancefromhome", "responsetime", "loadtime", "filesize",
-        "filesizecompressed", "imageqty", "imageweight", "totalocurrences", "ocurrencesinarchive",
-        "validatorwarnings", "validatorerrors", "linkcount", "wordcount" };
-    for (const char *n : numeric)
-        EXPECT_TRUE(OrelDataObject::isNumber(QString::fromLatin1(n))) << n;
-    for (const char *n : { "totalOcurrences", "distance", "status", "Filesize", "" })
-        EXPECT_FALSE(OrelDataObject::isNumber(QString::fromLatin1(n))) << n;
 }
 
 TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
@@ -209,14 +185,12 @@ TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
     LinkCheckerUrl r(&owner);
     r.setLinkUrl(QStringLiteral("http://h/x"), false);
     owner.calls.clear();
-
     test::LogCapture log;
     r.addOnPageUrl(QString());
     r.addOnPageUrl(QLatin1String(""));
     r.addOnPageUrl(QStringLiteral("http://h/p"));
     r.addOnPageName(QString());
     r.addOnPageLinkText(QString());
-
     EXPECT_EQ(r.getOnPageUrlArray(), QStringList({ "no url", "no url", "http://h/p" }));
     EXPECT_EQ(r.getOnPageNameArray(), QStringList({ "untitled" }));
     EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "no text" }));
@@ -228,18 +202,16 @@ TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
     EXPECT_TRUE(r.isOnPage(QStringLiteral("http://h/p")));
 }
 
-TEST(LinkRecordOnPage, CellsAndListRenderings)
+TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
 {
     FakeOwner owner;
     LinkCheckerUrl r(&owner);
-    EXPECT_EQ(r.getOnPageName(), QString());
     EXPECT_EQ(r.getOnPageUrl(), QString());
     EXPECT_EQ(r.getOnPagesHTML(), QString());
-    EXPECT_EQ(r.getLastOnPageUrl(), QString());
-
     r.addOnPageUrl(QStringLiteral("http://h/1"));
     r.addOnPageName(QStringLiteral("One"));
     r.addOnPageLinkText(QStringLiteral("t1"));
+    r.addNofollow(false);
     EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("http://h/1"));
     EXPECT_EQ(r.getOnPageName(), QStringLiteral("One"));
     owner.titles = true;
@@ -247,8 +219,9 @@ TEST(LinkRecordOnPage, CellsAndListRenderings)
     owner.titles = false;
 
     r.addOnPageUrl(QStringLiteral("http://h/2"));
-    r.addOnPageName(QStringLiteral("Two"));
     r.addOnPageLinkText(QStringLiteral("t2"));
+    r.addNofollow(true);
+    // One name short: the pairing below must not read past the shorter list.
     EXPECT_EQ(r.getOnPageName(), QStringLiteral("2 occurrences over more than one page"));
     EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("2 occurrences over more than one page"));
     EXPECT_EQ(r.getOnPages(), QStringLiteral("http://h/1\rhttp://h/2"));
@@ -257,6 +230,25 @@ TEST(LinkRecordOnPage, CellsAndListRenderings)
     EXPECT_EQ(r.getOnPagesHTML(),
         QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
                        "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
+
+    r.setStatus(QStringLiteral("404 not found"));
+    const std::tuple<int, const char *, const char *> pairs[] = {
+        { 1, "onpageurl", "http://h/2" },
+        { 1, "linktext", "t2" },
+        { 1, "onpagename", "" },
+        { 1, "nofollow", "Yes" },
+        { 1, "status", "404 not found" },
+        { 5, "onpageurl", "" },
+        { 5, "nofollow", "" },
+    };
+    for (const auto &[index, key, value] : pairs)
+        EXPECT_EQ(OrelOnPage(&r, index).getFieldByName(QString::fromLatin1(key)),
+            QString::fromLatin1(value))
+            << index << " " << key;
+    EXPECT_EQ(OrelOnPage(&r, 1).getColour(), 3);
+    EXPECT_EQ(OrelOnPage().getColour(), 0);
+
+    r.addOnPageName(QStringLiteral("Two"));
     owner.titles = true;
     EXPECT_EQ(r.getOnPagesText(), QStringLiteral("One,Two"));
     EXPECT_EQ(r.getOnPagesHTML(),
@@ -277,41 +269,9 @@ TEST(LinkRecordOnPage, CellsAndListRenderings)
     EXPECT_EQ(owner.calls.last(), QStringLiteral("highlightBadLinksInSelectedPage"));
 }
 
-TEST(LinkRecordOnPage, PairingReadsItsOwnOccurrenceAndGuardsTheIndex)
-{
-    LinkCheckerUrl r;
-    r.setLinkUrl(QStringLiteral("http://h/x"), false);
-    r.setStatus(QStringLiteral("404 not found"));
-    r.addOnPageUrl(QStringLiteral("http://h/1"));
-    r.addOnPageUrl(QStringLiteral("http://h/2"));
-    r.addOnPageName(QStringLiteral("One"));
-    r.addOnPageLinkText(QStringLiteral("t1"));
-    r.addOnPageLinkText(QStringLiteral("t2"));
-    r.addNofollow(false);
-    r.addNofollow(true);
-
-    OrelOnPage second(&r, 1);
-    EXPECT_EQ(second.getFieldByName(QStringLiteral("onpageurl")), QStringLiteral("http://h/2"));
-    EXPECT_EQ(second.getFieldByName(QStringLiteral("linktext")), QStringLiteral("t2"));
-    EXPECT_EQ(second.getFieldByName(QStringLiteral("onpagename")), QString()); // shorter list
-    EXPECT_EQ(second.getFieldByName(QStringLiteral("nofollow")), QStringLiteral("Yes"));
-    EXPECT_EQ(second.getFieldByName(QStringLiteral("status")), QStringLiteral("404 not found"));
-    EXPECT_EQ(second.getColour(), 3);
-
-    OrelOnPage outside(&r, 5);
-    EXPECT_EQ(outside.getFieldByName(QStringLiteral("onpageurl")), QString());
-    EXPECT_EQ(outside.getFieldByName(QStringLiteral("nofollow")), QString());
-    EXPECT_EQ(OrelOnPage().getColour(), 0);
-}
-
 TEST(LinkRecordSEO, OverlappingCaseInsensitiveCounts)
 {
-    const struct
-    {
-        const char *term;
-        const char *text;
-        int count;
-    } cases[] = {
+    const std::tuple<const char *, const char *, int> cases[] = {
         { "aa", "aaaa", 3 },
         { "AA", "aaaa", 3 },
         { "ab", "xabyABz", 2 },
@@ -319,11 +279,11 @@ TEST(LinkRecordSEO, OverlappingCaseInsensitiveCounts)
         { "", "aaaa", 0 },
         { "a", "", 0 },
     };
-    for (const auto &c : cases)
+    for (const auto &[term, text, count] : cases)
         EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(
-                      QString::fromLatin1(c.term), QString::fromLatin1(c.text)),
-            c.count)
-            << c.term << " in " << c.text;
+                      QString::fromLatin1(term), QString::fromLatin1(text)),
+            count)
+            << term << " in " << text;
 }
 
 TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
@@ -357,7 +317,6 @@ TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
     EXPECT_TRUE(
         r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing"), QStringLiteral("SHOP") }));
     EXPECT_FALSE(r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing") }));
-
     EXPECT_FALSE(r.countSEOTerm(QStringLiteral("gadget")));
     test::wipeHome();
 }
