@@ -202,6 +202,12 @@ public:
     // "" out of range; a null string before the first count.
     QString getNthPageWithVisibleItems(int n) const;
     OrelOnPage *getNthVisibleItemForPage(int n, const QString &page);
+    // Cell values of the outlines. A link row has no single link text; an occurrence row under
+    // a link repeats none of the link's own columns; a page row shows only its URL.
+    static QString byLinkValue(const LinkCheckerUrl *record, const QString &columnId);
+    static QString byLinkValue(const OrelOnPage *occurrence, const QString &columnId);
+    static QString byPageValue(const QString &page, const QString &columnId);
+    static QString byPageValue(const OrelOnPage *occurrence, const QString &columnId);
 
     // Row colours: the four class colours, the "none" colour, and whether rows are coloured.
     void setClassColour(int colourClass, const Colour &colour); // 1 2xx … 4 5xx

@@ -131,6 +131,33 @@ OrelOnPage *LinkCheckerHub::getNthVisibleItemForPage(int n, const QString &page)
     return nullptr;
 }
 
+QString LinkCheckerHub::byLinkValue(const LinkCheckerUrl *record, const QString &columnId)
+{
+    if (!record || columnId == QLatin1String("linktext"))
+        return QString(QLatin1String(""));
+    return record->getFieldByName(columnId);
+}
+
+QString LinkCheckerHub::byLinkValue(const OrelOnPage *occurrence, const QString &columnId)
+{
+    static const QStringList linkColumns { QStringLiteral("linkurl"), QStringLiteral("status"),
+                                           QStringLiteral("redir"), QStringLiteral("distance"),
+                                           QStringLiteral("timestamp") };
+    if (!occurrence || linkColumns.contains(columnId))
+        return QString(QLatin1String(""));
+    return occurrence->getFieldByName(columnId);
+}
+
+QString LinkCheckerHub::byPageValue(const QString &page, const QString &columnId)
+{
+    return columnId == QLatin1String("linkurl") ? page : QString(QLatin1String(""));
+}
+
+QString LinkCheckerHub::byPageValue(const OrelOnPage *occurrence, const QString &columnId)
+{
+    return occurrence ? occurrence->getFieldByName(columnId) : QString(QLatin1String(""));
+}
+
 void LinkCheckerHub::setClassColour(int colourClass, const Colour &colour)
 {
     if (colourClass >= 0 && colourClass <= 4)

@@ -91,6 +91,12 @@ TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
     EXPECT_EQ(third->getLcurl(), x);
     EXPECT_EQ(third->getIndex(), 1);
     EXPECT_EQ(third->getFieldByName(QStringLiteral("linktext")), QStringLiteral("second"));
+    EXPECT_EQ(LinkCheckerHub::byLinkValue(x, QStringLiteral("linktext")), QString());
+    EXPECT_EQ(LinkCheckerHub::byLinkValue(x, QStringLiteral("linkurl")), x->getLinkUrl());
+    EXPECT_EQ(LinkCheckerHub::byLinkValue(third, QStringLiteral("linkurl")), QString());
+    EXPECT_EQ(LinkCheckerHub::byLinkValue(third, QStringLiteral("onpageurl")), p);
+    EXPECT_EQ(LinkCheckerHub::byPageValue(p, QStringLiteral("linkurl")), p);
+    EXPECT_EQ(LinkCheckerHub::byPageValue(p, QStringLiteral("status")), QString());
 
     EXPECT_EQ(hub->getNthPageWithVisibleItems(0), QString());
     EXPECT_EQ(hub->countPagesWithVisibleItems(), 1);
