@@ -1,16 +1,12 @@
 // Title, description, robots markers, headings and highlighting of a bad link.
 #include "ParserTestUtil.h"
-#include "TestHome.h"
 
 #include <gtest/gtest.h>
-
-#include <tuple>
-#include <utility>
 
 using namespace orel;
 using orel::test::scan;
 
-TEST(ParserMetadata, TitleIsTheTextOfABareTitleTagWithoutLineBreaks)
+TEST(ParserMetadata, TitleDescriptionKeywordsAndCanonicalComeFromTheHead)
 {
     // page, title, end of head
     const std::tuple<const char *, const char *, int> cases[] = {
@@ -26,10 +22,7 @@ TEST(ParserMetadata, TitleIsTheTextOfABareTitleTagWithoutLineBreaks)
         EXPECT_EQ(p->getEndHead(), endHead) << page;
         EXPECT_EQ(p->getCounter(), 0) << "handed over from a reset cursor";
     }
-}
 
-TEST(ParserMetadata, DescriptionKeywordsAndCanonicalComeFromTheHead)
-{
     auto p = scan("<head><meta property='og:description' content='x'>"
                   "<meta name='keywords' content='k1, k2'><link rel='canonical' href='/a'>"
                   "</head><meta name='description' content='late'>");
@@ -74,19 +67,15 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHeadAndHeadingsOnlyBar
     EXPECT_EQ(scan("<h1 class=x>A</h1><h2>x</h2>")->findHeadings(), QString());
 }
 
-namespace {
+static const QByteArray style = " style = \"S\"";
 
-const QByteArray style = " style = \"S\"";
-
-std::optional<QByteArray> highlight(OrelParser &p, const char *bad, bool ignoringQS = false)
+static std::optional<QByteArray> highlight(OrelParser &p, const char *bad, bool ignoringQS = false)
 {
     return p.highlightBadink(QLatin1String(bad), QString::fromLatin1(style),
         QStringLiteral("http://s/"), ignoringQS, false);
 }
 
-} // namespace
-
-TEST(ParserHighlight, InsertsABaseAfterHeadAndMarksEveryOccurrence)
+TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
 {
     const QByteArray page = "<html><head><title>t</title></head><body>\n"
                             "<a href=\"bad.html\">one</a>\n<a href=\"ok.html\">two</a>\n"
@@ -101,18 +90,15 @@ TEST(ParserHighlight, InsertsABaseAfterHeadAndMarksEveryOccurrence)
     expected.replace("<a\nhref", QByteArray("<a" + style + "\nhref"));
     EXPECT_EQ(*out, expected);
     EXPECT_EQ(p->getBytes(), expected);
-}
 
-TEST(ParserHighlight, PageWithItsOwnBaseIsMarkedUpToTheOriginalLength)
-{
-    // The base is the page's own, so nothing is inserted up front; the frame's name is split.
-    auto p = scan("<base href=\"http://s/\"><a href=x>1</a><a href='X/'>2</a>"
-                  "<frame src=\"x\"><a href=y>3</a><a href=x>4</a>");
-    const auto out = highlight(*p, "http://s/x");
-    ASSERT_TRUE(out);
+    // Here the base is the page's own, so nothing is inserted up front; the frame's name is split.
+    auto own = scan("<base href=\"http://s/\"><a href=x>1</a><a href='X/'>2</a>"
+                    "<frame src=\"x\"><a href=y>3</a><a href=x>4</a>");
+    const auto marked = highlight(*own, "http://s/x");
+    ASSERT_TRUE(marked);
     // Every insertion shortens the part of the page still scanned, so the last link stays
     // unmarked.
-    EXPECT_EQ(*out,
+    EXPECT_EQ(*marked,
         "<base href=\"http://s/\"><a" + style + " href=x>1</a><a" + style + " href='X/'>2</a><f"
             + style + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
 

@@ -1,6 +1,8 @@
-// Helpers of the scanner tests: a scanner over a literal page and the links it yields.
+// Helpers of the scanner tests: a scanner over a literal page and the links it yields; the row
+// types of the tables come with it.
 #pragma once
 
+#include "TestHome.h"
 #include "parser/OrelParser.h"
 
 #include <QByteArray>
@@ -9,6 +11,8 @@
 
 #include <memory>
 #include <ostream>
+#include <tuple>
+#include <utility>
 
 // Readable strings in test failure messages.
 inline void PrintTo(const QString &s, std::ostream *os)
