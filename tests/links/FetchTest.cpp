@@ -27,15 +27,32 @@ UrlResponse httpResponse(int code, HeaderList headers = htmlHeaders)
     return r;
 }
 
+// Flags set up the owner and the record: "archive", "rechecking", "soft404" (the owner finds
+// one), "soft404Check", "external", "start", "ignoreSlash", "stop", "unsent", "recheck" (a
+// re-check of a record that had failed).
 struct Fixture
 {
     FakeOwner owner;
     LinkCheckerUrl record { &owner };
 
-    explicit Fixture(const QString &url = QStringLiteral("http://h/a"))
+    explicit Fixture(const QString &url = QStringLiteral("http://h/a"), const char *flags = "")
     {
+        const QList<QByteArray> on = QByteArray(flags).split(' ');
+        owner.archive = on.contains("archive");
+        owner.rechecking = on.contains("rechecking");
+        owner.soft404Answer = on.contains("soft404");
+        owner.soft404Check = on.contains("soft404Check");
+        owner.ignoreSlash = on.contains("ignoreSlash");
+        owner.stop_ = on.contains("stop");
+        record.setIsInternal(!on.contains("external"));
+        record.setIsStartingPoint(on.contains("start"));
         record.setLinkUrl(url, false);
-        record.setSentRequest();
+        if (on.contains("recheck")) {
+            record.setStatus(QStringLiteral("500 internal server error"));
+            record.setBeingRechecked(true);
+        }
+        if (!on.contains("unsent"))
+            record.setSentRequest();
         owner.calls.clear();
     }
     // Owner messages: those sent directly, then (after "|") those posted without waiting.
@@ -74,79 +91,102 @@ struct Fixture
     {
         record.didFailWithError(c, UrlError { code, text });
     }
+    // Events separated by ";": "send", "redirect <url>" (301), "respond <code> [content type]"
+    // (default HTML), "file <mime type>" (a non-HTTP answer), "body <bytes>", "finish",
+    // "fail <text>".
+    void play(const QString &events)
+    {
+        for (const QString &event : events.split(u';', Qt::SkipEmptyParts)) {
+            const QString verb = event.trimmed().section(u' ', 0, 0);
+            const QString arg = event.trimmed().section(u' ', 1);
+            const QByteArray type = arg.section(u' ', 1).toLatin1();
+            if (verb == u"send") {
+                ASSERT_TRUE(send(record.getLinkUrl()));
+            } else if (verb == u"redirect") {
+                redirect(arg);
+            } else if (verb == u"respond") {
+                respond(arg.section(u' ', 0, 0).toInt(),
+                    type.isEmpty() ? htmlHeaders : HeaderList { { "Content-Type", type } });
+            } else if (verb == u"file") {
+                UrlResponse response;
+                response.mimeType = arg;
+                record.didReceiveResponse(nullptr, response);
+            } else if (verb == u"body") {
+                body(arg.toLatin1());
+            } else if (verb == u"finish") {
+                finish();
+            } else if (verb == u"fail") {
+                fail(arg);
+            } else {
+                FAIL() << "unknown event " << verb.toStdString();
+            }
+        }
+    }
 };
 
 } // namespace
 
-TEST(Fetch, PageEndsWithOwnerMessagesInOrder)
+TEST(Fetch, EventsGiveStatusAndOwnerMessagesInOrder)
 {
-    Fixture f;
-    f.owner.archive = true;
-    ASSERT_TRUE(f.send(QStringLiteral("http://h/a")));
-    f.respond(200);
-    EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error"));
-    f.body("<html>");
-    f.body("</html>");
-    f.finish();
-    EXPECT_EQ(f.trace(),
-        QStringLiteral("statusHasChangedFordO archivePage performSoft404CheckOnThisUrl "
-                       "incNumberDone extractLinks:13 | threadHasFinished"));
-    EXPECT_TRUE(f.record.getData().isEmpty()); // freed after parsing
-    EXPECT_GE(f.record.getResponseTime(), 0.0);
-
-    // During a re-check run the owner does not read the page again.
-    Fixture g;
-    g.owner.rechecking = true;
-    g.respond(200);
-    g.finish();
-    EXPECT_EQ(g.trace(),
-        "statusHasChangedFordO performSoft404CheckOnThisUrl incNumberDone | threadHasFinished");
-
-    // A soft "not found" prefixes the status; a page that already failed is not tested.
-    Fixture s;
-    s.owner.soft404Answer = true;
-    s.respond(200);
-    s.finish();
-    EXPECT_EQ(s.record.getStatus(), QStringLiteral("404 'soft 404' < 200 no error"));
-    EXPECT_FALSE(s.record.shouldBeMemberOfBadCollection());
-    Fixture n;
-    n.owner.soft404Answer = true;
-    n.respond(404);
-    n.finish();
-    EXPECT_EQ(n.record.getStatus(), QStringLiteral("404 not found"));
-    EXPECT_FALSE(n.trace().contains(QLatin1String("performSoft404CheckOnThisUrl")));
-}
-
-TEST(Fetch, BodyNotNeededFinishesAtTheResponse)
-{
-    // Content type, internal, soft-404 check on, finished at the response.
-    const std::tuple<const char *, bool, bool, bool> cases[] = {
-        { "application/pdf", true, false, true },
-        { "text/html", false, false, true },
-        { "text/html", false, true, false },
-        { "text/html", true, false, false },
+    const QString readAt0 = QStringLiteral("incNumberDone extractLinks:0 | threadHasFinished");
+    const QString doneAtResponse
+        = QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished");
+    const QString ended = QStringLiteral("| incNumberDone threadHasFinished");
+    const QString rechecked
+        = QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |");
+    const struct
+    {
+        const char *flags, *url, *events, *status, *redir;
+        QString trace;
+    } cases[] = {
+        // A page is archived, tested, counted and parsed (body still there) before it is freed.
+        { "archive", "", "send; respond 200; body <html>; body </html>; finish", "200 no error", "",
+            "statusHasChangedFordO archivePage performSoft404CheckOnThisUrl incNumberDone "
+            "extractLinks:13 | threadHasFinished" },
+        { "rechecking", "", "respond 200; finish", "200 no error", "",
+            "statusHasChangedFordO performSoft404CheckOnThisUrl incNumberDone | "
+            "threadHasFinished" },
+        { "soft404", "", "respond 200; finish", "404 'soft 404' < 200 no error", "",
+            "statusHasChangedFordO performSoft404CheckOnThisUrl " + readAt0 },
+        { "soft404", "", "respond 404; finish", "404 not found", "",
+            "statusHasChangedFordO " + readAt0 },
+        // The body is not needed: finished at the response.
+        { "", "", "respond 200 application/pdf", "200 no error", "", doneAtResponse },
+        { "external", "", "respond 200 text/html", "200 no error", "", doneAtResponse },
+        { "external soft404Check", "", "respond 200 text/html", "200 no error", "",
+            "statusHasChangedFordO |" },
+        { "", "", "respond 200 text/html", "200 no error", "", "statusHasChangedFordO |" },
+        // A non-HTTP answer takes "HTML" from the MIME type; a start page keeps any body.
+        { "", "file:///d/a.txt", "file text/plain", "200 no error (not http)", "", doneAtResponse },
+        { "", "file:///d/a.htm", "file text/html", "200 no error (not http)", "",
+            "statusHasChangedFordO |" },
+        { "start", "file:///d/a.txt", "file text/plain", "200 no error (not http)", "",
+            "statusHasChangedFordO |" },
+        // A start page redirected only to add a slash keeps its URL when slashes are ignored.
+        { "start ignoreSlash", "http://h/dir", "redirect http://h/dir/", "", "",
+            "addToLookup:http://h/dir resetDomain:http://h/dir/ |" },
+        { "", "http://h/dir", "redirect http://h/dir/", "301 moved permanently", "http://h/dir/",
+            "|" },
+        { "", "", "send; redirect ", "redirection to nowhere", "", ended },
+        // A re-check replaces the status and needs no body.
+        { "recheck", "", "respond 200", "200 no error", "", rechecked },
+        { "recheck", "", "fail The request timed out.", "The request timed out.", "", rechecked },
+        { "", "", "fail Could not connect to server", "Could not connect to server", "",
+            "statusHasChangedFordO incNumberDone | threadHasFinished" },
+        // Stop pressed, or a request never stamped as sent: every callback is silent.
+        { "stop", "", "respond 200; body x; fail failed; finish", "", "", "|" },
+        { "unsent", "", "respond 200; finish", "", "", "|" },
     };
-    for (const auto &[type, internal, soft404, finished] : cases) {
-        SCOPED_TRACE(std::string(type) + (internal ? " internal" : " external"));
-        Fixture f;
-        f.record.setIsInternal(internal);
-        f.owner.soft404Check = soft404;
-        f.respond(200, { { "Content-Type", type } });
-        EXPECT_EQ(f.trace(),
-            finished ? QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished")
-                     : QStringLiteral("statusHasChangedFordO |"));
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::string(c.flags) + " / " + c.events);
+        Fixture f(*c.url ? QString::fromLatin1(c.url) : QStringLiteral("http://h/a"), c.flags);
+        f.play(QString::fromLatin1(c.events));
+        EXPECT_EQ(f.trace(), c.trace);
+        EXPECT_EQ(f.record.getStatus(), QString::fromLatin1(c.status));
+        EXPECT_EQ(f.record.getRedir(), QString::fromLatin1(c.redir));
+        EXPECT_TRUE(f.record.getData().isEmpty()) << "body kept";
+        EXPECT_FALSE(f.record.isBeingRechecked());
     }
-
-    // A non-HTTP answer takes "HTML" from the MIME type; a start page keeps any body.
-    Fixture f(QStringLiteral("file:///site/doc.txt"));
-    UrlResponse response;
-    response.mimeType = QStringLiteral("text/plain");
-    f.record.setIsStartingPoint(true);
-    f.record.didReceiveResponse(nullptr, response);
-    EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error (not http)"));
-    EXPECT_FALSE(f.record.getIsHTML());
-    EXPECT_TRUE(f.record.getContentLengthUnavailable());
-    EXPECT_EQ(f.trace(), QStringLiteral("statusHasChangedFordO |"));
 }
 
 TEST(Fetch, RedirectChainRecordsLastTargetAndFirstCode)
@@ -164,23 +204,9 @@ TEST(Fetch, RedirectChainRecordsLastTargetAndFirstCode)
     EXPECT_EQ(f.record.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
     EXPECT_EQ(f.record.getColour(), 2);
     EXPECT_EQ(f.record.getNumberOfRedirects(), 3);
-
-    // A start page redirected only to add a slash keeps its URL when slashes are ignored.
-    Fixture s(QStringLiteral("http://h/dir"));
-    s.owner.ignoreSlash = true;
-    s.record.setIsStartingPoint(true);
-    ASSERT_TRUE(s.redirect(QStringLiteral("http://h/dir/")));
-    EXPECT_TRUE(s.record.getRedir().isEmpty());
-    EXPECT_EQ(s.record.getLinkUrl(), QStringLiteral("http://h/dir/"));
-    EXPECT_EQ(s.record.getStatus(), QString());
-    EXPECT_EQ(s.trace(), QStringLiteral("addToLookup:http://h/dir resetDomain:http://h/dir/ |"));
-    Fixture g(QStringLiteral("http://h/dir"));
-    ASSERT_TRUE(g.redirect(QStringLiteral("http://h/dir/")));
-    EXPECT_EQ(g.record.getRedir(), QStringLiteral("http://h/dir/"));
-    EXPECT_EQ(g.record.getStatus(), QStringLiteral("301 moved permanently"));
 }
 
-TEST(Fetch, RedirectCapAndRedirectionToNowhere)
+TEST(Fetch, RedirectCapCountsEachFetchAfresh)
 {
     Fixture f;
     test::LogCapture log;
@@ -195,37 +221,10 @@ TEST(Fetch, RedirectCapAndRedirectionToNowhere)
     // A later fetch of the same record (re-check, continue) counts its hops afresh.
     f.record.setSentRequest();
     EXPECT_TRUE(f.redirect(QStringLiteral("http://h/loop1")));
-
-    Fixture g;
-    EXPECT_FALSE(g.redirect(QString()));
-    EXPECT_EQ(g.record.getStatus(), QStringLiteral("redirection to nowhere"));
-    EXPECT_EQ(g.trace(), QStringLiteral("| incNumberDone threadHasFinished"));
 }
 
-TEST(Fetch, RecheckReplacesTheStatusAndNeedsNoBody)
+TEST(Fetch, AuthenticationTrustsOnlyTheSiteAndEndsTheCheckOnce)
 {
-    for (const bool fails : { false, true }) {
-        Fixture f;
-        f.record.setStatus(QStringLiteral("500 internal server error"));
-        f.record.setBeingRechecked(true);
-        if (fails)
-            f.fail(QStringLiteral("The request timed out."), UrlError::TimedOut);
-        else
-            f.respond(200);
-        EXPECT_EQ(f.record.getStatus(), fails ? "The request timed out." : "200 no error");
-        EXPECT_FALSE(f.record.isBeingRechecked());
-        EXPECT_EQ(f.trace(), "incNumberDone statusHasChangedFordO threadHasFinished |");
-    }
-}
-
-TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
-{
-    Fixture f;
-    f.fail(QStringLiteral("Could not connect to server"));
-    EXPECT_EQ(f.record.getStatus(), QStringLiteral("Could not connect to server"));
-    EXPECT_EQ(f.record.getColour(), 4);
-    EXPECT_EQ(f.trace(), QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished"));
-
     // Server trust: accepted for internal records, refused for external ones.
     Fixture g;
     g.record.setIsStartingPoint(true);
@@ -252,25 +251,6 @@ TEST(Fetch, FailureAndAuthenticationEndTheCheckOnce)
         EXPECT_EQ(h.record.getStatus(), QStringLiteral("requires authentication"));
         EXPECT_EQ(h.trace(), QStringLiteral("incNumberDone | threadHasFinished"));
     }
-}
-
-TEST(Fetch, StopPressedOrUnsentSilencesEveryCallback)
-{
-    Fixture f;
-    f.owner.stop_ = true;
-    f.respond(200);
-    f.body("x");
-    f.fail(QStringLiteral("failed"));
-    f.finish();
-    EXPECT_EQ(f.record.getStatus(), QString());
-    EXPECT_TRUE(f.record.getData().isEmpty());
-    EXPECT_EQ(f.trace(), QStringLiteral("|"));
-
-    // A response for a request never stamped as sent is ignored too.
-    FakeOwner owner;
-    LinkCheckerUrl unsent(&owner);
-    unsent.didReceiveResponse(nullptr, httpResponse(200));
-    EXPECT_EQ(unsent.getStatus(), QString());
 }
 
 TEST(Fetch, ValidatorHeadersInBothSpellings)
