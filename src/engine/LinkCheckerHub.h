@@ -6,7 +6,6 @@
 #include "links/LinkOwner.h"
 #include "reports/bhDataSource.h"
 
-#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
