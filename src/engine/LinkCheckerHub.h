@@ -221,6 +221,24 @@ public:
     QString objectValueForTableColumn(TableDescription *table, const QString &columnId,
                                       int row) override;
 
+    // ---- Saved link lists --------------------------------------------------------------------
+    // Asks for a "plist" file and appends the records of its "linkcheckerUrls" array. Loaded
+    // records have no owner, so they are not registered and not de-duplicated.
+    void readDatabase();
+    // Appends the records of a link list file; answers how many were read.
+    int loadLinkList(const QString &path);
+    // Saving links is offered but writes nothing: only the log line.
+    void saveLinks(bool badOnly);
+    void writeDatabase(bool allLinks) { Q_UNUSED(allLinks); }
+    void loadLinksWithOptionsRecheck(bool recheck, bool justBad)
+    {
+        Q_UNUSED(recheck);
+        Q_UNUSED(justBad);
+    }
+    // Asks for a file: settings files open in the configuration manager, any other path
+    // becomes the start URL.
+    void openLocalFile();
+
     // ---- Exports ---------------------------------------------------------------------------
     // Title of a flat-list column identifier ("status" -> "Status"); null when unknown.
     static QString flatColumnTitle(const QString &identifier);

@@ -1,6 +1,7 @@
 // The exports of the hub's table, over pages read by hand into a paused crawl.
 #include "HubTestSupport.h"
 
+#include "common/Plist.h"
 #include "links/OrelOnPage.h"
 
 #include <QTemporaryDir>
@@ -116,4 +117,39 @@ TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
     EXPECT_FALSE(hub->rowColour(page).has_value());
     controls.displayLabelButton = CheckState::Off;
     EXPECT_FALSE(hub->rowColour(x).has_value());
+}
+
+TEST_F(HubTest, SavedLinkListsLoadButNeverSave)
+{
+    QTemporaryDir dir;
+    QVariantMap one { { "linkUrl", "http://site.test/a.html" }, { "status", "404 not found" },
+                      { "redir", "http://site.test/b.html" }, { "isHTML", "yes" },
+                      { "isInternal", "YES" }, { "onPageUrl", "http://site.test/" },
+                      { "linkText", "A" } };
+    QVariantMap two { { "linkUrl", "http://site.test/a.html" }, { "isHTML", "YES" } };
+    const QString path = dir.filePath("links.plist");
+    ASSERT_TRUE(Plist::writeFile(path, QVariantMap { { "linkcheckerUrls", QVariantList { one, two } } }));
+    newHub();
+    test::dialogs().panelAnswers.enqueue(path);
+    test::LogCapture logs;
+    hub->readDatabase();
+    EXPECT_TRUE(logs.contains(QStringLiteral("OK button")));
+    ASSERT_EQ(hub->recordCount(), 2); // the same URL twice: loaded records are not merged
+    LinkCheckerUrl *a = hub->recordAt(0);
+    EXPECT_EQ(a->getStatus(), QStringLiteral("404 not found"));
+    EXPECT_EQ(a->getTimestamp(), QStringLiteral("http://site.test/b.html"));
+    EXPECT_EQ(a->getActualLinkUrl(), QStringLiteral("http://site.test/b.html"));
+    EXPECT_FALSE(a->getIsHTML()); // only exactly "YES" counts
+    EXPECT_TRUE(a->isInternal());
+    EXPECT_TRUE(hub->recordAt(1)->getIsHTML());
+    EXPECT_FALSE(hub->recordAt(1)->isInternal());
+    EXPECT_EQ(hub->weHaveThisOneAlready(QStringLiteral("http://site.test/a.html"), nullptr), nullptr);
+
+    hub->saveLinks(true);
+    hub->saveLinks(false);
+    EXPECT_TRUE(logs.contains(QStringLiteral("saving bad links")));
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 1);
+    hub->readDatabase(); // cancelled
+    EXPECT_TRUE(logs.contains(QStringLiteral("Not OK button")));
+    EXPECT_EQ(hub->recordCount(), 2);
 }
