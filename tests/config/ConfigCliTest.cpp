@@ -5,6 +5,7 @@
 #include <QProcess>
 
 using namespace orel;
+using orel::test::ConfigTest;
 
 namespace {
 
@@ -14,103 +15,73 @@ struct CliResult
     QString out, err;
 };
 
-// Runs the built program's "config" command against its own store inside the test home.
-class ConfigCliTest : public test::ConfigTest
+// Runs the built program's "config" command with the test home as its store.
+CliResult cli(const QStringList &args)
 {
-protected:
-    void SetUp() override
-    {
-        ConfigTest::SetUp();
-        if (!QFileInfo::exists(QStringLiteral(ORRELWICK_CLI_PATH)))
-            GTEST_SKIP() << "orrelwick-cli has not been built";
-        QDir().mkpath(store);
-        const QVariantMap blog { { u"contains"_s, u"blog"_s }, { u"priority"_s, u"0.3"_s },
-            { u"update"_s, u"daily"_s } };
-        ASSERT_TRUE(Plist::writeFile(store + u"/httpexampletest"_s,
-            QVariantMap { { u"url"_s, u"http://example.test/"_s }, { u"name"_s, u"Example site"_s },
-                { u"checkBlacklist"_s, u"logout , print"_s }, { u"timeOut"_s, u"0"_s },
-                { u"status"_s, u"no bad links"_s },
-                { u"sitemapRules"_s, QVariantList { blog } } }));
-    }
-
-    CliResult cli(const QStringList &args) const
-    {
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(u"ORRELWICK_HOME"_s, store);
-        env.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
-        p.setProcessEnvironment(env);
-        p.start(QStringLiteral(ORRELWICK_CLI_PATH), QStringList { u"config"_s } + args);
-        CliResult r;
-        if (p.waitForFinished(60000))
-            r = { p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-                QString::fromUtf8(p.readAllStandardError()) };
-        return r;
-    }
-
-    const QString store = test::home() + u"/cli-home"_s;
-};
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(u"ORRELWICK_HOME"_s, test::home());
+    env.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
+    p.setProcessEnvironment(env);
+    p.start(QStringLiteral(ORRELWICK_CLI_PATH), QStringList { u"config"_s } + args);
+    if (!p.waitForFinished(60000))
+        return {};
+    return { p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+        QString::fromUtf8(p.readAllStandardError()) };
+}
 
 } // namespace
 
-TEST_F(ConfigCliTest, ListsAndShowsSortedSettingsAsLoaded)
+TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
 {
+    if (!QFileInfo::exists(QStringLiteral(ORRELWICK_CLI_PATH)))
+        GTEST_SKIP() << "orrelwick-cli has not been built";
+    const QVariantMap blog { { u"contains"_s, u"blog"_s }, { u"priority"_s, u"0.3"_s },
+        { u"update"_s, u"daily"_s } };
+    writeConfig(u"httpexampletest"_s,
+        { { u"url"_s, u"http://example.test/"_s }, { u"name"_s, u"Example site"_s },
+            { u"checkBlacklist"_s, u"logout , print"_s }, { u"timeOut"_s, u"0"_s },
+            { u"status"_s, u"no bad links"_s }, { u"sitemapRules"_s, QVariantList { blog } } });
     CliResult r = cli({ u"list"_s });
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, u"Example site\thttp://example.test/\thttpexampletest\n"_s);
     EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
 
+    // By display name or file name: sorted "key = value" lines of the settings as loaded.
     for (const QString &name : { u"Example site"_s, u"httpexampletest"_s }) {
         r = cli({ u"show"_s, name });
         ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
         const QStringList lines = r.out.split(u'\n', Qt::SkipEmptyParts);
-        for (const QString &expected : { u"checkBlacklist = logout,print"_s,
-                 u"timeOut = 30"_s, // the load rules were applied
-                 u"status = no bad links"_s,
-                 u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
+        for (const QString &expected :
+            { u"checkBlacklist = logout,print"_s, u"timeOut = 30"_s, u"status = no bad links"_s,
+                u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
             EXPECT_TRUE(lines.contains(expected)) << expected.toStdString();
-        QStringList keys;
-        for (const QString &line : lines)
-            keys.append(line.section(u" = "_s, 0, 0));
-        QStringList sorted = keys;
-        std::sort(sorted.begin(), sorted.end(), [](const QString &a, const QString &b) {
-            return a.compare(b, Qt::CaseInsensitive) < 0;
-        });
-        EXPECT_EQ(keys, sorted);
+        EXPECT_TRUE(
+            std::is_sorted(lines.begin(), lines.end(), [](const QString &a, const QString &b) {
+                return a.compare(b, Qt::CaseInsensitive) < 0;
+            }));
     }
-}
 
-TEST_F(ConfigCliTest, ExportThenImportMakesASecondConfiguration)
-{
-    const QString exported = test::home() + u"/example.lcsettings"_s;
-    CliResult r = cli({ u"export"_s, u"Example site"_s, exported });
+    const QString out = test::home() + u"/out"_s; // outside the store's listing
+    QDir().mkpath(out);
+    r = cli({ u"export"_s, u"Example site"_s, out + u"/example.lcsettings"_s });
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    EXPECT_EQ(readPlist(exported).value(u"url"_s), u"http://example.test/"_s);
-
-    r = cli({ u"import"_s, exported });
+    EXPECT_EQ(readPlist(out + u"/example.lcsettings"_s).value(u"url"_s), u"http://example.test/"_s);
+    r = cli({ u"import"_s, out + u"/example.lcsettings"_s });
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, u"httpexampletest-1\n"_s);
     EXPECT_EQ(cli({ u"list"_s }).out.count(u'\n'), 2);
-}
 
-TEST_F(ConfigCliTest, MistakesGiveOneLineAndStatusTwo)
-{
-    const QString h = test::home();
-    writeBytes(h + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
-    const QStringList cases[] = {
-        {},
-        { u"frobnicate"_s },
-        { u"show"_s },
-        { u"show"_s, u"No such site"_s },
-        { u"export"_s, u"Example site"_s },
-        { u"export"_s, u"Nope"_s, h + u"/x"_s },
-        { u"export"_s, u"Example site"_s, h + u"/no/such/dir/x.lcsettings"_s },
-        { u"import"_s, h + u"/missing.lcsettings"_s },
-        { u"import"_s, h + u"/garbage.lcsettings"_s },
-        { u"list"_s, u"extra"_s },
-    };
-    for (const QStringList &args : cases) {
-        const CliResult r = cli(args);
+    // Every mistake: status 2, nothing on stdout, one line on stderr.
+    writeBytes(out + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
+    const QStringList mistakes[]
+        = { {}, { u"frobnicate"_s }, { u"show"_s }, { u"show"_s, u"No such site"_s },
+              { u"export"_s, u"Example site"_s }, { u"export"_s, u"Nope"_s, out + u"/x"_s },
+              { u"export"_s, u"Example site"_s, out + u"/no/such/dir/x.lcsettings"_s },
+              { u"import"_s, out + u"/missing.lcsettings"_s },
+              { u"import"_s, out + u"/garbage.lcsettings"_s }, { u"list"_s, u"extra"_s } };
+    for (const QStringList &args : mistakes) {
+        r = cli(args);
         const std::string what = args.join(u' ').toStdString() + ": " + r.err.toStdString();
         EXPECT_EQ(r.exitCode, 2) << what;
         EXPECT_TRUE(r.out.isEmpty()) << what;

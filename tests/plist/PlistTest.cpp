@@ -75,16 +75,13 @@ print('same' if d == exp else repr(d)))"_s;
 TEST(Plist, AcceptsOddButValidForms)
 {
     const QByteArray head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">";
-    const std::pair<const char *, QVariant> cases[] = {
-        { "<string/>", QString() },
+    const std::pair<const char *, QVariant> cases[] = { { "<string/>", QString() },
         { "<string>a &amp; b &#x41;</string>", u"a & b A"_s },
         { "<string><![CDATA[<x>]]></string>", u"<x>"_s },
-        { "<!-- note --><integer> 0x1F </integer>", qint64(31) },
-        { "<real>1e3</real>", 1000.0 },
+        { "<!-- note --><integer> 0x1F </integer>", qint64(31) }, { "<real>1e3</real>", 1000.0 },
         { "<date>2020-01-02Z</date>", QDateTime(QDate(2020, 1, 2), QTime(0, 0), QTimeZone::utc()) },
         { "<data>\n\taGVs\n\tbG8=\n</data>", QByteArray("hello") },
-        { "<array><true/><false/></array>", QVariantList { true, false } },
-    };
+        { "<array><true/><false/></array>", QVariantList { true, false } } };
     for (const auto &[xml, expected] : cases) {
         QString error;
         const auto v = Plist::read(head + xml + "</plist>", &error);
@@ -95,59 +92,45 @@ TEST(Plist, AcceptsOddButValidForms)
 
 TEST(Plist, RefusesBadInputWithAReason)
 {
-    const QByteArray head = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
-    const QByteArray doctype = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY ";
     QByteArray deep = "<plist>";
     for (int i = 0; i < 100000; ++i)
         deep += "<array>";
-    const std::tuple<const char *, QByteArray, const char *> cases[] = {
-        // name, xml, reason part
-        { "empty input", "", "" },
-        { "truncated", head + "<dict><key>a</key><string>b</string>", "" },
-        { "wrong root", "<?xml version=\"1.0\"?><dict/>", "root" },
-        { "empty plist", head + "</plist>", "no value" },
-        { "two roots", head + "<string/><string/></plist>", "more than one" },
-        { "entity declared", doctype + "a \"aaaaaaaaaa\">]><plist><string>&a;</string></plist>",
+    const QByteArray entity = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY ";
+    const std::tuple<const char *, QByteArray, const char *> documents[] = { // name, input, reason
+        { "empty input", "", "" }, { "wrong root", "<?xml version=\"1.0\"?><dict/>", "root" },
+        { "entity declared", entity + "a \"aaaaaaaaaa\">]><plist><string>&a;</string></plist>",
             "entit" },
-        { "parameter entity", doctype + "% p \"x\">]><plist><true/></plist>", "entit" },
-        { "undeclared entity", head + "<string>&nope;</string></plist>", "" },
+        { "parameter entity", entity + "% p \"x\">]><plist><true/></plist>", "entit" },
         { "external entity",
-            doctype + "x SYSTEM \"file:///etc/passwd\">]><plist><string>&x;</string></plist>",
+            entity + "x SYSTEM \"file:///etc/passwd\">]><plist><string>&x;</string></plist>",
             "entit" },
         { "binary garbage", QByteArray("\x00\x9f\xff\x01<plist>", 11), "" },
         { "binary plist", QByteArray("bplist00\xd1\x01\x02", 11), "binary" },
-        { "unknown element", head + "<set/></plist>", "unknown element" },
-        { "key without value", head + "<dict><key>a</key></dict></plist>", "has no value" },
-        { "key followed by key", head + "<dict><key>a</key><key>b</key><true/></dict></plist>",
-            "has no value" },
-        { "value without key", head + "<dict><string>x</string></dict></plist>", "<key>" },
-        { "text in array", head + "<array>loose</array></plist>", "text" },
-        { "element in string", head + "<string>a<b/></string></plist>", "unexpected element" },
-        { "bad integer", head + "<integer>12abc</integer></plist>", "bad integer" },
-        { "integer overflow", head + "<integer>99999999999999999999</integer></plist>",
-            "bad integer" },
-        { "bad real", head + "<real>one</real></plist>", "bad real" },
-        { "bad date", head + "<date>2020-13-01T00:00:00Z</date></plist>", "bad date" },
-        { "local date", head + "<date>2020-01-01T00:00:00</date></plist>", "bad date" },
-        { "bad data", head + "<data>@@@@</data></plist>", "base64" },
-        { "true with text", head + "<true>yes</true></plist>", "must be empty" },
-        { "content after root", head + "<true/></plist><plist/>", "" },
-        { "deep nesting", deep, "" }, // refused, not a stack overflow
+        { "deep nesting (refused, no stack overflow)", deep, "" }
     };
-    for (const auto &[name, xml, reason] : cases) {
+    const char *const bodies[][2] = { // the body of a <plist> element, part of the reason
+        { "<dict><key>a</key><string>b</string>", "" }, { "", "no value" },
+        { "<string/><string/>", "more than one" }, { "<string>&nope;</string>", "" },
+        { "<set/>", "unknown element" }, { "<dict><key>a</key></dict>", "has no value" },
+        { "<dict><key>a</key><key>b</key><true/></dict>", "has no value" },
+        { "<dict><string>x</string></dict>", "<key>" }, { "<array>loose</array>", "text" },
+        { "<string>a<b/></string>", "unexpected element" },
+        { "<integer>12abc</integer>", "bad integer" },
+        { "<integer>99999999999999999999</integer>", "bad integer" },
+        { "<real>one</real>", "bad real" }, { "<date>2020-13-01T00:00:00Z</date>", "bad date" },
+        { "<date>2020-01-01T00:00:00</date>", "bad date" }, { "<data>@@@@</data>", "base64" },
+        { "<true>yes</true>", "must be empty" }, { "<true/></plist><plist/>", "" }
+    };
+    auto refused = [](const char *name, const QByteArray &xml, const char *reason) {
         QString error;
         EXPECT_FALSE(Plist::read(xml, &error)) << name;
         EXPECT_FALSE(error.isEmpty()) << name;
         EXPECT_TRUE(error.contains(QLatin1String(reason))) << name << ": " << error.toStdString();
-    }
-}
-
-TEST(Plist, FileErrorsAreReported)
-{
-    QString error;
-    EXPECT_FALSE(Plist::readFile(test::home() + u"/missing"_s, &error));
-    EXPECT_TRUE(error.contains(QLatin1String("missing")));
-    error.clear();
-    EXPECT_FALSE(Plist::writeFile(test::home() + u"/no/such/dir/x"_s, true, &error));
-    EXPECT_FALSE(error.isEmpty());
+    };
+    for (const auto &[name, xml, reason] : documents)
+        refused(name, xml, reason);
+    for (const auto &[body, reason] : bodies)
+        refused(body,
+            "<?xml version=\"1.0\"?><plist version=\"1.0\">" + QByteArray(body) + "</plist>",
+            reason);
 }
