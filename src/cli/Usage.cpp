@@ -12,7 +12,13 @@ QString usage()
             "       orrelwick-cli config import FILE.lcsettings\n"
             "       orrelwick-cli crawl [URL] [--config FILE | --config-name NAME]\n"
             "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns ID,...]\n"
-            "                     [--bad-only]] [--quiet]\n");
+            "                     [--bad-only]] [--quiet | --verbose]\n"
+            "\n"
+            "crawl exits 0 when no bad link was found, 1 when bad links were found, 2 on a usage,\n"
+            "configuration or start error. --set takes a settings key (checkImages=YES) or a\n"
+            "control name (linksLimit=5000, soft404Terms=not found|page missing).\n"
+            "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, distance,\n"
+            "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");
 }
 
 } // namespace orel::cli
