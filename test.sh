@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds (with AddressSanitizer and UndefinedBehaviorSanitizer) and runs every test,
 # then runs each fuzz target for a bounded time.
-#   ORRELWICK_FUZZ_SECONDS  seconds per fuzz target (default 60; 0 skips fuzzing)
+#   ORRELWICK_FUZZ_SECONDS  seconds per fuzz target (default 10, 60 under CI; 0 skips fuzzing)
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -12,7 +12,9 @@ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORRELWICK_SANITIZE=ON
 cmake --build "$build" -j"$(nproc)"
 ctest --test-dir "$build" --output-on-failure -j2
 
-fuzz_seconds=${ORRELWICK_FUZZ_SECONDS:-60}
+default_fuzz=10
+[ "${CI:-}" = true ] && default_fuzz=60
+fuzz_seconds=${ORRELWICK_FUZZ_SECONDS:-$default_fuzz}
 if [ "$fuzz_seconds" != 0 ] && [ -x fuzz/run.sh ]; then
   fuzz/run.sh "$fuzz_seconds"
 fi
