@@ -93,7 +93,7 @@ struct Fixture
     }
     // Events separated by ";": "send", "redirect <url>" (301), "respond <code> [content type]"
     // (default HTML), "file <mime type>" (a non-HTTP answer), "body <bytes>", "finish",
-    // "fail <text>".
+    // "fail <text>", "challenge basic|trust" (the answer joins the trace as "answer:...").
     void play(const QString &events)
     {
         for (const QString &event : events.split(u';', Qt::SkipEmptyParts)) {
@@ -117,6 +117,13 @@ struct Fixture
                 finish();
             } else if (verb == u"fail") {
                 fail(arg);
+            } else if (verb == u"challenge") {
+                AuthChallenge c;
+                c.method = arg == u"trust" ? AuthMethod::ServerTrust : AuthMethod::HttpBasic;
+                record.didReceiveAuthenticationChallenge(nullptr, c);
+                owner.calls << (c.answer == AuthChallenge::Answer::Cancel   ? "answer:cancel"
+                        : c.answer == AuthChallenge::Answer::UseServerTrust ? "answer:trust"
+                                                                            : "answer:other");
             } else {
                 FAIL() << "unknown event " << verb.toStdString();
             }
@@ -132,6 +139,7 @@ TEST(Fetch, EventsGiveStatusAndOwnerMessagesInOrder)
     const QString doneAtResponse
         = QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished");
     const QString ended = QStringLiteral("| incNumberDone threadHasFinished");
+    const QString cancelled = QStringLiteral("incNumberDone answer:cancel | threadHasFinished");
     const QString rechecked
         = QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |");
     const struct
@@ -173,8 +181,13 @@ TEST(Fetch, EventsGiveStatusAndOwnerMessagesInOrder)
         { "recheck", "", "fail The request timed out.", "The request timed out.", "", rechecked },
         { "", "", "fail Could not connect to server", "Could not connect to server", "",
             "statusHasChangedFordO incNumberDone | threadHasFinished" },
+        // The site's own certificate is trusted; anything else ends the check.
+        { "", "", "challenge trust", "", "", "answer:trust |" },
+        { "external", "", "challenge trust", "requires authentication", "", cancelled },
+        { "", "", "challenge basic", "requires authentication", "", cancelled },
         // Stop pressed, or a request never stamped as sent: every callback is silent.
-        { "stop", "", "respond 200; body x; fail failed; finish", "", "", "|" },
+        { "stop", "", "respond 200; body x; challenge basic; fail failed; finish", "", "",
+            "answer:other |" },
         { "unsent", "", "respond 200; finish", "", "", "|" },
     };
     for (const auto &c : cases) {
@@ -223,9 +236,8 @@ TEST(Fetch, RedirectCapCountsEachFetchAfresh)
     EXPECT_TRUE(f.redirect(QStringLiteral("http://h/loop1")));
 }
 
-TEST(Fetch, AuthenticationTrustsOnlyTheSiteAndEndsTheCheckOnce)
+TEST(Fetch, ServerTrustOnlyForTheStartAndChallengesAreLogged)
 {
-    // Server trust: accepted for internal records, refused for external ones.
     Fixture g;
     g.record.setIsStartingPoint(true);
     EXPECT_TRUE(g.record.canAuthenticateAgainstProtectionSpace(nullptr, AuthMethod::ServerTrust));
@@ -234,23 +246,8 @@ TEST(Fetch, AuthenticationTrustsOnlyTheSiteAndEndsTheCheckOnce)
     EXPECT_FALSE(g.record.canAuthenticateAgainstProtectionSpace(nullptr, AuthMethod::ServerTrust));
 
     test::LogCapture log;
-    AuthChallenge trust;
-    trust.method = AuthMethod::ServerTrust;
-    g.record.didReceiveAuthenticationChallenge(nullptr, trust);
-    EXPECT_EQ(trust.answer, AuthChallenge::Answer::UseServerTrust);
-    EXPECT_EQ(g.trace(), QStringLiteral("|"));
+    g.play(QStringLiteral("challenge trust"));
     EXPECT_TRUE(log.contains(QStringLiteral("received authentication challenge from http://h/a")));
-
-    for (AuthMethod method : { AuthMethod::HttpBasic, AuthMethod::ServerTrust }) {
-        Fixture h;
-        h.record.setIsInternal(method != AuthMethod::ServerTrust);
-        AuthChallenge challenge;
-        challenge.method = method;
-        h.record.didReceiveAuthenticationChallenge(nullptr, challenge);
-        EXPECT_EQ(challenge.answer, AuthChallenge::Answer::Cancel);
-        EXPECT_EQ(h.record.getStatus(), QStringLiteral("requires authentication"));
-        EXPECT_EQ(h.trace(), QStringLiteral("incNumberDone | threadHasFinished"));
-    }
 }
 
 TEST(Fetch, ValidatorHeadersInBothSpellings)
@@ -292,7 +289,6 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
 {
     Fixture f(QStringLiteral("http://h/logo.png"));
     f.record.setIsImage(true);
-    f.record.setIsHTML(false);
     f.respond(200, { { "Content-Type", "image/png" }, { "Content-Length", "4096" } });
     f.body(QByteArray(3000, 'x'));
     f.finish();
