@@ -9,14 +9,9 @@ using orel::test::ConfigTest;
 
 namespace {
 
-struct CliResult
-{
-    int exitCode = -1;
-    QString out, err;
-};
-
-// Runs the built program's "config" command with the test home as its store.
-CliResult cli(const QStringList &args)
+// Runs the built program's "config" command with the test home as its store: status, stdout,
+// stderr.
+std::tuple<int, QString, QString> cli(const QStringList &args)
 {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -25,9 +20,17 @@ CliResult cli(const QStringList &args)
     p.setProcessEnvironment(env);
     p.start(QStringLiteral(ORRELWICK_CLI_PATH), QStringList { u"config"_s } + args);
     if (!p.waitForFinished(60000))
-        return {};
+        return { -1, {}, {} };
     return { p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
         QString::fromUtf8(p.readAllStandardError()) };
+}
+
+// Runs a command that must succeed; answers its output.
+QString ok(const QStringList &args)
+{
+    const auto [status, out, err] = cli(args);
+    EXPECT_EQ(status, 0) << args.join(u' ').toStdString() << ": " << err.toStdString();
+    return out;
 }
 
 } // namespace
@@ -42,16 +45,10 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
         { { u"url"_s, u"http://example.test/"_s }, { u"name"_s, u"Example site"_s },
             { u"checkBlacklist"_s, u"logout , print"_s }, { u"timeOut"_s, u"0"_s },
             { u"status"_s, u"no bad links"_s }, { u"sitemapRules"_s, QVariantList { blog } } });
-    CliResult r = cli({ u"list"_s });
-    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, u"Example site\thttp://example.test/\thttpexampletest\n"_s);
-    EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
-
+    EXPECT_EQ(ok({ u"list"_s }), u"Example site\thttp://example.test/\thttpexampletest\n"_s);
     // By display name or file name: sorted "key = value" lines of the settings as loaded.
     for (const QString &name : { u"Example site"_s, u"httpexampletest"_s }) {
-        r = cli({ u"show"_s, name });
-        ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-        const QStringList lines = r.out.split(u'\n', Qt::SkipEmptyParts);
+        const QStringList lines = ok({ u"show"_s, name }).split(u'\n', Qt::SkipEmptyParts);
         for (const QString &expected :
             { u"checkBlacklist = logout,print"_s, u"timeOut = 30"_s, u"status = no bad links"_s,
                 u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
@@ -64,13 +61,10 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
 
     const QString out = test::home() + u"/out"_s; // outside the store's listing
     QDir().mkpath(out);
-    r = cli({ u"export"_s, u"Example site"_s, out + u"/example.lcsettings"_s });
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    ok({ u"export"_s, u"Example site"_s, out + u"/example.lcsettings"_s });
     EXPECT_EQ(readPlist(out + u"/example.lcsettings"_s).value(u"url"_s), u"http://example.test/"_s);
-    r = cli({ u"import"_s, out + u"/example.lcsettings"_s });
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, u"httpexampletest-1\n"_s);
-    EXPECT_EQ(cli({ u"list"_s }).out.count(u'\n'), 2);
+    EXPECT_EQ(ok({ u"import"_s, out + u"/example.lcsettings"_s }), u"httpexampletest-1\n"_s);
+    EXPECT_EQ(ok({ u"list"_s }).count(u'\n'), 2);
 
     // Every mistake: status 2, nothing on stdout, one line on stderr.
     writeBytes(out + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
@@ -81,11 +75,11 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
               { u"import"_s, out + u"/missing.lcsettings"_s },
               { u"import"_s, out + u"/garbage.lcsettings"_s }, { u"list"_s, u"extra"_s } };
     for (const QStringList &args : mistakes) {
-        r = cli(args);
-        const std::string what = args.join(u' ').toStdString() + ": " + r.err.toStdString();
-        EXPECT_EQ(r.exitCode, 2) << what;
-        EXPECT_TRUE(r.out.isEmpty()) << what;
-        EXPECT_TRUE(r.err.startsWith(QLatin1String("orrelwick-cli: "))) << what;
-        EXPECT_EQ(r.err.count(u'\n'), 1) << what;
+        const auto [status, stdOut, err] = cli(args);
+        const std::string what = args.join(u' ').toStdString() + ": " + err.toStdString();
+        EXPECT_EQ(status, 2) << what;
+        EXPECT_TRUE(stdOut.isEmpty()) << what;
+        EXPECT_TRUE(err.startsWith(QLatin1String("orrelwick-cli: "))) << what;
+        EXPECT_EQ(err.count(u'\n'), 1) << what;
     }
 }
