@@ -9,8 +9,6 @@
 
 #include <QCoreApplication>
 
-#include <tuple>
-
 using namespace orel;
 using orel::test::FakeOwner;
 
@@ -82,15 +80,7 @@ struct Fixture
     {
         record.didReceiveResponse(c, httpResponse(code, headers));
     }
-    void body(const QByteArray &bytes)
-    {
-        record.didReceiveData(nullptr, bytes.data(), bytes.size());
-    }
     void finish() { record.connectionDidFinishLoading(nullptr); }
-    void fail(const QString &text, int code = 7, myNSURLConnection *c = nullptr)
-    {
-        record.didFailWithError(c, UrlError { code, text });
-    }
     // Events separated by ";": "send", "redirect <url>" (301), "respond <code> [content type]"
     // (default HTML), "file <mime type>" (a non-HTTP answer), "body <bytes>", "finish",
     // "fail <text>", "challenge basic|trust" (the answer joins the trace as "answer:...").
@@ -112,11 +102,11 @@ struct Fixture
                 response.mimeType = arg;
                 record.didReceiveResponse(nullptr, response);
             } else if (verb == u"body") {
-                body(arg.toLatin1());
+                record.didReceiveData(nullptr, arg.toLatin1().constData(), arg.size());
             } else if (verb == u"finish") {
                 finish();
             } else if (verb == u"fail") {
-                fail(arg);
+                record.didFailWithError(nullptr, UrlError { 7, arg });
             } else if (verb == u"challenge") {
                 AuthChallenge c;
                 c.method = arg == u"trust" ? AuthMethod::ServerTrust : AuthMethod::HttpBasic;
@@ -199,6 +189,7 @@ TEST(Fetch, EventsGiveStatusAndOwnerMessagesInOrder)
         EXPECT_EQ(f.record.getRedir(), QString::fromLatin1(c.redir));
         EXPECT_TRUE(f.record.getData().isEmpty()) << "body kept";
         EXPECT_FALSE(f.record.isBeingRechecked());
+        EXPECT_GE(f.record.getResponseTime(), 0.0);
     }
 }
 
@@ -279,7 +270,8 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
     EXPECT_EQ(f.record.getValidatorStatus(), QString());
     EXPECT_FALSE(validator->isCancelled());
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
-    f.fail(QStringLiteral("Could not connect to server"), 7, validator);
+    f.record.didFailWithError(
+        validator, UrlError { 7, QStringLiteral("Could not connect to server") });
     EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.trace(), QStringLiteral("| incNumberValidated"));
     QCoreApplication::processEvents(); // let the cancelled connections go
@@ -290,7 +282,7 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     Fixture f(QStringLiteral("http://h/logo.png"));
     f.record.setIsImage(true);
     f.respond(200, { { "Content-Type", "image/png" }, { "Content-Length", "4096" } });
-    f.body(QByteArray(3000, 'x'));
+    f.record.didReceiveData(nullptr, QByteArray(3000, 'x').constData(), 3000);
     f.finish();
     EXPECT_EQ(f.record.getFileSizeInBytes(), 3000);
     EXPECT_EQ(f.record.getFileSizeCompressedInKBytes(), 4);
@@ -302,7 +294,7 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     g.respond(200, { { "Content-Type", "image/png" } });
     EXPECT_TRUE(log.contains(
         QStringLiteral("Content-Length header isn't available for http://h/logo.png")));
-    g.body(QByteArray(2048, 'x'));
+    g.record.didReceiveData(nullptr, QByteArray(2048, 'x').constData(), 2048);
     g.finish();
     EXPECT_EQ(g.record.getFileSizeCompressedInKBytes(), 2); // the body length stands in
 }

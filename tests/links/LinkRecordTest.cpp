@@ -204,6 +204,7 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     LinkCheckerUrl r(&owner);
     EXPECT_EQ(r.getOnPageUrl(), QString());
     EXPECT_EQ(r.getOnPagesHTML(), QString());
+    EXPECT_EQ(r.getLastOnPageUrl(), QString()); // sent as the referrer
     r.addOnPageUrl(QStringLiteral("http://h/1"));
     r.addOnPageName(QStringLiteral("One"));
     r.addOnPageLinkText(QStringLiteral("t1"));
