@@ -61,11 +61,11 @@ TEST_F(ConfigTest, BlankDictionaryHoldsDefaultsAndEverySwitchButTwoAsNo)
 
 TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
 {
-    const char *const cases[][3] = {
-        // "key=value" loaded (or nothing), control, valueByName
-        { "timeOut=0", "timeoutField", "30" }, { "timeOut=0.9", "timeoutField", "30" },
-        { "timeOut=abc", "timeoutField", "30" }, { "timeOut=45", "timeoutField", "45" },
-        { "timeOut=2.5", "timeoutField", "2.5" },
+    // "key=value" loaded (or nothing), control, its valueByName. "followCheckbox" of NO means
+    // single-page mode; without "url" the address field is left as it was.
+    const char *const cases[][3] = { { "timeOut=0", "timeoutField", "30" },
+        { "timeOut=0.9", "timeoutField", "30" }, { "timeOut=abc", "timeoutField", "30" },
+        { "timeOut=45", "timeoutField", "45" }, { "timeOut=2.5", "timeoutField", "2.5" },
         { "numberOfThreads=999", "numberOfThreads", "64" },
         { "numberOfThreads=0", "numberOfThreads", "1" },
         { "numberOfThreads=-5", "numberOfThreads", "1" },
@@ -73,17 +73,15 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
         { "delay=1.5", "delayField", "1.5" }, { "", "delayField", "0" },
         { "", "slashButton", "on" }, { "", "followButton", "off" }, { "", "imgButton", "off" },
         { "", "qsButton", "on" }, { "ignoreSlash=NO", "slashButton", "off" },
-        { "followCheckbox=NO", "followButton", "on" }, // NO means single-page mode
+        { "followCheckbox=NO", "followButton", "on" },
         { "followCheckbox=YES", "followButton", "off" },
         { "followQuerystring=YES", "qsButton", "off" },
         { "followQuerystring=yes", "qsButton", "on" }, { "checkImages=YES", "imgButton", "on" },
         { "uniqueTitles=YES", "uniqueTitleButton", "on" },
-        { "blacklistCheckContent=YES", "blacklistCheckContentCheckBox", "on" },
         { "OrrelwickSitemapOnly=YES", "sitemapOnly", "on" },
+        { "blacklistCheckContent=YES", "blacklistCheckContentCheckBox", "on" },
         { "KestovanAttemptAuthentication=YES", "attemptAuthentication", "on" },
-        { "url=http://a.test/", "urlField", "http://a.test/" },
-        { "", "urlField", "kept" }, // without "url" the address field is left as it was
-    };
+        { "url=http://a.test/", "urlField", "http://a.test/" }, { "", "urlField", "kept" } };
     for (const auto &c : cases) {
         controls->setDefaults();
         controls->urlField = u"kept"_s;
@@ -328,12 +326,12 @@ TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRow)
 
 TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
 {
-    const std::tuple<const char *, const char *, bool> cases[] = { // key, value, accepted
-        { "noSuchKey", "1", false }, { "numberOfThreads", "many", false },
-        { "numberOfThreads", "4", true }, { "timeOut", "1.5s", false }, { "timeOut", "0", true },
-        { "checkImages", "maybe", false }, { "checkImages", "yes", true },
-        { "followCheckbox", "off", true }, { "sitemapRules", "junk", false }
-    };
+    // Key, value, whether accepted.
+    const std::tuple<const char *, const char *, bool> cases[] = { { "noSuchKey", "1", false },
+        { "numberOfThreads", "many", false }, { "numberOfThreads", "4", true },
+        { "timeOut", "1.5s", false }, { "timeOut", "0", true }, { "checkImages", "maybe", false },
+        { "checkImages", "yes", true }, { "followCheckbox", "off", true },
+        { "sitemapRules", "junk", false } };
     for (const auto &[key, value, ok] : cases) {
         QString error;
         EXPECT_EQ(manager->applySettingsKey(QLatin1String(key), QLatin1String(value), &error), ok)
@@ -353,7 +351,7 @@ TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
     EXPECT_EQ(manager->sitemapRuleValue(1, u"contains"_s), u"a b"_s);
 }
 
-TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderAndEditsMoveToTheEnd)
+TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderEditsMoveToTheEndAndLoadingTrims)
 {
     using M = OrelConfigManager;
     for (const auto &[text, kind] : { std::pair { u"only"_s, M::OnlyFollow },
@@ -378,10 +376,8 @@ TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderAndEditsMoveToTheEnd)
     for (const int row : { 1, 7, -1 }) // out of range: nothing
         manager->deleteBlacklistRule(row);
     EXPECT_EQ(column(*manager, u"searchstring"_s), u"check2|follow2|only"_s);
-}
 
-TEST_F(ConfigTest, RulesAreStoredCommaJoinedAndTrimmedOnLoad)
-{
+    // Stored comma-joined, trimmed on load; applying a configuration replaces the rules.
     manager->implementSettingsFromDictionary(
         { { u"checkBlacklist"_s, u" logout , /print/ ,\n,\ttmp dir\r\n"_s },
             { u"followBlacklist"_s, QString() }, { u"followWhitelist"_s, u"a,b"_s } });
@@ -392,7 +388,6 @@ TEST_F(ConfigTest, RulesAreStoredCommaJoinedAndTrimmedOnLoad)
     EXPECT_EQ(dict.value(u"checkBlacklist"_s), u"logout,/print/,tmp dir"_s);
     EXPECT_EQ(dict.value(u"followWhitelist"_s), u"a,b"_s);
 
-    // Applying another configuration replaces the rules rather than adding to them.
     manager->implementSettingsFromDictionary({});
     EXPECT_EQ(manager->rulesRowCount(), 0);
     EXPECT_TRUE(manager->getSitemapRules().isEmpty());
@@ -403,10 +398,10 @@ TEST_F(ConfigTest, LastApplicableSitemapRuleWinsIgnoringCaseAndTheTableEditsRule
     manager->implementSettingsFromDictionary({ { u"sitemapRules"_s,
         QVariantList { rule(u"blog"_s, u"0.3"_s), rule(u"blog/archive"_s, u"0.1"_s),
             rule(QString(), u"0.9"_s) } } }); // an empty fragment is found nowhere
-    const std::pair<const char *, const char *> cases[] = { // url, priority ("": no rule applies)
-        { "http://x.test/BLOG/archive/2020", "0.1" }, { "http://x.test/blog/post", "0.3" },
-        { "http://x.test/Blog", "0.3" }, { "http://x.test/about", "" }
-    };
+    // URL, priority of the rule that applies ("": none).
+    const std::pair<const char *, const char *> cases[]
+        = { { "http://x.test/BLOG/archive/2020", "0.1" }, { "http://x.test/blog/post", "0.3" },
+              { "http://x.test/Blog", "0.3" }, { "http://x.test/about", "" } };
     for (const auto &[url, priority] : cases) {
         const auto r = manager->ruleThatApplies(QLatin1String(url));
         EXPECT_EQ(r ? r->value(u"priority"_s).toString() : QString(), QLatin1String(priority))
