@@ -12,11 +12,11 @@ using orel::HrefResolver;
 // The string join must give exactly what the URL parser gives, for every base and href.
 TEST(HrefResolver, AgreesWithTheUrlParser)
 {
-    const QStringList bases {
-        "http://h.test/dir/page.html", "http://h.test", "http://h.test/", "https://H.Test:8443/a/b/",
-        "http://h.test/a/b/c?x=1#f", "http://h.test/a%20b/p.html", "file:///srv/site/index.html",
-        "http://u:p@h.test/a/", "http://[::1]:8080/x/y", "http://h.test/a/./b/../c.html",
-    };
+    const QStringList bases { "http://h.test/dir/page.html", "http://h.test", "http://h.test/",
+                              "https://H.Test:8443/a/b/", "http://h.test/a/b/c?x=1#f",
+                              "http://h.test/a%20b/p.html", "file:///srv/site/index.html",
+                              "http://u:p@h.test/a/", "http://[::1]:8080/x/y",
+                              "http://h.test/a/./b/../c.html" };
     QStringList hrefs { "p.html", "/p.html", "../p.html", "../../../../p.html", "./p.html",
                         ".", "..", "./", "../", "/", "a/./b/../c", "a//b", "~user/x", "x.",
                         "/..", "/.", ".hidden/x", "a/..", "a/.", "..a/b", "a..b", "-_~.",
@@ -27,21 +27,15 @@ TEST(HrefResolver, AgreesWithTheUrlParser)
     const QString alphabet = QStringLiteral("a./-~");
     for (int i = 0; i < 3000; ++i) {
         QString h;
-        const int n = 1 + int(rng.bounded(12));
-        for (int j = 0; j < n; ++j)
+        for (int j = 0, n = 1 + int(rng.bounded(12)); j < n; ++j)
             h += alphabet.at(int(rng.bounded(alphabet.size())));
         hrefs.append(h);
     }
     for (const QString &b : bases) {
         const QUrl base(b);
         const HrefResolver resolver(base);
-        for (const QString &h : hrefs) {
-            const auto fast = resolver.resolve(h);
-            const auto slow = CrawlScope::resolveHref(base, h);
-            ASSERT_EQ(fast.has_value(), slow.has_value()) << b.toStdString() << " + " << h.toStdString();
-            if (fast) {
-                ASSERT_EQ(*fast, *slow) << b.toStdString() << " + " << h.toStdString();
-            }
-        }
+        for (const QString &h : hrefs)
+            ASSERT_EQ(resolver.resolve(h), CrawlScope::resolveHref(base, h))
+                    << b.toStdString() << " + " << h.toStdString();
     }
 }

@@ -4,7 +4,6 @@
 
 #include "FixtureServer.h"
 #include "common/UserDefaults.h"
-#include "links/LinkCheckerUrl.h"
 
 #include <QTemporaryDir>
 
@@ -14,31 +13,24 @@ using orel::test::writeFile;
 
 namespace {
 
-const QStringList kStatusUrlPage { QStringLiteral("status"), QStringLiteral("linkurl"),
-                                   QStringLiteral("onpageurl") };
-
 QString line(const QStringList &values)
 {
-    QString out;
-    for (int i = 0; i < values.size(); ++i)
-        out += (i ? QStringLiteral(",\"") : QStringLiteral("\"")) + values.at(i)
-                + QLatin1Char('"');
-    return out;
+    return QLatin1Char('"') + values.join(QStringLiteral("\",\"")) + QLatin1Char('"');
 }
 
-// index -> a, sub/b, missing;  a -> index, sub/b, gone;  sub/b -> ../a, ../index
-void writeSmallSite(const QString &root)
+// Missing local files: each fetch ends at once, as a bad link.
+void addMissingFiles(LinkCheckerHub &hub, int n)
 {
-    writeFile(root + "/index.html",
-              "<html><head><title>Home</title></head><body><a href=\"a.html\">A</a>"
-              "<a href=\"sub/b.html\">B</a><a href=\"missing.html\">M</a>"
-              "<a href=\"mailto:me@site.test\">mail</a></body></html>");
-    writeFile(root + "/a.html",
-              "<html><body><a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a>"
-              "<a href=\"gone.html\">G</a></body></html>");
-    writeFile(root + "/sub/b.html",
-              "<html><body><a href=\"../a.html\">A</a><a href=\"../index.html\">home</a>"
-              "</body></html>");
+    for (int i = 0; i < n; ++i) {
+        auto *r = new LinkCheckerUrl(&hub);
+        r->setLinkUrl(QStringLiteral("file:///orrelwick-no-such-dir/%1.html").arg(i), false);
+        hub.add(r);
+    }
+}
+
+double total(const char *key)
+{
+    return UserDefaults::doubleValue(QLatin1String(key));
 }
 
 } // namespace
@@ -47,13 +39,20 @@ TEST_F(HubTest, CrawlsALocalSiteBreadthFirst)
 {
     QTemporaryDir dir;
     const QString root = dir.path();
-    writeSmallSite(root);
+    writeFile(root + "/index.html",
+              "<html><head><title>Home</title></head><body><a href=\"a.html\">A</a>"
+              "<a href=\"sub/b.html\">B</a><a href=\"missing.html\">M</a>"
+              "<a href=\"mailto:me@site.test\">mail</a></body></html>");
+    writeFile(root + "/a.html",
+              "<a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a><a href=\"gone.html\">G</a>");
+    writeFile(root + "/sub/b.html", "<a href=\"../a.html\">A</a><a href=\"../index.html\">home</a>");
     controls.numberOfThreads = 1; // a fixed order of reading, so a fixed order of pages
     ASSERT_TRUE(crawl(root + "/index.html")); // a plain path becomes a file URL
     const QString s = QStringLiteral("file://") + root;
     const QString ok = QStringLiteral("200 no error (not http)");
     const QString missing = QStringLiteral("file doesnt exist");
-    EXPECT_EQ(csvLines(kStatusUrlPage),
+    const QStringList columns { "status", "linkurl", "onpageurl" };
+    EXPECT_EQ(csvLines(columns),
               (QStringList {
                       line({ "Status", "URL", "On Page" }),
                       line({ ok, s + "/index.html", s + "/a.html" }),
@@ -65,7 +64,7 @@ TEST_F(HubTest, CrawlsALocalSiteBreadthFirst)
                       line({ missing, s + "/missing.html", s + "/index.html" }),
                       line({ missing, s + "/gone.html", s + "/a.html" }),
               }));
-    EXPECT_EQ(csvLines(kStatusUrlPage, true).mid(1),
+    EXPECT_EQ(csvLines(columns, true).mid(1),
               (QStringList { line({ missing, s + "/missing.html", s + "/index.html" }),
                              line({ missing, s + "/gone.html", s + "/a.html" }) }));
     EXPECT_EQ(hub->summaryText(), QStringLiteral("5 of 5 links checked, 2 bad"));
@@ -78,99 +77,72 @@ TEST_F(HubTest, CrawlsAnHttpSite)
 {
     QTemporaryDir dir;
     writeFile(dir.path() + "/index.html",
-              "<html><head><title>Home</title></head><body>"
               "<a href=\"/page.html\">page</a><a href=\"/status/404\">nf</a>"
-              "<a href=\"/status/301\">moved</a><a href=\"/redirect/to?url=/x\">cut</a><a href=\"/type/pdf\">pdf</a>"
-              "<a href=\"http://127.0.0.1:1/refused\">refused</a></body></html>");
+              "<a href=\"/status/301\">moved</a><a href=\"/redirect/to?url=/x\">cut</a>"
+              "<a href=\"/type/pdf\">pdf</a><a href=\"http://127.0.0.1:1/refused\">refused</a>");
     writeFile(dir.path() + "/page.html", "<html><body><a href=\"/\">home</a></body></html>");
     test::FixtureServer server(dir.path());
     ASSERT_TRUE(server.isRunning());
     controls.numberOfThreads = 4;
     ASSERT_TRUE(crawl(server.url("/index.html")));
-    auto status = [&](const QString &path) {
-        LinkCheckerUrl *r = hub->getLinkCheckerUrlWithUrl(server.url(path));
-        return r ? r->getStatus() : QStringLiteral("<no record>");
+    const std::pair<const char *, const char *> statuses[] = {
+        { "/index.html", "200 no error" },
+        { "/page.html", "200 no error" },
+        { "/status/404", "404 not found" },
+        { "/type/pdf", "200 no error" },
+        { "/final", "200 no error < 301 moved permanently" },
+        { "/redirect/to", "redirection to nowhere" }, // the query is trimmed: no target left
     };
-    EXPECT_EQ(status("/index.html"), QStringLiteral("200 no error"));
-    EXPECT_EQ(status("/page.html"), QStringLiteral("200 no error"));
-    EXPECT_EQ(status("/status/404"), QStringLiteral("404 not found"));
-    EXPECT_EQ(status("/type/pdf"), QStringLiteral("200 no error"));
-    EXPECT_EQ(status("/final"), QStringLiteral("200 no error < 301 moved permanently"));
-    LinkCheckerUrl *moved = hub->getLinkCheckerUrlWithUrl(server.url("/final"));
-    ASSERT_NE(moved, nullptr);
-    EXPECT_EQ(moved->getLinkUrl(), server.url("/status/301"));
-    // Query strings are trimmed by default, so this redirect loses its target.
-    EXPECT_EQ(status("/redirect/to"), QStringLiteral("redirection to nowhere"));
-    LinkCheckerUrl *refused = hub->getLinkCheckerUrlWithUrl(QStringLiteral("http://127.0.0.1:1/refused"));
+    for (const auto &[path, status] : statuses) {
+        LinkCheckerUrl *r = byUrl(server.url(path));
+        EXPECT_EQ(r ? r->getStatus() : QStringLiteral("<no record>"), status) << path;
+    }
+    EXPECT_EQ(byUrl(server.url("/final"))->getLinkUrl(), server.url("/status/301"));
+    LinkCheckerUrl *refused = byUrl(QStringLiteral("http://127.0.0.1:1/refused"));
     ASSERT_NE(refused, nullptr);
     EXPECT_FALSE(refused->getStatus().isEmpty());
     EXPECT_TRUE(refused->isInBadCollection());
     EXPECT_EQ(hub->recordCount(), 8); // "/" is a new URL
     EXPECT_EQ(hub->getNumberDone(), 8);
-    // The PDF is only checked: its body is never asked for beyond the headers.
     EXPECT_EQ(server.requestLog().count(QStringLiteral("GET /page.html")), 1);
 }
 
-TEST_F(HubTest, SlotsBoundTheFetchesInFlight)
+// The start record takes a slot at once; one pass then fills the free slots, each start held
+// back by the delay when there is one.
+TEST_F(HubTest, SlotsAndDelayBoundTheFetchesInFlight)
 {
-    const struct
-    {
-        int slots;
-        int inFlight;
-    } cases[] = { { 4, 4 }, { 1, 1 }, { 0, 1 }, { -3, 1 } };
-    for (const auto &c : cases) {
-        controls.numberOfThreads = c.slots;
+    const std::tuple<int, double, int> cases[] = { { 4, 0, 4 }, { 1, 0, 1 }, { 0, 0, 1 },
+                                                   { -3, 0, 1 }, { 3, 0.4, 3 } };
+    for (const auto &[slots, delay, inFlight] : cases) {
+        controls.numberOfThreads = slots;
+        controls.delayField = delay;
         newHub();
         controls.urlField = QStringLiteral("file:///orrelwick-no-such-dir/start.html");
-        hub->go(); // the start record takes a slot at once
-        for (int i = 0; i < 10; ++i) {
-            auto *r = new LinkCheckerUrl(hub.get());
-            r->setLinkUrl(QStringLiteral("file:///orrelwick-no-such-dir/%1.html").arg(i), false);
-            hub->add(r);
-        }
+        hub->go();
+        addMissingFiles(*hub, 10);
+        EXPECT_EQ(hub->getNumberOfThreadsDetached(), 1) << slots;
+        EXPECT_EQ(hub->pendingStarts(), 0) << slots;
         hub->getNextUrlToCrawl();
-        EXPECT_EQ(hub->getNumberOfThreadsDetached(), c.inFlight) << c.slots;
-        EXPECT_EQ(hub->pendingStarts(), c.inFlight - 1) << c.slots;
-        QEventLoop loop;
-        QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
-        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-        loop.exec();
-        EXPECT_TRUE(hub->isCrawlFinished()) << c.slots;
-        EXPECT_EQ(hub->getNumberDone(), 11) << c.slots;
-        EXPECT_EQ(hub->getBadCollectionCount(), 11) << c.slots;
+        EXPECT_EQ(hub->getNumberOfThreadsDetached(), inFlight) << slots;
+        EXPECT_EQ(hub->pendingStarts(), inFlight - 1) << slots;
+        if (delay > 0) {
+            spin(150);
+            EXPECT_TRUE(hub->recordAt(1)->getStatus().isEmpty());
+            EXPECT_TRUE(hub->recordAt(2)->getStatus().isEmpty());
+        }
+        EXPECT_TRUE(runToEnd(10000)) << slots;
+        EXPECT_EQ(hub->getNumberDone(), 11) << slots;
+        EXPECT_EQ(hub->getBadCollectionCount(), 11) << slots;
     }
-}
-
-TEST_F(HubTest, DelayHoldsEveryStartOfOnePass)
-{
-    controls.numberOfThreads = 3;
-    controls.delayField = 0.4;
-    newHub();
-    controls.urlField = QStringLiteral("file:///orrelwick-no-such-dir/start.html");
-    hub->go();
-    for (int i = 0; i < 4; ++i) {
-        auto *r = new LinkCheckerUrl(hub.get());
-        r->setLinkUrl(QStringLiteral("file:///orrelwick-no-such-dir/%1.html").arg(i), false);
-        hub->add(r);
-    }
-    EXPECT_EQ(hub->getNumberOfThreadsDetached(), 1);
-    EXPECT_EQ(hub->pendingStarts(), 0);
-    hub->getNextUrlToCrawl();
-    EXPECT_EQ(hub->pendingStarts(), 2);
-    spin(150);
-    EXPECT_TRUE(hub->recordAt(1)->getStatus().isEmpty());
-    spin(1500);
-    EXPECT_FALSE(hub->recordAt(1)->getStatus().isEmpty());
-    EXPECT_FALSE(hub->recordAt(2)->getStatus().isEmpty());
 }
 
 TEST_F(HubTest, PauseAndContinueLoseNothing)
 {
     QTemporaryDir dir;
-    QByteArray index = "<html><body>";
+    QByteArray index;
     for (int i = 0; i < 12; ++i)
         index += "<a href=\"/slow?ms=300&n=" + QByteArray::number(i) + "\">s</a>";
-    writeFile(dir.path() + "/index.html", index + "</body></html>");
+    writeFile(dir.path() + "/index.html", index);
     test::FixtureServer server(dir.path());
     ASSERT_TRUE(server.isRunning());
     controls.numberOfThreads = 4;
@@ -192,13 +164,9 @@ TEST_F(HubTest, PauseAndContinueLoseNothing)
     spin(400); // abandoned fetches must not come back
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
 
-    QEventLoop loop;
-    QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
-    QTimer::singleShot(20000, &loop, &QEventLoop::quit);
     hub->go(QStringLiteral("Continue"));
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Running);
-    loop.exec();
-    ASSERT_TRUE(hub->isCrawlFinished());
+    ASSERT_TRUE(runToEnd(20000));
     for (int i = 0; i < hub->recordCount(); ++i)
         EXPECT_EQ(hub->recordAt(i)->getStatus(), QStringLiteral("200 no error")) << i;
     EXPECT_EQ(hub->summaryText(), QStringLiteral("13 of 13 links checked, 0 bad"));
@@ -216,11 +184,11 @@ TEST_F(HubTest, EndOfRunTotalsAndAlerts)
     EXPECT_EQ(test::dialogs().calls.last().title, QStringLiteral("Orrelwick finished"));
     EXPECT_EQ(test::dialogs().calls.last().text, QStringLiteral("1 of 1 links checked, 1 bad"));
     // 100000 is not more than 100000: no congratulation yet.
-    EXPECT_DOUBLE_EQ(UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalLinks)), 100000.0);
-    EXPECT_DOUBLE_EQ(UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalBadLinks)), 6.0);
+    EXPECT_DOUBLE_EQ(total(DefaultsKey::TotalLinks), 100000.0);
+    EXPECT_DOUBLE_EQ(total(DefaultsKey::TotalBadLinks), 6.0);
     // A finished run answers at once and adds nothing again.
     EXPECT_TRUE(hub->isFinished());
-    EXPECT_DOUBLE_EQ(UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalLinks)), 100000.0);
+    EXPECT_DOUBLE_EQ(total(DefaultsKey::TotalLinks), 100000.0);
 
     controls.alertOnFinishButton = CheckState::Off;
     test::resetDialogs();
@@ -232,16 +200,13 @@ TEST_F(HubTest, EndOfRunTotalsAndAlerts)
             "Congratulations, you have now used Orrelwick to check 100001 links and find 7 bad "
             "links.")));
     EXPECT_EQ(test::dialogs().openedUrls.size(), 1);
-    EXPECT_DOUBLE_EQ(
-            UserDefaults::doubleValue(QLatin1String(DefaultsKey::TotalWhenLastCongratulated)),
-            100001.0);
+    EXPECT_DOUBLE_EQ(total(DefaultsKey::TotalWhenLastCongratulated), 100001.0);
 }
 
 TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
 {
-    const char *starts[] = { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",
-                             "file:///orrelwick-no-such-dir/", "127.0.0.1:1" };
-    for (const char *start : starts) {
+    for (const char *start : { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",
+                               "file:///orrelwick-no-such-dir/", "127.0.0.1:1" }) {
         newHub();
         ASSERT_TRUE(crawl(QString::fromUtf8(start), 15000)) << start;
         EXPECT_EQ(hub->recordCount(), 1) << start;
@@ -251,7 +216,7 @@ TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
     EXPECT_EQ(controls.urlField, QStringLiteral("http://127.0.0.1:1"));
 }
 
-TEST_F(HubTest, DirectoryLimitAndMemoryStop)
+TEST_F(HubTest, DirectoryLimitSinglePageAndMemoryStop)
 {
     newHub();
     controls.urlField = QStringLiteral("http://127.0.0.1:1/dir/page.html");
@@ -283,19 +248,15 @@ TEST_F(HubTest, RecheckFetchesOnlyWhatIsNotGood)
     controls.qsButton = CheckState::Off;
     ASSERT_TRUE(crawl(server.url("/index.html")));
     // A page of binary garbage is read like any page and stays a good link.
-    LinkCheckerUrl *junk = hub->getLinkCheckerUrlWithUrl(server.url("/garbage?type=text/html"));
+    LinkCheckerUrl *junk = byUrl(server.url("/garbage?type=text/html"));
     ASSERT_NE(junk, nullptr);
     EXPECT_EQ(junk->getStatus(), QStringLiteral("200 no error"));
     EXPECT_EQ(hub->summaryText(), QStringLiteral("4 of 4 links checked, 1 bad"));
 
     server.clearRequestLog();
-    QEventLoop loop;
-    QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
-    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
     hub->reCheckBadItems();
     EXPECT_TRUE(hub->isRechecking());
-    loop.exec();
-    ASSERT_TRUE(hub->isCrawlFinished());
+    ASSERT_TRUE(runToEnd(10000));
     EXPECT_EQ(server.requestLog(), QStringList { QStringLiteral("GET /status/404") });
     EXPECT_EQ(hub->recordCount(), 4); // a re-check reads no page, so finds no new link
     EXPECT_EQ(hub->countBadCollection(), 1);

@@ -3,7 +3,6 @@
 #include "HubTestSupport.h"
 
 #include "common/AppSupport.h"
-#include "common/Localize.h"
 
 using namespace orel;
 using orel::test::HubTest;
@@ -20,47 +19,41 @@ QByteArray anchor(const QByteArray &href, const QByteArray &text = "x")
     return "<a href=\"" + href + "\">" + text + "</a>\n";
 }
 
+QString q(const char *text)
+{
+    return QString::fromUtf8(text);
+}
+
 } // namespace
 
 TEST_F(HubTest, LookupNormalisesLikeTheRecordKey)
 {
-    const struct
-    {
-        CheckState qs;
-        CheckState slash;
-        const char *registered;
-        const char *asked;
-        bool found;
-    } cases[] = {
-        { CheckState::Off, CheckState::Off, "http://h.test/a", "http:///h.test/a", true },
-        { CheckState::On, CheckState::Off, "http://h.test/a", "http://h.test/a?q=1#f", true },
-        { CheckState::Off, CheckState::Off, "http://h.test/a", "http://h.test/a?q=1#f", false },
-        { CheckState::Off, CheckState::Off, "http://h.test/a?q=1", "http://h.test/a?q=1#f", true },
-        { CheckState::Off, CheckState::On, "http://h.test/a", "http://h.test/a/", true },
-        { CheckState::Off, CheckState::Off, "http://h.test/a", "http://h.test/a/", false },
-        { CheckState::Off, CheckState::On, "http://h.test/a/", "http://h.test/a", true },
+    const std::tuple<const char *, const char *, const char *, bool> cases[] = {
+        { "qsButton=off", "http://h.test/a", "http:///h.test/a", true },
+        { "qsButton=on", "http://h.test/a", "http://h.test/a?q=1#f", true },
+        { "qsButton=off", "http://h.test/a", "http://h.test/a?q=1#f", false },
+        { "qsButton=off", "http://h.test/a?q=1", "http://h.test/a?q=1#f", true },
+        { "qsButton=off;slashButton=on", "http://h.test/a", "http://h.test/a/", true },
+        { "qsButton=off;slashButton=off", "http://h.test/a", "http://h.test/a/", false },
+        { "qsButton=off;slashButton=on", "http://h.test/a/", "http://h.test/a", true },
     };
-    for (const auto &c : cases) {
-        controls.qsButton = c.qs;
-        controls.slashButton = c.slash;
+    for (const auto &[set, registered, asked, found] : cases) {
+        settings(set);
         pausedHub();
-        LinkCheckerUrl *r = addPage(QString::fromUtf8(c.registered));
-        EXPECT_EQ(hub->weHaveThisOneAlready(QString::fromUtf8(c.asked), nullptr) == r, c.found)
-                << c.registered << " asked as " << c.asked;
+        LinkCheckerUrl *r = addPage(q(registered));
+        EXPECT_EQ(hub->weHaveThisOneAlready(q(asked), nullptr) == r, found)
+                << registered << " asked as " << asked;
         // A record never finds itself when told to ignore itself.
-        EXPECT_EQ(hub->weHaveThisOneAlready(QString::fromUtf8(c.asked), r), nullptr);
+        EXPECT_EQ(hub->weHaveThisOneAlready(q(asked), r), nullptr);
     }
     EXPECT_EQ(hub->weHaveThisOneAlready(QString(), nullptr), nullptr);
-}
 
-TEST_F(HubTest, TitlesShareTheLookupWithUrls)
-{
-    pausedHub();
+    // With unique titles on, a title equal to a registered URL counts as known.
     LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/p.html"));
     p->setLinkPageTitle(QStringLiteral("http://site.test/p.html"));
-    EXPECT_FALSE(hub->weHaveThisTitleAlready(p)); // switch off
+    EXPECT_FALSE(hub->weHaveThisTitleAlready(p));
     controls.uniqueTitleButton = CheckState::On;
-    EXPECT_TRUE(hub->weHaveThisTitleAlready(p)); // the title equals a registered URL
+    EXPECT_TRUE(hub->weHaveThisTitleAlready(p));
     p->setLinkPageTitle(QString());
     EXPECT_FALSE(hub->weHaveThisTitleAlready(p));
 }
@@ -69,8 +62,8 @@ TEST_F(HubTest, LinksLimitCapsTheCollection)
 {
     controls.linksLimit = 3;
     pausedHub();
-    LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/p.html"));
-    read(p, page(anchor("1.html") + anchor("2.html") + anchor("3.html") + anchor("4.html")));
+    read(addPage(QStringLiteral("http://site.test/p.html")),
+         page(anchor("1.html") + anchor("2.html") + anchor("3.html") + anchor("4.html")));
     EXPECT_EQ(hub->recordCount(), 3);
     // Nothing beyond the limit stays registered.
     EXPECT_EQ(hub->weHaveThisOneAlready(QStringLiteral("http://site.test/3.html"), nullptr), nullptr);
@@ -88,9 +81,7 @@ TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrence)
     LinkCheckerUrl *a = byUrl(QStringLiteral("http://site.test/dir/a.html"));
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->getOnPageUrlArray().size(), 3);
-    EXPECT_EQ(a->getOnPageLinkTextArray(),
-              (QStringList { QStringLiteral("first"), QStringLiteral("second"),
-                             QStringLiteral("third") }));
+    EXPECT_EQ(a->getOnPageLinkTextArray(), (QStringList { "first", "second", "third" }));
     EXPECT_EQ(a->getLinkText(), QStringLiteral("third")); // the latest text wins
     EXPECT_EQ(a->getDistanceFromHome(), 3);
     EXPECT_EQ(a->getStatus(), QString());
@@ -103,104 +94,71 @@ TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrence)
 
 TEST_F(HubTest, NewLinksGetTheirScopeStatus)
 {
-    struct Case
-    {
-        const char *href;
-        std::function<void(SettingsControls &)> set;
-        const char *url; // the record expected, nullptr: none at all
-        const char *status;
-        bool internal;
+    // href, settings, the record expected (nullptr: none at all), its status, internal
+    const std::tuple<const char *, const char *, const char *, const char *, bool> cases[] = {
+        { "mailto:me@site.test", "", nullptr, nullptr, false },
+        { "x.html?SKYPE:me", "", nullptr, nullptr, false },
+        { "hotel:1", "", nullptr, nullptr, false },
+        { "#", "", nullptr, nullptr, false },
+        { "#", "hashIsBad=on", "#", "missing link url", false },
+        { "", "hashIsBad=on", "empty quotes", "missing link url", false },
+        { "http://other.test/x", "", "http://other.test/x", "", false },
+        { "http://other.test/x", "sitemapOnly=on", "http://other.test/x", "Not checked", false },
+        { "http://www.site.test/x", "", "http://www.site.test/x", "", false },
+        { "http://www.site.test/x", "subdomainButton=on", "http://www.site.test/x", "", true },
+        { "ftp://site.test/f.zip", "", "ftp://site.test/f.zip", "Not checked", true },
+        { "file:///etc/hosts", "", "file:///etc/hosts", "Not checked", false },
+        { "/Private/x.html", "", "http://site.test/Private/x.html", "Not checked", true },
+        { "/ok.html", "", "http://site.test/ok.html", "", true },
     };
-    const auto none = [](SettingsControls &) { };
-    const Case cases[] = {
-        { "mailto:me@site.test", none, nullptr, nullptr, false },
-        { "x.html?SKYPE:me", none, nullptr, nullptr, false },
-        { "hotel:1", none, nullptr, nullptr, false },
-        { "#", none, nullptr, nullptr, false },
-        { "#", [](SettingsControls &c) { c.hashIsBad = CheckState::On; }, "#", "missing link url",
-          false },
-        { "", [](SettingsControls &c) { c.hashIsBad = CheckState::On; }, "empty quotes",
-          "missing link url", false },
-        { "http://other.test/x", none, "http://other.test/x", "", false },
-        { "http://other.test/x", [](SettingsControls &c) { c.sitemapOnly = CheckState::On; },
-          "http://other.test/x", "Not checked", false },
-        { "http://www.site.test/x", none, "http://www.site.test/x", "", false },
-        { "http://www.site.test/x", [](SettingsControls &c) { c.subdomainButton = CheckState::On; },
-          "http://www.site.test/x", "", true },
-        { "ftp://site.test/f.zip", none, "ftp://site.test/f.zip", "Not checked", true },
-        { "file:///etc/hosts", none, "file:///etc/hosts", "Not checked", false },
-        { "/Private/x.html", none, "http://site.test/Private/x.html", "Not checked", true },
-        { "/ok.html", none, "http://site.test/ok.html", "", true },
-    };
-    for (const Case &c : cases) {
-        controls.setDefaults();
-        c.set(controls);
-        manager.addBlacklistRule(QStringLiteral("private/"), OrelConfigManager::DoNotCheck);
+    manager.addBlacklistRule(QStringLiteral("private/"), OrelConfigManager::DoNotCheck);
+    for (const auto &[href, set, url, status, internal] : cases) {
+        settings(set);
         pausedHub();
         LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/index.html"));
         const int before = hub->recordCount();
-        read(p, page("<a href=\"" + QByteArray(c.href) + "\">t</a>"));
-        if (!c.url) {
-            EXPECT_EQ(hub->recordCount(), before) << c.href;
+        read(p, page("<a href=\"" + QByteArray(href) + "\">t</a>"));
+        if (!url) {
+            EXPECT_EQ(hub->recordCount(), before) << href;
             continue;
         }
-        ASSERT_EQ(hub->recordCount(), before + 1) << c.href;
+        ASSERT_EQ(hub->recordCount(), before + 1) << href;
         LinkCheckerUrl *r = hub->recordAt(before);
-        EXPECT_EQ(r->getLinkUrl(), QString::fromUtf8(c.url)) << c.href;
-        EXPECT_EQ(r->getStatus(), QString::fromUtf8(c.status)) << c.href;
-        EXPECT_EQ(r->isInternal(), c.internal) << c.href;
-        EXPECT_EQ(r->getOnPageUrlArray(), QStringList { p->getActualLinkUrl() }) << c.href;
+        EXPECT_EQ(r->getLinkUrl(), q(url)) << href;
+        EXPECT_EQ(r->getStatus(), q(status)) << href;
+        EXPECT_EQ(r->isInternal(), internal) << href;
+        EXPECT_EQ(r->getOnPageUrlArray(), QStringList { p->getActualLinkUrl() }) << href;
         // Records with a status are never fetched.
-        if (*c.status) {
-            EXPECT_TRUE(r->isExempt() || r->isGoodLink()) << c.href;
-        }
+        EXPECT_TRUE(!*status || r->isExempt() || r->isGoodLink()) << href;
     }
 }
 
 TEST_F(HubTest, WhichPagesAreRead)
 {
-    struct Case
-    {
-        const char *name;
-        std::function<void(SettingsControls &)> set;
-        const char *pageUrl;
-        int distance;
-        const char *status;
-        bool html;
-        bool read;
+    // settings, page URL, distance, status, is HTML, read
+    const std::tuple<const char *, const char *, int, const char *, bool, bool> cases[] = {
+        { "", "http://site.test/p.html", 1, "200 no error", true, true },
+        { "", "http://other.test/p.html", 1, "200 no error", true, false },
+        { "levelsLimit=2", "http://site.test/p.html", 2, "200 no error", true, true },
+        { "levelsLimit=2", "http://site.test/p.html", 3, "200 no error", true, false },
+        { "followButton=on", "http://site.test/p.html", 1, "200 no error", true, false },
+        { "", "http://site.test/p.html", 1, "404 not found", true, false },
+        { "checkErrorPages=on", "http://site.test/p.html", 1, "404 not found", true, true },
+        { "", "http://site.test/p.txt", 1, "200 no error", false, false },
+        { "nofollowCheckbox=mixed", "http://site.test/p.html", 1, "200 no error", true, false },
+        { "nofollowCheckbox=on", "http://site.test/p.html", 1, "200 no error", true, true },
+        { "", "http://site.test/skip/p.html", 1, "200 no error", true, false }, // do not follow
     };
-    const auto none = [](SettingsControls &) { };
-    const Case cases[] = {
-        { "plain", none, "http://site.test/p.html", 1, "200 no error", true, true },
-        { "external", none, "http://other.test/p.html", 1, "200 no error", true, false },
-        { "at levels limit", [](SettingsControls &c) { c.levelsLimit = 2; },
-          "http://site.test/p.html", 2, "200 no error", true, true },
-        { "beyond levels limit", [](SettingsControls &c) { c.levelsLimit = 2; },
-          "http://site.test/p.html", 3, "200 no error", true, false },
-        { "single page", [](SettingsControls &c) { c.followButton = CheckState::On; },
-          "http://site.test/p.html", 1, "200 no error", true, false },
-        { "error page", none, "http://site.test/p.html", 1, "404 not found", true, false },
-        { "error page read", [](SettingsControls &c) { c.checkErrorPages = CheckState::On; },
-          "http://site.test/p.html", 1, "404 not found", true, true },
-        { "not html", none, "http://site.test/p.txt", 1, "200 no error", false, false },
-        { "nofollow mixed", [](SettingsControls &c) { c.nofollowCheckbox = CheckState::Mixed; },
-          "http://site.test/p.html", 1, "200 no error", true, false },
-        { "nofollow on", [](SettingsControls &c) { c.nofollowCheckbox = CheckState::On; },
-          "http://site.test/p.html", 1, "200 no error", true, true },
-        { "follow blacklist", none, "http://site.test/skip/p.html", 1, "200 no error", true,
-          false },
-    };
-    for (const Case &c : cases) {
-        controls.setDefaults();
-        c.set(controls);
-        manager.addBlacklistRule(QStringLiteral("/skip/"), OrelConfigManager::DoNotFollow);
+    manager.addBlacklistRule(QStringLiteral("/skip/"), OrelConfigManager::DoNotFollow);
+    for (const auto &[set, pageUrl, distance, status, html, isRead] : cases) {
+        settings(set);
         pausedHub();
-        LinkCheckerUrl *p = addPage(QString::fromUtf8(c.pageUrl), c.distance);
-        p->setIsHTML(c.html);
+        LinkCheckerUrl *p = addPage(q(pageUrl), distance);
+        p->setIsHTML(html);
         const int before = hub->recordCount();
-        read(p, page(anchor("new.html")), QString::fromUtf8(c.status));
-        EXPECT_EQ(hub->recordCount() > before, c.read) << c.name;
-        EXPECT_TRUE(p->getData().isEmpty()) << c.name;
+        read(p, page(anchor("new.html")), q(status));
+        EXPECT_EQ(hub->recordCount() > before, isRead) << set << " " << pageUrl << " " << status;
+        EXPECT_TRUE(p->getData().isEmpty()) << pageUrl;
     }
 }
 
@@ -208,27 +166,24 @@ TEST_F(HubTest, FollowWhitelistMarksPagesOutsideIt)
 {
     manager.addBlacklistRule(QStringLiteral("/docs/"), OrelConfigManager::OnlyFollow);
     pausedHub();
-    LinkCheckerUrl *outside = addPage(QStringLiteral("http://site.test/blog/p.html"), 1);
-    read(outside, page(anchor("n1.html")));
-    EXPECT_TRUE(outside->isBlacklisted());
-    EXPECT_EQ(byUrl(QStringLiteral("http://site.test/blog/n1.html")), nullptr);
-
-    LinkCheckerUrl *inside = addPage(QStringLiteral("http://site.test/docs/p.html"), 1);
-    read(inside, page(anchor("n2.html")));
-    EXPECT_FALSE(inside->isBlacklisted());
-    EXPECT_NE(byUrl(QStringLiteral("http://site.test/docs/n2.html")), nullptr);
+    for (const auto &[folder, inside] : { std::pair { "blog", false }, { "docs", true } }) {
+        LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/%1/p.html").arg(folder), 1);
+        read(p, page(anchor("n.html")));
+        EXPECT_EQ(p->isBlacklisted(), !inside) << folder;
+        EXPECT_EQ(byUrl(QStringLiteral("http://site.test/%1/n.html").arg(folder)) != nullptr, inside);
+    }
 }
 
 TEST_F(HubTest, HostileHrefsNeverCrash)
 {
     pausedHub();
-    LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/p.html"));
     QByteArray body = anchor("caf\xc3\xa9 \xff\xfe.html") + anchor("http://[::1") + anchor("%%%")
             + anchor(QByteArray(100 * 1024, 'a') + ".html") + anchor("a\tb\nc.html");
     QByteArray garbage(4096, '\0');
     for (int i = 0; i < garbage.size(); ++i)
         garbage[i] = char((i * 131 + 7) % 256);
-    read(p, page(body) + garbage + page(anchor("after.html")));
+    read(addPage(QStringLiteral("http://site.test/p.html")),
+         page(body) + garbage + page(anchor("after.html")));
     for (int i = 0; i < hub->recordCount(); ++i) {
         const QString url = hub->recordAt(i)->getLinkUrl();
         for (QChar ch : url)
@@ -249,37 +204,37 @@ TEST_F(HubTest, SoftNotFoundAndArchive)
     EXPECT_FALSE(hub->performSoft404CheckOnThisUrl(p));
     controls.soft404Button = CheckState::On;
     EXPECT_TRUE(hub->performSoft404CheckOnThisUrl(p)); // by URL, ignoring case
-    LinkCheckerUrl *r = addPage(QStringLiteral("http://site.test/r.html"));
-    r->setData("<p>Sorry, PAGE NOT FOUND here</p>");
-    EXPECT_TRUE(hub->performSoft404CheckOnThisUrl(r)); // by body, ignoring case
-    LinkCheckerUrl *fine = addPage(QStringLiteral("http://site.test/fine.html"));
-    fine->setData("<p>All good</p>");
-    EXPECT_FALSE(hub->performSoft404CheckOnThisUrl(fine));
-
-    hub->archivePage(r);
-    QFile archived(AppSupport::archiveFolder() + QStringLiteral("/r.html"));
-    ASSERT_TRUE(archived.open(QIODevice::ReadOnly));
-    EXPECT_EQ(archived.readAll(), QByteArray("<p>Sorry, PAGE NOT FOUND here</p>"));
-    LinkCheckerUrl *tiny = addPage(QStringLiteral("http://site.test/tiny.html"));
-    tiny->setData("x");
-    hub->archivePage(tiny);
-    EXPECT_FALSE(QFile::exists(AppSupport::archiveFolder() + QStringLiteral("/tiny.html")));
+    const std::tuple<const char *, QByteArray, bool> bodies[] = {
+        { "r.html", "<p>Sorry, PAGE NOT FOUND here</p>", true }, // by body, ignoring case
+        { "fine.html", "<p>All good</p>", false },
+        { "tiny.html", "x", false },
+    };
+    for (const auto &[name, body, soft] : bodies) {
+        LinkCheckerUrl *r = addPage(QStringLiteral("http://site.test/") + q(name));
+        r->setData(body);
+        EXPECT_EQ(hub->performSoft404CheckOnThisUrl(r), soft) << name;
+        hub->archivePage(r);
+        // Pages too small to be worth keeping are not archived.
+        QFile archived(AppSupport::archiveFolder() + QLatin1Char('/') + q(name));
+        const QByteArray none("<none>");
+        EXPECT_EQ(archived.open(QIODevice::ReadOnly) ? archived.readAll() : none,
+                  body.size() > 1 ? body : none)
+                << name;
+    }
 }
 
 TEST_F(HubTest, RelativeHrefsResolvePerPageAndFolder)
 {
     controls.qsButton = CheckState::Off;
     pausedHub();
-    const QByteArray body = page(anchor("x.html") + anchor("?q=1") + anchor("/root.html"));
-    read(addPage(QStringLiteral("http://site.test/a/p.html")), body);
-    read(addPage(QStringLiteral("http://site.test/a/q.html")), body);
-    read(addPage(QStringLiteral("http://site.test/b/p.html")), body);
-    read(addPage(QStringLiteral("http://site.test:8080/a/p.html")), body);
+    for (const char *url : { "http://site.test/a/p.html", "http://site.test/a/q.html",
+                             "http://site.test/b/p.html", "http://site.test:8080/a/p.html" })
+        read(addPage(q(url)), page(anchor("x.html") + anchor("?q=1") + anchor("/root.html")));
     for (const char *url :
          { "http://site.test/a/x.html", "http://site.test/b/x.html", "http://site.test:8080/a/x.html",
            "http://site.test/a/p.html?q=1", "http://site.test/a/q.html?q=1",
            "http://site.test/b/p.html?q=1" })
-        EXPECT_NE(byUrl(QString::fromUtf8(url)), nullptr) << url;
+        EXPECT_NE(byUrl(q(url)), nullptr) << url;
     EXPECT_EQ(byUrl(QStringLiteral("http://site.test/a/x.html"))->getOnPageUrlArray().size(), 2);
     EXPECT_EQ(byUrl(QStringLiteral("http://site.test/root.html"))->getOnPageUrlArray().size(), 3);
 }

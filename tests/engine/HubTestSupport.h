@@ -42,6 +42,15 @@ protected:
         return *hub;
     }
 
+    // Defaults, then "name=value" settings separated by ';' (a table row's settings column).
+    void settings(const char *list)
+    {
+        controls.setDefaults();
+        const QString text = QString::fromUtf8(list);
+        for (const QString &s : text.split(QLatin1Char(';'), Qt::SkipEmptyParts))
+            ASSERT_TRUE(controls.setByName(s.section('=', 0, 0), s.section('=', 1))) << list;
+    }
+
     // A crawl run that is paused at once, so pages can be read into it by hand. Its internal
     // host is site.test; the start record is a local file that is never fetched.
     LinkCheckerHub &pausedHub()
@@ -66,8 +75,8 @@ protected:
     }
 
     // Reads the page as if its fetch had just finished with a 200 answer.
-    void read(LinkCheckerUrl *page, const QByteArray &html, const QString &status =
-                                                                QStringLiteral("200 no error"))
+    void read(LinkCheckerUrl *page, const QByteArray &html,
+              const QString &status = QStringLiteral("200 no error"))
     {
         page->setData(html);
         page->setStatus(status);
@@ -76,19 +85,25 @@ protected:
 
     LinkCheckerUrl *byUrl(const QString &url) const { return hub->getLinkCheckerUrlWithUrl(url); }
 
-    // Starts a crawl of url and runs the event loop until it finishes or times out.
+    // Runs the event loop until the crawl under way finishes or the time is up.
+    bool runToEnd(int timeoutMs = 30000)
+    {
+        QEventLoop loop;
+        QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
+        QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+        if (!hub->isCrawlFinished())
+            loop.exec();
+        return hub->isCrawlFinished();
+    }
+
+    // Starts a crawl of url and runs it to its end.
     bool crawl(const QString &url, int timeoutMs = 30000)
     {
         if (!hub)
             newHub();
         controls.urlField = url;
-        QEventLoop loop;
-        QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
-        QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
         hub->go();
-        if (!hub->isCrawlFinished())
-            loop.exec();
-        return hub->isCrawlFinished();
+        return runToEnd(timeoutMs);
     }
 
     // Runs the event loop for a while (queued calls and delayed starts).
@@ -103,7 +118,7 @@ protected:
     QStringList csvLines(const QStringList &columns, bool badOnly = false)
     {
         QStringList lines = hub->flatCSV(columns, badOnly).split(QLatin1Char('\r'));
-        if (!lines.isEmpty() && lines.last().isEmpty())
+        if (lines.last().isEmpty())
             lines.removeLast();
         return lines;
     }
