@@ -2,7 +2,6 @@
 // the owner messages for each kind of answer, end to end.
 #include "FakeOwner.h"
 #include "FixtureServer.h"
-#include "TestHome.h"
 
 #include "links/myNSURLConnection.h"
 

@@ -1,6 +1,5 @@
 // URL forms of a link record, archive file names and status texts.
 #include "FakeOwner.h"
-#include "TestHome.h"
 
 #include "links/ArchiveName.h"
 #include "links/ReasonPhrase.h"
