@@ -21,6 +21,7 @@
 
 #include <ctime>
 #include <functional>
+#include <string>
 #include <thread>
 #include <tuple>
 
@@ -55,7 +56,7 @@ public:
     bool acceptAuth = false;
     A authAnswer = A::None;
 
-    QString trace() const { return events.join(QLatin1Char(' ')); }
+    std::string trace() const { return events.join(QLatin1Char(' ')).toStdString(); }
     void note(Conn *c, const QString &event)
     {
         if (event != "data" || events.isEmpty() || events.last() != event)
@@ -221,16 +222,18 @@ TEST_F(Connection, RedirectsAreFollowedHopByHop)
 TEST_F(Connection, DelegateCanReplaceOrRefuseTheNextRequest)
 {
     enum Answer { Replace, RefuseRedirect, RefuseFirst, Follow };
-    for (const auto &[path, answer, trace] : {
-             // The changed request is what gets sent: no second redirect.
-             std::tuple { "/redirect/chain?n=2", Replace, QString("send >302 200 data finish") },
-             // No answer ends the transfer without another call.
-             { "/redirect/chain?n=2", RefuseRedirect, "send >302" },
-             { "/final", RefuseFirst, "send" },
-             { "/redirect/empty", RefuseRedirect, "send >302" }, // proposed as an empty URL
-             // A redirect loop goes on until the delegate stops it (after 101 hops here).
-             { "/redirect/loop", Follow, "send" + QStringLiteral(" >302").repeated(101) },
-         }) {
+    for (const auto &[path, answer, trace] :
+        {
+            // The changed request is what gets sent: no second redirect.
+            std::tuple { "/redirect/chain?n=2", Replace, std::string("send >302 200 data finish") },
+            // No answer ends the transfer without another call.
+            { "/redirect/chain?n=2", RefuseRedirect, "send >302" },
+            { "/final", RefuseFirst, "send" },
+            { "/redirect/empty", RefuseRedirect, "send >302" }, // proposed as an empty URL
+            // A redirect loop goes on until the delegate stops it (after 101 hops here).
+            { "/redirect/loop", Follow,
+                "send" + QStringLiteral(" >302").repeated(101).toStdString() },
+        }) {
         SCOPED_TRACE(path);
         Recorder rec;
         int calls = 0;
@@ -494,7 +497,7 @@ TEST_F(Connection, NestedEventLoopInsideACallbackNeitherSpinsNorStalls)
     EXPECT_TRUE(waitFor([&] { return !outerConn && !busyConn && !lateConn; }));
     EXPECT_EQ(late.trace(), "send 200 data finish"); // started inside the nested loop
     for (Recorder *r : { &outer, &busy })
-        EXPECT_TRUE(r->trace().endsWith("finish")) << r->trace().toStdString();
+        EXPECT_TRUE(r->trace().ends_with("finish")) << r->trace();
     // Half a second of waiting costs far less than half a second of processor time.
     EXPECT_LT(double(cpu) / CLOCKS_PER_SEC, 0.25);
 }
