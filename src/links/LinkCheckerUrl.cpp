@@ -652,12 +652,18 @@ QString LinkCheckerUrl::getImageqty() const
 
 void LinkCheckerUrl::setSentRequest()
 {
-    setSentRequest(QDateTime::currentDateTime());
+    // The epoch clock needs no time zone; the local-time text is made only when asked for.
+    stampSentRequest(QDateTime::currentMSecsSinceEpoch());
 }
 
 void LinkCheckerUrl::setSentRequest(const QDateTime &when)
 {
-    m_sentRequestMs = when.toMSecsSinceEpoch();
+    stampSentRequest(when.toMSecsSinceEpoch());
+}
+
+void LinkCheckerUrl::stampSentRequest(qint64 msSinceEpoch)
+{
+    m_sentRequestMs = msSinceEpoch;
     m_numberOfRedirects = 0;
     if (m_extra)
         m_extra->timestamp = QString();

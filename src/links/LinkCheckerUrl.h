@@ -314,6 +314,7 @@ private:
     int adoptConnection(myNSURLConnection *connection);
     void cancelAndRelease();
     void postThreadHasFinished();
+    void stampSentRequest(qint64 msSinceEpoch);
     void postIncNumberDone();
     void postIncNumberValidated();
     bool ownerStopPressed() const;
