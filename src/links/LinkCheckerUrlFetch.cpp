@@ -260,7 +260,15 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
         if (m_owner)
             m_owner->incNumberDone(this);
         postThreadHasFinished();
+        return;
     }
+
+    // Size the body once from the announced length instead of growing it chunk by chunk. The
+    // cap keeps a wrong or hostile header from reserving memory the body never fills.
+    constexpr qint64 kMaxReserve = 64 * 1024 * 1024;
+    const qint64 announced = hasContentLength ? contentLength.trimmed().toLongLong() : 0;
+    if (announced > 0 && announced <= kMaxReserve)
+        m_data.reserve(m_data.size() + qsizetype(announced));
 }
 
 std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(
