@@ -52,11 +52,6 @@ protected:
     {
         ASSERT_TRUE(Plist::writeFile(pathOf(fileName), dict));
     }
-    // A configuration holding only a URL.
-    static void writeUrl(const QString &fileName, const QString &url)
-    {
-        writeConfig(fileName, { { u"url"_s, url } });
-    }
     static void writeBytes(const QString &path, const QByteArray &bytes)
     {
         QFile f(path);
