@@ -3,14 +3,14 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 
 using namespace orel;
 using orel::test::ConfigTest;
 
 namespace {
 
-// Runs the built program's "config" command with the test home as its store: status, stdout,
-// stderr.
+// Runs the built program's "config" command on the test home: exit status, stdout, stderr.
 std::tuple<int, QString, QString> cli(const QStringList &args)
 {
     QProcess p;
@@ -53,10 +53,9 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
             { u"checkBlacklist = logout,print"_s, u"timeOut = 30"_s, u"status = no bad links"_s,
                 u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
             EXPECT_TRUE(lines.contains(expected)) << expected.toStdString();
-        EXPECT_TRUE(
-            std::is_sorted(lines.begin(), lines.end(), [](const QString &a, const QString &b) {
-                return a.compare(b, Qt::CaseInsensitive) < 0;
-            }));
+        QStringList sorted = lines;
+        sorted.sort(Qt::CaseInsensitive);
+        EXPECT_EQ(lines, sorted);
     }
 
     const QString out = test::home() + u"/out"_s; // outside the store's listing
@@ -79,7 +78,7 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
         const std::string what = args.join(u' ').toStdString() + ": " + err.toStdString();
         EXPECT_EQ(status, 2) << what;
         EXPECT_TRUE(stdOut.isEmpty()) << what;
-        EXPECT_TRUE(err.startsWith(QLatin1String("orrelwick-cli: "))) << what;
-        EXPECT_EQ(err.count(u'\n'), 1) << what;
+        EXPECT_TRUE(QRegularExpression(u"^orrelwick-cli: [^\n]+\n$"_s).match(err).hasMatch())
+            << what;
     }
 }

@@ -44,21 +44,6 @@ QString column(const OrelConfigManager &m, const QString &id)
 
 } // namespace
 
-TEST_F(ConfigTest, BlankDictionaryHoldsDefaultsAndEverySwitchButTwoAsNo)
-{
-    QVariantMap blank = OrelConfigManager::compileBlankDict();
-    EXPECT_EQ(blank.take(u"numberOfThreads"_s), u"12"_s);
-    EXPECT_EQ(blank.take(u"timeOut"_s), u"30"_s);
-    for (const char *key :
-        { "url", "name", "checkBlacklist", "followBlacklist", "followWhitelist" })
-        EXPECT_EQ(blank.take(QLatin1String(key)), QString()) << key;
-    EXPECT_EQ(blank.size(), 12);
-    for (auto it = blank.cbegin(); it != blank.cend(); ++it)
-        EXPECT_EQ(it.value(), NO) << it.key().toStdString();
-    EXPECT_FALSE(
-        blank.contains(u"ignoreSlash"_s) || blank.contains(u"KestovanAttemptAuthentication"_s));
-}
-
 TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
 {
     // "key=value" loaded (or nothing), control, its valueByName. "followCheckbox" of NO means
@@ -288,8 +273,6 @@ TEST_F(ConfigTest, OpenedSettingsAreSavedBackAndExportGoesThroughTheSavePanel)
     EXPECT_EQ(readPlist(outside).value(u"timeOut"_s), u"12"_s);
     EXPECT_EQ(readPlist(outside).value(u"name"_s), u"Outside"_s);
     EXPECT_TRUE(QDir(test::home()).entryList(QDir::Files).isEmpty());
-    EXPECT_FALSE(manager->openSettings(test::home() + u"/missing"_s, &error));
-    EXPECT_FALSE(error.isEmpty());
 
     test::dialogs().panelAnswers.enqueue(test::home() + u"/out"_s);
     EXPECT_TRUE(manager->exportMenuItem());
@@ -300,7 +283,7 @@ TEST_F(ConfigTest, OpenedSettingsAreSavedBackAndExportGoesThroughTheSavePanel)
     EXPECT_FALSE(manager->exportMenuItem()); // cancelled
 }
 
-TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRow)
+TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRowAndBlankOnesAsDefaults)
 {
     writeConfig(u"a"_s, { { u"url"_s, u"http://a/"_s } });
     writeConfig(u"b"_s, { { u"url"_s, u"http://b/"_s } });
@@ -319,8 +302,14 @@ TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRow)
     EXPECT_EQ(other.getFollowWhitelistArray(), QStringList { u"x"_s });
     EXPECT_TRUE(other.isEdited()); // the edits were never saved
 
+    // Blank settings: 12 threads, 30 s, and a "followCheckbox" of NO means single-page mode.
     manager->saveBlankSettings();
-    EXPECT_EQ(readPlist(AppSupport::lastUsedFile()), OrelConfigManager::compileBlankDict());
+    other.implementLastUsedSettings();
+    for (const auto &[name, value] :
+        { std::pair { "numberOfThreads", "12" }, { "timeoutField", "30" }, { "followButton", "on" },
+            { "qsButton", "on" }, { "slashButton", "on" }, { "urlField", "" } })
+        EXPECT_EQ(otherControls.valueByName(QLatin1String(name)), QLatin1String(value)) << name;
+    EXPECT_EQ(other.rulesRowCount(), 0);
 }
 
 TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
