@@ -26,15 +26,12 @@ QString orNone(const std::optional<QString> &v)
 TEST(CrawlScope, NormalisesTypedStartUrls)
 {
     const Row cases[] = {
-        { "", "" },
-        { "example", "http://example" },
-        { "a.b", "http://a.b" },
+        { "", "" }, { "example", "http://example" },
         { "ftp:x", "http://ftp:x" }, // short texts get the prefix whatever they hold
         { "www.example.com/x", "http://www.example.com/x" },
         { "https://example.com/a b", "https://example.com/a b" },
         { "/Users/me/my site/index.html", "file:///Users/me/my%20site/index.html" },
         { "/Library/Web/a&amp;b.html", "file:///Library/Web/a&b.html" },
-        { "/home/me/site/index.html", "file:///home/me/site/index.html" },
         { "/srv/a&#32;b&lt;.html", "file:///srv/a%20b<.html" },
     };
     for (const auto &[typed, expected] : cases)
@@ -44,14 +41,10 @@ TEST(CrawlScope, NormalisesTypedStartUrls)
 TEST(CrawlScope, DirectoryLimitCutsAtFirstOccurrenceOfLastComponent)
 {
     const Row cases[] = {
-        { "http://h/dir/page.html", "/dir" },
-        { "http://h/dir/", "/dir" },
-        { "http://h/dir", "/dir" },
-        { "http://h/a/b/c/", "/a/b/c" },
-        { "http://h/index.html", "<none>" },
-        { "http://h/", "<none>" },
-        { "http://h", "<none>" },
-        { "http://Example.COM/Docs/x.htm", "/Docs" },
+        { "http://h/dir/page.html", "/dir" }, { "http://h/dir/", "/dir" },
+        { "http://h/dir", "/dir" }, { "http://h/a/b/c/", "/a/b/c" },
+        { "http://h/index.html", "<none>" }, { "http://h/", "<none>" },
+        { "http://h", "<none>" }, { "http://Example.COM/Docs/x.htm", "/Docs" },
         { "http://h/x.html/sub/x.html", "" }, // first occurrence wins
         { "file:///home/me/site/index.html", "/home/me/site" },
         { "http://h:8080/d/i.html", ":8080/d" },
@@ -72,8 +65,7 @@ TEST(CrawlScope, LookupKeyMatchesRecordTrimming)
         { "http://h/a/", false, true, "http://h/a" },
         { "http://h/a/", false, false, "http://h/a/" },
         { "http://h/a//", false, true, "http://h/a/" }, // only one slash goes
-        { "http://h/a/#x", true, true, "http://h/a" },
-        { "http://h/?x/", true, true, "http://h" },
+        { "http://h/a/#x", true, true, "http://h/a" }, { "http://h/?x/", true, true, "http://h" },
     };
     for (const auto &[url, trimQuery, ignoreSlash, key] : cases)
         EXPECT_EQ(CrawlScope::lookupKey(q(url), trimQuery, ignoreSlash), q(key)) << url;
@@ -114,35 +106,25 @@ TEST(CrawlScope, SkippedSchemesAndTermLists)
     EXPECT_FALSE(CrawlScope::isTel(QStringLiteral("tel:1")));
     EXPECT_FALSE(CrawlScope::isJavascript(QStringLiteral("JAVASCRIPT:x")));
 
-    const QStringList terms { QStringLiteral("Private"), QString(), QStringLiteral("/tmp/") };
-    const std::tuple<const char *, QStringList, bool> lists[] = {
-        { "http://h/PRIVATE/x", terms, true },
-        { "http://h/tmp/x", terms, true },
-        { "http://h/public", terms, false },
-        { "x", {}, false },
-        { "x", { QString() }, false },
-    };
-    for (const auto &[text, list, found] : lists)
-        EXPECT_EQ(CrawlScope::containsOneOfTheseTerms(q(text), list), found) << text;
-
-    EXPECT_EQ(CrawlScope::trimEachItemInArray({ "  a \n", " \t", "b" }), (QStringList { "a", "b" }));
-    EXPECT_EQ(CrawlScope::stripHost(QStringLiteral("http://h.com/a/b")), QStringLiteral("/a/b"));
-    EXPECT_EQ(CrawlScope::stripHost(QStringLiteral("http://h.com/")), QStringLiteral("http://h.com/"));
+    // Terms match ignoring case; an empty term matches nothing.
+    const QStringList terms { "Private", QString(), "/tmp/" };
+    EXPECT_TRUE(CrawlScope::containsOneOfTheseTerms("http://h/PRIVATE/x", terms));
+    EXPECT_TRUE(CrawlScope::containsOneOfTheseTerms("http://h/tmp/x", terms));
+    EXPECT_FALSE(CrawlScope::containsOneOfTheseTerms("http://h/public", terms));
+    EXPECT_EQ(CrawlScope::stripHost("http://h.com/a/b") + CrawlScope::stripHost("http://h.com/"),
+              "/a/bhttp://h.com/");
 }
 
 TEST(CrawlScope, ResolvesHrefsAgainstTheBase)
 {
     const QUrl base(QStringLiteral("http://h.com/dir/page.html"));
     const Row cases[] = {
-        { "other.html", "http://h.com/dir/other.html" },
-        { "../up.html", "http://h.com/up.html" },
+        { "other.html", "http://h.com/dir/other.html" }, { "../up.html", "http://h.com/up.html" },
         { "/root.html", "http://h.com/root.html" },
         { "my page.html", "http://h.com/dir/my%20page.html" },
-        { "?q=1", "http://h.com/dir/page.html?q=1" },
-        { "https://x.org/a", "https://x.org/a" },
+        { "?q=1", "http://h.com/dir/page.html?q=1" }, { "https://x.org/a", "https://x.org/a" },
         { "//cdn.org/s.js", "http://cdn.org/s.js" },
-        { "caf\xc3\xa9.html", "http://h.com/dir/caf%C3%A9.html" },
-        { "MCMS zref", "<none>" },
+        { "caf\xc3\xa9.html", "http://h.com/dir/caf%C3%A9.html" }, { "MCMS zref", "<none>" },
         { "http://bad host/", "<none>" },
     };
     for (const auto &[href, absolute] : cases)

@@ -34,8 +34,6 @@ protected:
         controls.timeoutField = 10;
     }
 
-    void TearDown() override { hub.reset(); }
-
     LinkCheckerHub &newHub()
     {
         hub = std::make_unique<LinkCheckerHub>(&controls, &manager);
