@@ -73,18 +73,12 @@ TEST_F(CrawlCommandTest, WritesTheFlatCsvAndExitsOneOnBadLinks)
     EXPECT_EQ(r.out, QStringLiteral("4 of 4 links checked, 1 bad\n"));
     const QString b = server.baseUrl();
     EXPECT_EQ(readFile(csv()),
-        "\"Status\",\"URL\",\"Redirected To\",\"Link Text\",\"On Page\"\r"
-        "\"200 no error\",\""
-            + b + "/index.html\",\"\",\"Home\",\"" + b
-            + "/a.html\"\r"
-              "\"200 no error\",\""
-            + b + "/a.html\",\"\",\"A page\",\"" + b
-            + "/index.html\"\r"
-              "\"404 not found\",\""
-            + b + "/status/404\",\"\",\"Gone\",\"" + b
-            + "/index.html\"\r"
-              "\"200 no error\",\""
-            + b + "/soft404\",\"\",\"soft\",\"" + b + "/index.html\"\r");
+        QStringLiteral("\"Status\",\"URL\",\"Redirected To\",\"Link Text\",\"On Page\"\r"
+                       "\"200 no error\",\"%1/index.html\",\"\",\"Home\",\"%1/a.html\"\r"
+                       "\"200 no error\",\"%1/a.html\",\"\",\"A page\",\"%1/index.html\"\r"
+                       "\"404 not found\",\"%1/status/404\",\"\",\"Gone\",\"%1/index.html\"\r"
+                       "\"200 no error\",\"%1/soft404\",\"\",\"soft\",\"%1/index.html\"\r")
+            .arg(b));
 
     // Settings by name change the crawl; on standard output the lines end in "\r\n".
     const CliRun bad = runCli({ "crawl", server.url("/index.html"), "--set", "soft404Button=on",
@@ -92,17 +86,12 @@ TEST_F(CrawlCommandTest, WritesTheFlatCsvAndExitsOneOnBadLinks)
         "--flat-csv", "-", "--bad-only", "--columns", "status,linkurl,distance,nofollow" });
     EXPECT_EQ(bad.exitCode, 1);
     EXPECT_EQ(bad.out,
-        "\"Status\",\"URL\",\"Distance\",\"Nofollow\"\r\n"
-        "\"404 not found\",\""
-            + b
-            + "/status/404\",\"1\",\"No\"\r\n"
-              "\"404 'soft 404' < 200 no error\",\""
-            + b
-            + "/soft404\",\"1\",\"No\"\r\n"
-              "\"410 gone\",\""
-            + b
-            + "/status/410\",\"1\",\"No\"\r\n"
-              "5 of 5 links checked, 3 bad\n");
+        QStringLiteral("\"Status\",\"URL\",\"Distance\",\"Nofollow\"\r\n"
+                       "\"404 not found\",\"%1/status/404\",\"1\",\"No\"\r\n"
+                       "\"404 'soft 404' < 200 no error\",\"%1/soft404\",\"1\",\"No\"\r\n"
+                       "\"410 gone\",\"%1/status/410\",\"1\",\"No\"\r\n"
+                       "5 of 5 links checked, 3 bad\n")
+            .arg(b));
 }
 
 TEST_F(CrawlCommandTest, ExitsZeroWhenAllIsFineAndOneWhenTheStartIsUnreachable)
