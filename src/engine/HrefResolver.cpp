@@ -2,6 +2,10 @@
 
 #include "engine/CrawlScope.h"
 
+#include <QVarLengthArray>
+
+#include <utility>
+
 namespace orel {
 
 namespace {
@@ -51,14 +55,43 @@ std::optional<QString> HrefResolver::resolve(const QString &href) const
     if (!m_plainBase || href.isEmpty() || href.startsWith(QLatin1String("//"))
         || !isPlainPath(href))
         return CrawlScope::resolveHref(m_base, href);
-    QString path = href.startsWith(QLatin1Char('/')) ? href : m_folder + href;
-    if (path.contains(QLatin1String("/.")))
-        path = removeDotSegments(path);
-    return m_origin + path;
+    // Built in one allocation: origin, then the folder unless the href is root-relative.
+    const bool rooted = href.front() == QLatin1Char('/');
+    QString out;
+    out.reserve(m_origin.size() + (rooted ? 0 : m_folder.size()) + href.size());
+    out += m_origin;
+    const qsizetype pathStart = out.size();
+    if (!rooted)
+        out += m_folder;
+    out += href;
+    if (hasDotSegment(QStringView(out).sliced(pathStart))) {
+        const QString path = removeDotSegments(out.sliced(pathStart));
+        out.truncate(pathStart);
+        out += path;
+    }
+    return out;
+}
+
+bool HrefResolver::hasDotSegment(QStringView path)
+{
+    // A segment that is exactly "." or "..", i.e. "/." or "/.." followed by "/" or the end.
+    const qsizetype n = path.size();
+    for (qsizetype i = 0; i + 1 < n; ++i) {
+        if (path[i] != QLatin1Char('/') || path[i + 1] != QLatin1Char('.'))
+            continue;
+        qsizetype j = i + 2;
+        if (j < n && path[j] == QLatin1Char('.'))
+            ++j;
+        if (j == n || path[j] == QLatin1Char('/'))
+            return true;
+    }
+    return false;
 }
 
 QString HrefResolver::removeDotSegments(const QString &path)
 {
+    if (path.startsWith(QLatin1Char('/')))
+        return removeDotSegmentsAbsolute(path);
     QString in = path;
     QString out;
     out.reserve(path.size());
@@ -90,6 +123,46 @@ QString HrefResolver::removeDotSegments(const QString &path)
             }
         }
     }
+    return out;
+}
+
+QString HrefResolver::removeDotSegmentsAbsolute(QStringView path)
+{
+    // One pass over the segments after each "/": a "." is dropped, a ".." drops the segment
+    // before it, and either one at the end leaves the path ending in "/". Kept segments are
+    // recorded as (start, length) into path and joined once at the end.
+    QVarLengthArray<std::pair<qsizetype, qsizetype>, 32> kept;
+    bool trailingSlash = false;
+    qsizetype at = 1; // just past a "/"
+    const qsizetype n = path.size();
+    while (true) {
+        qsizetype next = path.indexOf(QLatin1Char('/'), at);
+        const bool last = next < 0;
+        if (last)
+            next = n;
+        const QStringView segment = path.sliced(at, next - at);
+        if (segment == QLatin1String(".")) {
+            trailingSlash = last;
+        } else if (segment == QLatin1String("..")) {
+            if (!kept.isEmpty())
+                kept.removeLast();
+            trailingSlash = last;
+        } else {
+            kept.append({ at, next - at });
+            trailingSlash = false;
+        }
+        if (last)
+            break;
+        at = next + 1;
+    }
+    QString out;
+    out.reserve(n);
+    for (const auto &[start, length] : kept) {
+        out += QLatin1Char('/');
+        out += path.sliced(start, length);
+    }
+    if (trailingSlash || out.isEmpty())
+        out += QLatin1Char('/');
     return out;
 }
 

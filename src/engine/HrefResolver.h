@@ -24,6 +24,9 @@ public:
     static QString removeDotSegments(const QString &path);
 
 private:
+    static bool hasDotSegment(QStringView path);
+    static QString removeDotSegmentsAbsolute(QStringView path);
+
     QUrl m_base;
     QString m_origin; // scheme "://" authority
     QString m_folder; // the base path up to and including its last "/"
