@@ -67,6 +67,38 @@ QString CrawlScope::lookupKey(QString url, bool trimQuery, bool ignoreSlash)
 {
     // A local file URL's own "file:///" stays: records register under it unchanged.
     const qsizetype from = url.startsWith(QLatin1String("file:///"), Qt::CaseInsensitive) ? 7 : 0;
+
+    // Most URLs have no "///" past that point: one scan finds where the key ends, and the key
+    // shares the URL's text when nothing is cut.
+    const QChar *text = url.constData();
+    const qsizetype size = url.size();
+    qsizetype end = size;
+    qsizetype query = -1;
+    bool tripleSlash = false;
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t c = text[i].unicode();
+        if (c == '#') {
+            end = i;
+            break;
+        }
+        if (c == '?' && query < 0) {
+            query = i;
+        } else if (c == '/' && i >= from + 2 && text[i - 1] == QLatin1Char('/')
+                   && text[i - 2] == QLatin1Char('/')) {
+            tripleSlash = true;
+            break;
+        }
+    }
+    if (!tripleSlash) {
+        if (trimQuery && query >= 0)
+            end = query;
+        if (ignoreSlash && end > 0 && text[end - 1] == QLatin1Char('/'))
+            --end;
+        if (end < size)
+            url.truncate(end);
+        return url;
+    }
+
     for (qsizetype at = url.indexOf(QLatin1String("///"), from); at >= 0;
          at = url.indexOf(QLatin1String("///"), at + 2))
         url.remove(at, 1);
