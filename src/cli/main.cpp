@@ -9,6 +9,11 @@
 
 int main(int argc, char *argv[])
 {
+    // The plain UNIX event dispatcher wakes itself once per batch of posted events where the
+    // GLib one writes its wake-up descriptor for every event; a crawl posts several per page.
+    // Must be chosen before the application object exists; an explicit setting wins.
+    if (!qEnvironmentVariableIsSet("QT_NO_GLIB"))
+        qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Orrelwick"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORRELWICK_VERSION));
