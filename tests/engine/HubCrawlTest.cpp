@@ -131,9 +131,7 @@ TEST_F(HubTest, SlotsAndDelayBoundTheFetchesInFlight)
     for (const auto &[slots, delay, inFlight] : cases) {
         controls.numberOfThreads = slots;
         controls.delayField = delay;
-        newHub();
-        controls.urlField = QStringLiteral("file:///orrelwick-no-such-dir/start.html");
-        hub->go();
+        start(QStringLiteral("file:///orrelwick-no-such-dir/start.html"));
         addMissingFiles(*hub, 10);
         EXPECT_EQ(hub->getNumberOfThreadsDetached(), 1) << slots;
         EXPECT_EQ(hub->pendingStarts(), 0) << slots;
@@ -162,9 +160,7 @@ TEST_F(HubTest, PauseAndContinueLoseNothing)
     ASSERT_TRUE(server.isRunning());
     controls.numberOfThreads = 4;
     controls.qsButton = CheckState::Off; // the queries tell the slow pages apart
-    newHub();
-    controls.urlField = server.url("/index.html");
-    hub->go();
+    start(server.url("/index.html"));
     for (int i = 0; i < 50 && hub->recordCount() < 13; ++i)
         spin(20);
     ASSERT_EQ(hub->recordCount(), 13);
@@ -219,22 +215,20 @@ TEST_F(HubTest, EndOfRunTotalsAndAlerts)
 
 TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
 {
-    for (const char *start : { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",
-                               "file:///orrelwick-no-such-dir/", "127.0.0.1:1" }) {
-        newHub();
-        ASSERT_TRUE(crawl(QString::fromUtf8(start), 15000)) << start;
-        EXPECT_EQ(hub->recordCount(), 1) << start;
-        EXPECT_FALSE(hub->recordAt(0)->getStatus().isEmpty()) << start;
-        EXPECT_EQ(hub->getBadCollectionCount(), 1) << start;
+    for (const char *url : { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",
+                             "file:///orrelwick-no-such-dir/", "127.0.0.1:1" }) {
+        start(QString::fromUtf8(url));
+        ASSERT_TRUE(runToEnd(15000)) << url;
+        EXPECT_EQ(hub->recordCount(), 1) << url;
+        EXPECT_FALSE(hub->recordAt(0)->getStatus().isEmpty()) << url;
+        EXPECT_EQ(hub->getBadCollectionCount(), 1) << url;
     }
     EXPECT_EQ(controls.urlField, QStringLiteral("http://127.0.0.1:1"));
 }
 
 TEST_F(HubTest, DirectoryLimitSinglePageAndMemoryStop)
 {
-    newHub();
-    controls.urlField = QStringLiteral("http://127.0.0.1:1/dir/page.html");
-    hub->go();
+    start(QStringLiteral("http://127.0.0.1:1/dir/page.html"));
     // The host ends before the port, so the port stays in the folder term.
     EXPECT_EQ(hub->getFollowWhitelistArray() + hub->getDomains(),
               (QStringList { ":1/dir", "127.0.0.1" }));

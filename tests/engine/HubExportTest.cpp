@@ -9,7 +9,6 @@
 using namespace orel;
 using orel::test::HubTest;
 
-
 TEST_F(HubTest, ExportsOfTheTable)
 {
     pausedHub();
@@ -25,65 +24,56 @@ TEST_F(HubTest, ExportsOfTheTable)
     // No view: the flat list's default columns. Values are written as they are (a quote too).
     const QStringList csv = hub->csvText().split('\r', Qt::SkipEmptyParts);
     ASSERT_EQ(csv.size(), 6); // header, the start file, index, a, other, b
-    EXPECT_EQ(csv.at(0), QStringLiteral("\"Status\",\"URL\",\"Redirected To\",\"Link Text\",\"On Page\""));
-    EXPECT_EQ(csv.at(3), QStringLiteral("\"200 no error\",\"http://site.test/a.html\",\"\",\"A \"quoted\"\","
-                                        "\"http://site.test/index.html\""));
-    const QStringList tdl = hub->tdlText().split('\r', Qt::SkipEmptyParts);
-    EXPECT_EQ(tdl.at(3), QString(csv.at(3)).replace("\",\"", "\"\t\""));
+    EXPECT_EQ(csv.at(0), "\"Status\",\"URL\",\"Redirected To\",\"Link Text\",\"On Page\"");
+    EXPECT_EQ(csv.at(3), "\"200 no error\",\"http://site.test/a.html\",\"\",\"A \"quoted\"\","
+                         "\"http://site.test/index.html\"");
+    EXPECT_EQ(hub->tdlText().split('\r').at(3), QString(csv.at(3)).replace("\",\"", "\"\t\""));
     // The flat form: one line per page a link is on; the start file and index are on no page
     // but index is on a.html.
-    const QStringList flat = hub->flatCsvText().split('\r', Qt::SkipEmptyParts);
-    EXPECT_EQ(flat.size(), 5);
+    EXPECT_EQ(hub->flatCsvText().split('\r', Qt::SkipEmptyParts).size(), 5);
 
     const QString text = hub->plainText();
-    EXPECT_TRUE(text.startsWith(QStringLiteral("Data Export from Orrelwick\r") + QString(26, '=')
-                                + QStringLiteral("\r\r")));
-    EXPECT_TRUE(text.contains(QStringLiteral("On Page(s): http://site.test/index.html  \r")));
-
+    EXPECT_TRUE(text.startsWith("Data Export from Orrelwick\r" + QString(26, '=') + "\r\r"));
+    EXPECT_TRUE(text.contains("On Page(s): http://site.test/index.html  \r"));
     const QString html = hub->htmlText();
     EXPECT_TRUE(html.startsWith("<html><head><title>Data Export from Kestovan</title><body><style>"));
     EXPECT_TRUE(html.contains("<th style = max-width:200px>URL</th>"));
     EXPECT_TRUE(html.contains("<a href=\"http://site.test/a.html\" target=\"_blank\">"));
 
     // Internal pages only; "clean" draws a page as a target only before it has its own node.
+    const QString graph = "digraph \"file:///orrelwick-no-such-start.html\" {\r";
     EXPECT_EQ(hub->dotText(1000, false, true),
-              QStringLiteral("digraph \"file:///orrelwick-no-such-start.html\" {\r"
-                             "\"/index.html\" -> \"/a.html\" [color=red];\r"
-                             "\"/a.html\" -> \"/index.html\" [color=orange];\r"
-                             "\"/a.html\" -> \"/b.html\" [color=orange];\r}"));
+              graph + "\"/index.html\" -> \"/a.html\" [color=red];\r"
+                      "\"/a.html\" -> \"/index.html\" [color=orange];\r"
+                      "\"/a.html\" -> \"/b.html\" [color=orange];\r}");
     EXPECT_EQ(hub->dotText(1000, true, false),
-              QStringLiteral("digraph \"file:///orrelwick-no-such-start.html\" {\r"
-                             "\"/index.html\" -> \"/a.html\";\r"
-                             "\"/a.html\" -> \"/b.html\";\r}"));
+              graph + "\"/index.html\" -> \"/a.html\";\r\"/a.html\" -> \"/b.html\";\r}");
     EXPECT_EQ(hub->dotText(0, false, false), QStringLiteral("digraph \"\" {\r}"));
 
     // Writing goes through the save panel; cancelling writes nothing.
     QTemporaryDir dir;
     test::dialogs().panelAnswers.enqueue(dir.filePath("out.dot"));
     hub->exportAsDot(1000, true, false);
+    hub->exportAsCSV(); // no answer queued: cancelled
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList { "out.dot" });
     QFile written(dir.filePath("out.dot"));
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(written.readAll()), hub->dotText(1000, true, false));
-    hub->exportAsCSV(); // no answer queued: cancelled
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 1);
 }
 
 TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
 {
-    newHub();
-    controls.urlField = QStringLiteral("file:///orrelwick-no-such-start.html");
-    hub->go(); // running: outlines stay closed
+    start(QStringLiteral("file:///orrelwick-no-such-start.html")); // running: outlines stay closed
     LinkCheckerUrl *page = addPage(QStringLiteral("http://site.test/p.html"));
     read(page, "<a href=\"x.html\">first</a><a href=\"y.html\">y</a><a href=\"x.html\">second</a>");
     LinkCheckerUrl *x = byUrl(QStringLiteral("http://site.test/x.html"));
     ASSERT_NE(x, nullptr);
+    const QString p = page->getActualLinkUrl();
     EXPECT_EQ(hub->numberOfOccurrences(x), 0);
-    EXPECT_EQ(hub->countVisibleItemsforThisPage(page->getActualLinkUrl()), 0);
+    EXPECT_EQ(hub->countVisibleItemsforThisPage(p), 0);
     hub->stop();
     EXPECT_EQ(hub->numberOfOccurrences(x), 2);
     EXPECT_EQ(hub->occurrence(x, 1), hub->occurrence(x, 1)); // one pairing per occurrence
-
-    const QString p = page->getActualLinkUrl();
     EXPECT_EQ(hub->countItemsforThisPage(p), 3);
     EXPECT_EQ(hub->countVisibleItemsforThisPage(p), 3);
     // The second x under the page is x's second entry for it.
@@ -92,12 +82,14 @@ TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
     EXPECT_EQ(third->getLcurl(), x);
     EXPECT_EQ(third->getIndex(), 1);
     EXPECT_EQ(third->getFieldByName(QStringLiteral("linktext")), QStringLiteral("second"));
-    EXPECT_EQ(LinkCheckerHub::byLinkValue(x, QStringLiteral("linktext")), QString());
-    EXPECT_EQ(LinkCheckerHub::byLinkValue(x, QStringLiteral("linkurl")), x->getLinkUrl());
-    EXPECT_EQ(LinkCheckerHub::byLinkValue(third, QStringLiteral("linkurl")), QString());
-    EXPECT_EQ(LinkCheckerHub::byLinkValue(third, QStringLiteral("onpageurl")), p);
-    EXPECT_EQ(LinkCheckerHub::byPageValue(p, QStringLiteral("linkurl")), p);
-    EXPECT_EQ(LinkCheckerHub::byPageValue(p, QStringLiteral("status")), QString());
+    // Cells: a link row has no link text, an occurrence row no URL, a page row only its URL.
+    const QStringList cells { LinkCheckerHub::byLinkValue(x, "linktext"),
+                              LinkCheckerHub::byLinkValue(x, "linkurl"),
+                              LinkCheckerHub::byLinkValue(third, "linkurl"),
+                              LinkCheckerHub::byLinkValue(third, "onpageurl"),
+                              LinkCheckerHub::byPageValue(p, "linkurl"),
+                              LinkCheckerHub::byPageValue(p, "status") };
+    EXPECT_EQ(cells, (QStringList { "", x->getLinkUrl(), "", p, p, "" }));
 
     EXPECT_EQ(hub->getNthPageWithVisibleItems(0), QString());
     EXPECT_EQ(hub->countPagesWithVisibleItems(), 1);
@@ -122,11 +114,11 @@ TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
 TEST_F(HubTest, SavedLinkListsLoadButNeverSave)
 {
     QTemporaryDir dir;
-    QVariantMap one { { "linkUrl", "http://site.test/a.html" }, { "status", "404 not found" },
-                      { "redir", "http://site.test/b.html" }, { "isHTML", "yes" },
-                      { "isInternal", "YES" }, { "onPageUrl", "http://site.test/" },
-                      { "linkText", "A" } };
-    QVariantMap two { { "linkUrl", "http://site.test/a.html" }, { "isHTML", "YES" } };
+    const QVariantMap one { { "linkUrl", "http://site.test/a.html" }, { "status", "404 not found" },
+                            { "redir", "http://site.test/b.html" }, { "isHTML", "yes" },
+                            { "isInternal", "YES" }, { "onPageUrl", "http://site.test/" },
+                            { "linkText", "A" } };
+    const QVariantMap two { { "linkUrl", "http://site.test/a.html" }, { "isHTML", "YES" } };
     const QString path = dir.filePath("links.plist");
     ASSERT_TRUE(Plist::writeFile(path, QVariantMap { { "linkcheckerUrls", QVariantList { one, two } } }));
     newHub();
@@ -139,10 +131,10 @@ TEST_F(HubTest, SavedLinkListsLoadButNeverSave)
     EXPECT_EQ(a->getStatus(), QStringLiteral("404 not found"));
     EXPECT_EQ(a->getTimestamp(), QStringLiteral("http://site.test/b.html"));
     EXPECT_EQ(a->getActualLinkUrl(), QStringLiteral("http://site.test/b.html"));
-    EXPECT_FALSE(a->getIsHTML()); // only exactly "YES" counts
-    EXPECT_TRUE(a->isInternal());
-    EXPECT_TRUE(hub->recordAt(1)->getIsHTML());
-    EXPECT_FALSE(hub->recordAt(1)->isInternal());
+    // Only exactly "YES" counts.
+    EXPECT_EQ(QList<bool>({ a->getIsHTML(), a->isInternal(), hub->recordAt(1)->getIsHTML(),
+                            hub->recordAt(1)->isInternal() }),
+              QList<bool>({ false, true, true, false }));
     EXPECT_EQ(hub->weHaveThisOneAlready(QStringLiteral("http://site.test/a.html"), nullptr), nullptr);
 
     hub->saveLinks(true);

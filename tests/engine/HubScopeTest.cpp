@@ -49,8 +49,8 @@ TEST_F(HubTest, LookupNormalisesLikeTheRecordKey)
     EXPECT_EQ(hub->weHaveThisOneAlready(QString(), nullptr), nullptr);
 
     // With unique titles on, a title equal to a registered URL counts as known.
-    LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/p.html"));
-    p->setLinkPageTitle(QStringLiteral("http://site.test/p.html"));
+    LinkCheckerUrl *p = addPage("http://site.test/p.html");
+    p->setLinkPageTitle("http://site.test/p.html");
     EXPECT_FALSE(hub->weHaveThisTitleAlready(p));
     controls.uniqueTitleButton = CheckState::On;
     EXPECT_TRUE(hub->weHaveThisTitleAlready(p));
@@ -58,38 +58,32 @@ TEST_F(HubTest, LookupNormalisesLikeTheRecordKey)
     EXPECT_FALSE(hub->weHaveThisTitleAlready(p));
 }
 
-TEST_F(HubTest, LinksLimitCapsTheCollection)
-{
-    controls.linksLimit = 3;
-    pausedHub();
-    read(addPage(QStringLiteral("http://site.test/p.html")),
-         page(anchor("1.html") + anchor("2.html") + anchor("3.html") + anchor("4.html")));
-    EXPECT_EQ(hub->recordCount(), 3);
-    // Nothing beyond the limit stays registered.
-    EXPECT_EQ(hub->weHaveThisOneAlready(QStringLiteral("http://site.test/3.html"), nullptr), nullptr);
-    test::LogCapture logs;
-    EXPECT_FALSE(hub->add(nullptr));
-    EXPECT_TRUE(logs.contains(QStringLiteral("*** attempt to add null link ***")));
-}
-
-TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrence)
+TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrenceUpToTheLimit)
 {
     pausedHub();
-    LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/dir/page.html"), 2);
+    LinkCheckerUrl *p = addPage("http://site.test/dir/page.html", 2);
     read(p, page(anchor("a.html", "first") + anchor("../b.html") + anchor("a.html#top", "second")
                  + anchor("my page.html") + anchor("http://site.test/dir/a.html", "third")));
-    LinkCheckerUrl *a = byUrl(QStringLiteral("http://site.test/dir/a.html"));
+    LinkCheckerUrl *a = byUrl("http://site.test/dir/a.html");
     ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a->getOnPageUrlArray().size(), 3);
+    EXPECT_EQ(a->getOnPageUrlArray(), QStringList(3, p->getActualLinkUrl()));
     EXPECT_EQ(a->getOnPageLinkTextArray(), (QStringList { "first", "second", "third" }));
-    EXPECT_EQ(a->getLinkText(), QStringLiteral("third")); // the latest text wins
+    EXPECT_EQ(a->getLinkText(), "third"); // the latest text wins
     EXPECT_EQ(a->getDistanceFromHome(), 3);
     EXPECT_EQ(a->getStatus(), QString());
-    EXPECT_NE(byUrl(QStringLiteral("http://site.test/b.html")), nullptr);
-    EXPECT_NE(byUrl(QStringLiteral("http://site.test/dir/my%20page.html")), nullptr);
-    EXPECT_EQ(hub->numberOfLinksOnThisPage(QStringLiteral("http://site.test/dir/page.html")), 5);
-    EXPECT_EQ(p->getLinkPageTitle(), QStringLiteral("T"));
+    EXPECT_EQ(hub->recordCount(), 5); // the start file, the page, a, b, "my page"
+    EXPECT_EQ(hub->numberOfLinksOnThisPage("http://site.test/dir/page.html"), 5);
+    EXPECT_EQ(p->getLinkPageTitle(), "T");
     EXPECT_TRUE(p->getData().isEmpty()); // the body is dropped after reading
+
+    controls.linksLimit = 7;
+    read(addPage("http://site.test/q.html"), page(anchor("1.html") + anchor("2.html") + anchor("3.html")));
+    EXPECT_EQ(hub->recordCount(), 7);
+    // Nothing beyond the limit stays registered.
+    EXPECT_EQ(hub->weHaveThisOneAlready("http://site.test/3.html", nullptr), nullptr);
+    test::LogCapture logs;
+    EXPECT_FALSE(hub->add(nullptr));
+    EXPECT_TRUE(logs.contains("*** attempt to add null link ***"));
 }
 
 TEST_F(HubTest, NewLinksGetTheirScopeStatus)
@@ -111,11 +105,11 @@ TEST_F(HubTest, NewLinksGetTheirScopeStatus)
         { "/Private/x.html", "", "http://site.test/Private/x.html", "Not checked", true },
         { "/ok.html", "", "http://site.test/ok.html", "", true },
     };
-    manager.addBlacklistRule(QStringLiteral("private/"), OrelConfigManager::DoNotCheck);
+    manager.addBlacklistRule("private/", OrelConfigManager::DoNotCheck);
     for (const auto &[href, set, url, status, internal] : cases) {
         settings(set);
         pausedHub();
-        LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/index.html"));
+        LinkCheckerUrl *p = addPage("http://site.test/index.html");
         const int before = hub->recordCount();
         read(p, page("<a href=\"" + QByteArray(href) + "\">t</a>"));
         if (!url) {
@@ -149,7 +143,7 @@ TEST_F(HubTest, WhichPagesAreRead)
         { "nofollowCheckbox=on", "http://site.test/p.html", 1, "200 no error", true, true },
         { "", "http://site.test/skip/p.html", 1, "200 no error", true, false }, // do not follow
     };
-    manager.addBlacklistRule(QStringLiteral("/skip/"), OrelConfigManager::DoNotFollow);
+    manager.addBlacklistRule("/skip/", OrelConfigManager::DoNotFollow);
     for (const auto &[set, pageUrl, distance, status, html, isRead] : cases) {
         settings(set);
         pausedHub();
@@ -160,11 +154,9 @@ TEST_F(HubTest, WhichPagesAreRead)
         EXPECT_EQ(hub->recordCount() > before, isRead) << set << " " << pageUrl << " " << status;
         EXPECT_TRUE(p->getData().isEmpty()) << pageUrl;
     }
-}
-
-TEST_F(HubTest, FollowWhitelistMarksPagesOutsideIt)
-{
-    manager.addBlacklistRule(QStringLiteral("/docs/"), OrelConfigManager::OnlyFollow);
+    // With an "Only follow" rule, pages outside it are marked and not read.
+    manager.addBlacklistRule("/docs/", OrelConfigManager::OnlyFollow);
+    settings("");
     pausedHub();
     for (const auto &[folder, inside] : { std::pair { "blog", false }, { "docs", true } }) {
         LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/%1/p.html").arg(folder), 1);
@@ -177,26 +169,24 @@ TEST_F(HubTest, FollowWhitelistMarksPagesOutsideIt)
 TEST_F(HubTest, HostileHrefsNeverCrash)
 {
     pausedHub();
-    QByteArray body = anchor("caf\xc3\xa9 \xff\xfe.html") + anchor("http://[::1") + anchor("%%%")
-            + anchor(QByteArray(100 * 1024, 'a') + ".html") + anchor("a\tb\nc.html");
     QByteArray garbage(4096, '\0');
     for (int i = 0; i < garbage.size(); ++i)
         garbage[i] = char((i * 131 + 7) % 256);
-    read(addPage(QStringLiteral("http://site.test/p.html")),
-         page(body) + garbage + page(anchor("after.html")));
-    for (int i = 0; i < hub->recordCount(); ++i) {
-        const QString url = hub->recordAt(i)->getLinkUrl();
-        for (QChar ch : url)
+    read(addPage("http://site.test/p.html"),
+         page(anchor("caf\xc3\xa9 \xff\xfe.html") + anchor("http://[::1") + anchor("%%%")
+              + anchor(QByteArray(100 * 1024, 'a') + ".html") + anchor("a\tb\nc.html"))
+                 + garbage + page(anchor("after.html")));
+    for (int i = 0; i < hub->recordCount(); ++i)
+        for (QChar ch : hub->recordAt(i)->getLinkUrl())
             EXPECT_LT(ch.unicode(), 128) << "non-ASCII URL recorded";
-    }
     EXPECT_GE(hub->recordCount(), 4);
 }
 
 TEST_F(HubTest, SoftNotFoundAndArchive)
 {
-    controls.soft404Terms = QStringLiteral("  page not found \n\nmissing-page\n");
+    controls.soft404Terms = "  page not found \n\nmissing-page\n";
     pausedHub();
-    LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/dir/missing-page.html"));
+    LinkCheckerUrl *p = addPage("http://site.test/dir/missing-page.html");
     EXPECT_FALSE(hub->shouldPerformSoft404Check());
     EXPECT_FALSE(hub->performSoft404CheckOnThisUrl(p));
     controls.soft404Button = CheckState::Mixed; // body kept, nothing judged
@@ -210,12 +200,12 @@ TEST_F(HubTest, SoftNotFoundAndArchive)
         { "tiny.html", "x", false },
     };
     for (const auto &[name, body, soft] : bodies) {
-        LinkCheckerUrl *r = addPage(QStringLiteral("http://site.test/") + q(name));
+        LinkCheckerUrl *r = addPage("http://site.test/" + q(name));
         r->setData(body);
         EXPECT_EQ(hub->performSoft404CheckOnThisUrl(r), soft) << name;
         hub->archivePage(r);
         // Pages too small to be worth keeping are not archived.
-        QFile archived(AppSupport::archiveFolder() + QLatin1Char('/') + q(name));
+        QFile archived(AppSupport::archiveFolder() + "/" + q(name));
         const QByteArray none("<none>");
         EXPECT_EQ(archived.open(QIODevice::ReadOnly) ? archived.readAll() : none,
                   body.size() > 1 ? body : none)
@@ -235,6 +225,6 @@ TEST_F(HubTest, RelativeHrefsResolvePerPageAndFolder)
            "http://site.test/a/p.html?q=1", "http://site.test/a/q.html?q=1",
            "http://site.test/b/p.html?q=1" })
         EXPECT_NE(byUrl(q(url)), nullptr) << url;
-    EXPECT_EQ(byUrl(QStringLiteral("http://site.test/a/x.html"))->getOnPageUrlArray().size(), 2);
-    EXPECT_EQ(byUrl(QStringLiteral("http://site.test/root.html"))->getOnPageUrlArray().size(), 3);
+    EXPECT_EQ(byUrl("http://site.test/a/x.html")->getOnPageUrlArray().size(), 2);
+    EXPECT_EQ(byUrl("http://site.test/root.html")->getOnPageUrlArray().size(), 3);
 }

@@ -34,11 +34,7 @@ protected:
         controls.timeoutField = 10;
     }
 
-    LinkCheckerHub &newHub()
-    {
-        hub = std::make_unique<LinkCheckerHub>(&controls, &manager);
-        return *hub;
-    }
+    void newHub() { hub = std::make_unique<LinkCheckerHub>(&controls, &manager); }
 
     // Defaults, then "name=value" settings separated by ';' (a table row's settings column).
     void settings(const char *list)
@@ -51,16 +47,13 @@ protected:
 
     // A crawl run that is paused at once, so pages can be read into it by hand. Its internal
     // host is site.test; the start record is a local file that is never fetched.
-    LinkCheckerHub &pausedHub()
+    void pausedHub()
     {
-        newHub();
-        controls.urlField = QStringLiteral("file:///orrelwick-no-such-start.html");
-        hub->go();
+        start(QStringLiteral("file:///orrelwick-no-such-start.html"));
         hub->stop();
         LinkCheckerUrl probe(nullptr);
         probe.setLinkUrl(QStringLiteral("http://site.test/"), false);
         hub->resetDomain(&probe);
-        return *hub;
     }
 
     LinkCheckerUrl *addPage(const QString &url, int distance = 0)
@@ -94,14 +87,20 @@ protected:
         return hub->isCrawlFinished();
     }
 
-    // Starts a crawl of url and runs it to its end.
+    // Starts a crawl of url (on a new hub when there is none) and runs it to its end.
     bool crawl(const QString &url, int timeoutMs = 30000)
     {
-        if (!hub)
+        start(url, !hub);
+        return runToEnd(timeoutMs);
+    }
+
+    // Starts a run of url, on a new hub when asked.
+    void start(const QString &url, bool fresh = true)
+    {
+        if (fresh)
             newHub();
         controls.urlField = url;
         hub->go();
-        return runToEnd(timeoutMs);
     }
 
     // Runs the event loop for a while (queued calls and delayed starts).
