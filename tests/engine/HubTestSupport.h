@@ -110,15 +110,6 @@ protected:
         QTimer::singleShot(ms, &loop, &QEventLoop::quit);
         loop.exec();
     }
-
-    // The flat CSV split into its "\r"-ended lines.
-    QStringList csvLines(const QStringList &columns, bool badOnly = false)
-    {
-        QStringList lines = hub->flatCSV(columns, badOnly).split(QLatin1Char('\r'));
-        if (lines.last().isEmpty())
-            lines.removeLast();
-        return lines;
-    }
 };
 
 // Writes files of a small site below a folder (created as needed).
@@ -128,6 +119,15 @@ inline void writeFile(const QString &path, const QByteArray &content)
     QFile f(path);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
     f.write(content);
+}
+
+// 4 KiB of fixed binary garbage.
+inline QByteArray garbage()
+{
+    QByteArray bytes(4096, '\0');
+    for (int i = 0; i < bytes.size(); ++i)
+        bytes[i] = char((i * 131 + 7) % 256);
+    return bytes;
 }
 
 } // namespace orel::test
