@@ -38,27 +38,30 @@ TEST_F(HubTest, CrawlsALocalSiteBreadthFirst)
               "<html><head><title>Home</title></head><body><a href=\"a.html\">A</a>"
               "<a href=\"sub/b.html\">B</a><a href=\"missing.html\">M</a>"
               "<a href=\"mailto:me@site.test\">mail</a></body></html>");
-    writeFile(root + "/a.html",
-              "<a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a><a href=\"gone.html\">G</a>");
-    writeFile(root + "/sub/b.html", "<a href=\"../a.html\">A</a><a href=\"../index.html\">home</a>");
+    writeFile(root + "/a.html", "<a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a>"
+                                "<a href=\"gone.html\">G</a>");
+    writeFile(root + "/sub/b.html",
+              "<a href=\"../a.html\">A</a><a href=\"../index.html\">home</a>");
     controls.numberOfThreads = 1; // a fixed order of reading, so a fixed order of pages
     ASSERT_TRUE(crawl(root + "/index.html")); // a plain path becomes a file URL
+    // "F/" stands for the site's folder as a file URL.
+    const auto site = [&](const char *text) {
+        return QString::fromUtf8(text).replace("\"F/", "\"file://" + root + "/");
+    };
     const QStringList columns { "status", "linkurl", "onpageurl" };
     const QString header = "\"Status\",\"URL\",\"On Page\"\r";
-    const QString bad = QStringLiteral("\"file doesnt exist\",\"%1/missing.html\",\"%1/index.html\"\r"
-                                       "\"file doesnt exist\",\"%1/gone.html\",\"%1/a.html\"\r")
-                                .arg("file://" + root);
+    const QString bad = site("\"file doesnt exist\",\"F/missing.html\",\"F/index.html\"\r"
+                             "\"file doesnt exist\",\"F/gone.html\",\"F/a.html\"\r");
     EXPECT_EQ(hub->flatCSV(columns, false),
-              QString(header
-                      + QStringLiteral("\"200 no error (not http)\",\"%1/index.html\",\"%1/a.html\"\r"
-                                       "\"200 no error (not http)\",\"%1/index.html\",\"%1/sub/b.html\"\r"
-                                       "\"200 no error (not http)\",\"%1/a.html\",\"%1/index.html\"\r"
-                                       "\"200 no error (not http)\",\"%1/a.html\",\"%1/sub/b.html\"\r"
-                                       "\"200 no error (not http)\",\"%1/sub/b.html\",\"%1/index.html\"\r"
-                                       "\"200 no error (not http)\",\"%1/sub/b.html\",\"%1/a.html\"\r")
-                                .arg("file://" + root)
-                      + bad));
-    EXPECT_EQ(hub->flatCSV(columns, true), QString(header + bad));
+              header
+                      + site("\"200 no error (not http)\",\"F/index.html\",\"F/a.html\"\r"
+                             "\"200 no error (not http)\",\"F/index.html\",\"F/sub/b.html\"\r"
+                             "\"200 no error (not http)\",\"F/a.html\",\"F/index.html\"\r"
+                             "\"200 no error (not http)\",\"F/a.html\",\"F/sub/b.html\"\r"
+                             "\"200 no error (not http)\",\"F/sub/b.html\",\"F/index.html\"\r"
+                             "\"200 no error (not http)\",\"F/sub/b.html\",\"F/a.html\"\r")
+                      + bad);
+    EXPECT_EQ(hub->flatCSV(columns, true), header + bad);
     EXPECT_EQ(hub->summaryText(), QStringLiteral("5 of 5 links checked, 2 bad"));
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Finished);
     EXPECT_EQ(hub->getNumberOfThreadsDetached(), 0);
@@ -190,7 +193,8 @@ TEST_F(HubTest, EndOfRunTotalsAndAlerts)
     test::dialogs().alertAnswers.enqueue(1); // "Visit Brantholm"
     ASSERT_TRUE(crawl(QStringLiteral("file:///orrelwick-no-such-dir/start.html")));
     ASSERT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 1);
-    EXPECT_TRUE(QString(test::dialogs().calls.first().title + ": " + test::dialogs().calls.first().text)
+    const auto &congratulation = test::dialogs().calls.first();
+    EXPECT_TRUE(QString(congratulation.title + ": " + congratulation.text)
                         .startsWith("Congratulations!: Congratulations, you have now used "
                                     "Orrelwick to check 100001 links and find 7 bad links."));
     EXPECT_EQ(test::dialogs().openedUrls.size(), 1);

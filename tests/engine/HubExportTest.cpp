@@ -36,7 +36,8 @@ TEST_F(HubTest, ExportsOfTheTable)
     EXPECT_TRUE(text.startsWith("Data Export from Orrelwick\r" + QString(26, '=') + "\r\r"));
     EXPECT_TRUE(text.contains("On Page(s): http://site.test/index.html  \r"));
     const QString html = hub->htmlText();
-    EXPECT_TRUE(html.startsWith("<html><head><title>Data Export from Kestovan</title><body><style>"));
+    EXPECT_TRUE(
+            html.startsWith("<html><head><title>Data Export from Kestovan</title><body><style>"));
     EXPECT_TRUE(html.contains("<th style = max-width:200px>URL</th>"));
     EXPECT_TRUE(html.contains("<a href=\"http://site.test/a.html\" target=\"_blank\">"));
 
@@ -120,7 +121,8 @@ TEST_F(HubTest, SavedLinkListsLoadButNeverSave)
                             { "linkText", "A" } };
     const QVariantMap two { { "linkUrl", "http://site.test/a.html" }, { "isHTML", "YES" } };
     const QString path = dir.filePath("links.plist");
-    ASSERT_TRUE(Plist::writeFile(path, QVariantMap { { "linkcheckerUrls", QVariantList { one, two } } }));
+    ASSERT_TRUE(Plist::writeFile(
+            path, QVariantMap { { "linkcheckerUrls", QVariantList { one, two } } }));
     newHub();
     test::dialogs().panelAnswers.enqueue(path);
     test::LogCapture logs;
@@ -135,7 +137,7 @@ TEST_F(HubTest, SavedLinkListsLoadButNeverSave)
     EXPECT_EQ(QList<bool>({ a->getIsHTML(), a->isInternal(), hub->recordAt(1)->getIsHTML(),
                             hub->recordAt(1)->isInternal() }),
               QList<bool>({ false, true, true, false }));
-    EXPECT_EQ(hub->weHaveThisOneAlready(QStringLiteral("http://site.test/a.html"), nullptr), nullptr);
+    EXPECT_EQ(hub->weHaveThisOneAlready("http://site.test/a.html", nullptr), nullptr);
 
     hub->saveLinks(true);
     hub->saveLinks(false);

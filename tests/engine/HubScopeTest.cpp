@@ -77,7 +77,8 @@ TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrenceUpToTheLimit)
     EXPECT_TRUE(p->getData().isEmpty()); // the body is dropped after reading
 
     controls.linksLimit = 7;
-    read(addPage("http://site.test/q.html"), page(anchor("1.html") + anchor("2.html") + anchor("3.html")));
+    read(addPage("http://site.test/q.html"),
+         page(anchor("1.html") + anchor("2.html") + anchor("3.html")));
     EXPECT_EQ(hub->recordCount(), 7);
     // Nothing beyond the limit stays registered.
     EXPECT_EQ(hub->weHaveThisOneAlready("http://site.test/3.html", nullptr), nullptr);
@@ -160,7 +161,7 @@ TEST_F(HubTest, WhichPagesAreRead)
         LinkCheckerUrl *p = addPage(QStringLiteral("http://site.test/%1/p.html").arg(folder), 1);
         read(p, page(anchor("n.html")));
         EXPECT_EQ(p->isBlacklisted(), !inside) << folder;
-        EXPECT_EQ(byUrl(QStringLiteral("http://site.test/%1/n.html").arg(folder)) != nullptr, inside);
+        EXPECT_EQ(!!byUrl(QStringLiteral("http://site.test/%1/n.html").arg(folder)), inside);
     }
 }
 
@@ -215,10 +216,9 @@ TEST_F(HubTest, RelativeHrefsResolvePerPageAndFolder)
     for (const char *url : { "http://site.test/a/p.html", "http://site.test/a/q.html",
                              "http://site.test/b/p.html", "http://site.test:8080/a/p.html" })
         read(addPage(q(url)), page(anchor("x.html") + anchor("?q=1") + anchor("/root.html")));
-    for (const char *url :
-         { "http://site.test/a/x.html", "http://site.test/b/x.html", "http://site.test:8080/a/x.html",
-           "http://site.test/a/p.html?q=1", "http://site.test/a/q.html?q=1",
-           "http://site.test/b/p.html?q=1" })
+    for (const char *url : { "http://site.test/a/x.html", "http://site.test/b/x.html",
+                             "http://site.test:8080/a/x.html", "http://site.test/a/p.html?q=1",
+                             "http://site.test/a/q.html?q=1", "http://site.test/b/p.html?q=1" })
         EXPECT_NE(byUrl(q(url)), nullptr) << url;
     EXPECT_EQ(byUrl("http://site.test/a/x.html")->getOnPageUrlArray().size(), 2);
     EXPECT_EQ(byUrl("http://site.test/root.html")->getOnPageUrlArray().size(), 3);
