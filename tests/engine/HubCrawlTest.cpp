@@ -93,7 +93,9 @@ TEST_F(HubTest, CrawlsAnHttpSiteThenRechecksOnlyTheBadLinks)
         LinkCheckerUrl *r = byUrl(server.url(path));
         EXPECT_EQ(r ? r->getStatus() : QStringLiteral("<no record>"), status) << path;
     }
-    EXPECT_EQ(byUrl(server.url("/final"))->getLinkUrl(), server.url("/status/301"));
+    LinkCheckerUrl *moved = byUrl(server.url("/final"));
+    ASSERT_NE(moved, nullptr);
+    EXPECT_EQ(moved->getLinkUrl(), server.url("/status/301"));
     LinkCheckerUrl *refused = byUrl("http://127.0.0.1:1/refused");
     EXPECT_TRUE(refused && !refused->getStatus().isEmpty() && refused->isInBadCollection());
     EXPECT_EQ(hub->summaryText(), QStringLiteral("9 of 9 links checked, 3 bad")); // "/" is new
