@@ -978,22 +978,25 @@ QString OrelConfigManager::ruleKindName(RuleKind kind)
     return localized("Only follow");
 }
 
+QStringList &OrelConfigManager::rulesOfKind(RuleKind kind)
+{
+    switch (kind) {
+    case DoNotCheck:
+        return checkBlacklistArray_;
+    case DoNotFollow:
+        return followBlacklistArray_;
+    case OnlyFollow:
+        break;
+    }
+    return followWhitelistArray_;
+}
+
 bool OrelConfigManager::addBlacklistRule(const QString &text, RuleKind kind)
 {
     const QString fragment = text.trimmed();
     if (fragment.isEmpty())
         return false;
-    switch (kind) {
-    case DoNotCheck:
-        checkBlacklistArray_.append(fragment);
-        break;
-    case DoNotFollow:
-        followBlacklistArray_.append(fragment);
-        break;
-    case OnlyFollow:
-        followWhitelistArray_.append(fragment);
-        break;
-    }
+    rulesOfKind(kind).append(fragment);
     Q_EMIT rulesChanged();
     setEdited(true);
     return true;
@@ -1041,10 +1044,7 @@ QString OrelConfigManager::rulesValue(int row, const QString &column) const
             : localized("urls containing:");
     }
     if (column == QLatin1String("searchstring")) {
-        const QStringList &list = ref->kind == DoNotCheck ? checkBlacklistArray_
-            : ref->kind == DoNotFollow                    ? followBlacklistArray_
-                                                          : followWhitelistArray_;
-        return list.at(ref->index);
+        return const_cast<OrelConfigManager *>(this)->rulesOfKind(ref->kind).at(ref->index);
     }
     return QString();
 }
@@ -1055,9 +1055,7 @@ void OrelConfigManager::deleteBlacklistRule(int row)
         followWhitelistArray_.size());
     if (!ref)
         return;
-    QStringList &list = ref->kind == DoNotCheck ? checkBlacklistArray_
-        : ref->kind == DoNotFollow              ? followBlacklistArray_
-                                                : followWhitelistArray_;
+    QStringList &list = rulesOfKind(ref->kind);
     list.removeAt(ref->index);
     Q_EMIT rulesChanged();
     setEdited(true);
@@ -1069,9 +1067,7 @@ void OrelConfigManager::setRulesValue(int row, const QString &text)
         followWhitelistArray_.size());
     if (!ref)
         return;
-    QStringList &list = ref->kind == DoNotCheck ? checkBlacklistArray_
-        : ref->kind == DoNotFollow              ? followBlacklistArray_
-                                                : followWhitelistArray_;
+    QStringList &list = rulesOfKind(ref->kind);
     // The edited rule goes to the end of its kind's list; emptied, it is simply removed.
     list.removeAt(ref->index);
     const QString fragment = text.trimmed();

@@ -192,6 +192,8 @@ Q_SIGNALS:
     void windowTitleChanged(const QString &title);
 
 private:
+    // The list of one kind of blacklist/whitelist rule.
+    QStringList &rulesOfKind(RuleKind kind);
     bool writeConfig(const QString &path, const QVariantMap &dict) const;
     std::optional<QVariantMap> readConfig(const QString &fileName) const;
     bool updateSelectedFile(const char *key, const QString &value, const char *failureLog);
