@@ -3,6 +3,7 @@
 // totals, answers the records as their owner and exports the results; main thread.
 #pragma once
 
+#include "engine/HashedKey.h"
 #include "links/LinkOwner.h"
 #include "reports/bhDataSource.h"
 
@@ -371,7 +372,7 @@ private:
     QStringList m_soft404Array;
 
     // Created on first use and dropped by each new crawl; keys are shared by URLs and titles.
-    std::optional<QHash<QString, LinkCheckerUrl *>> m_lookupDictionary;
+    std::optional<QHash<HashedKey, LinkCheckerUrl *>> m_lookupDictionary;
     std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
 
     // Raised whenever a registry key changes its record, so remembered records are looked up
