@@ -55,9 +55,16 @@ std::optional<QString> HrefResolver::resolve(const QString &href) const
     if (!m_plainBase || href.isEmpty() || href.startsWith(QLatin1String("//"))
         || !isPlainPath(href))
         return CrawlScope::resolveHref(m_base, href);
-    // Built in one allocation: origin, then the folder unless the href is root-relative.
+    // Built in a buffer kept between calls: origin, then the folder unless the href is
+    // root-relative. Most results are only looked up and dropped before the next call, so the
+    // buffer is no longer shared then and is reused without an allocation; a result that is
+    // kept makes the next call start a fresh buffer (implicit sharing detaches it).
     const bool rooted = href.front() == QLatin1Char('/');
-    QString out;
+    QString &out = m_buffer;
+    if (out.isDetached())
+        out.resize(0);
+    else
+        out = QString();
     out.reserve(m_origin.size() + (rooted ? 0 : m_folder.size()) + href.size());
     out += m_origin;
     const qsizetype pathStart = out.size();

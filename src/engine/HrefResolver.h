@@ -31,6 +31,7 @@ private:
     QString m_origin; // scheme "://" authority
     QString m_folder; // the base path up to and including its last "/"
     bool m_plainBase = false;
+    mutable QString m_buffer; // the last joined URL; see resolve()
 };
 
 } // namespace orel
