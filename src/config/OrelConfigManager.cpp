@@ -627,6 +627,21 @@ bool OrelConfigManager::openSettings(const QString &path, QString *error)
     return true;
 }
 
+void OrelConfigManager::showDefaults()
+{
+    applying_ = true;
+    controls_->setDefaults();
+    applying_ = false;
+    checkBlacklistArray_.clear();
+    followBlacklistArray_.clear();
+    followWhitelistArray_.clear();
+    sitemapRules_.clear();
+    loadedName_.clear();
+    setStatusLine(QString());
+    Q_EMIT rulesChanged();
+    Q_EMIT sitemapRulesChanged();
+}
+
 bool OrelConfigManager::deleteMenuItem()
 {
     if (crawlRunning_ || selectedRow_ < 0)
@@ -648,17 +663,7 @@ bool OrelConfigManager::deleteMenuItem()
     }
 
     // The deleted configuration is the one on show: its settings go too.
-    applying_ = true;
-    controls_->setDefaults();
-    applying_ = false;
-    checkBlacklistArray_.clear();
-    followBlacklistArray_.clear();
-    followWhitelistArray_.clear();
-    sitemapRules_.clear();
-    loadedName_.clear();
-    setStatusLine(QString());
-    Q_EMIT rulesChanged();
-    Q_EMIT sitemapRulesChanged();
+    showDefaults();
 
     if (creatingNewConfig_ && row == count() - 1)
         creatingNewConfig_ = false;
@@ -795,20 +800,10 @@ void OrelConfigManager::newURL()
     saveNewConfigIfNecessary();
     if (creatingNewConfig_)
         selectRow(-1);
-    applying_ = true;
-    controls_->setDefaults();
-    applying_ = false;
-    checkBlacklistArray_.clear();
-    followBlacklistArray_.clear();
-    followWhitelistArray_.clear();
-    sitemapRules_.clear();
     sitemapSaveDirectory_.clear();
     sitemapSaveFilename_.clear();
     settingsLoadedFromLocation_.clear();
-    loadedName_.clear();
-    setStatusLine(QString());
-    Q_EMIT rulesChanged();
-    Q_EMIT sitemapRulesChanged();
+    showDefaults();
 
     creatingNewConfig_ = true;
     collection_.append(QString());

@@ -192,6 +192,8 @@ Q_SIGNALS:
     void windowTitleChanged(const QString &title);
 
 private:
+    // Puts the controls back to their defaults and empties the rule lists.
+    void showDefaults();
     // The list of one kind of blacklist/whitelist rule.
     QStringList &rulesOfKind(RuleKind kind);
     bool writeConfig(const QString &path, const QVariantMap &dict) const;
