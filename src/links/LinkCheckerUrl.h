@@ -313,6 +313,7 @@ private:
     PageExtras &extras();
     int adoptConnection(myNSURLConnection *connection);
     void cancelAndRelease();
+    void finishRecheck();
     void postThreadHasFinished();
     void stampSentRequest(qint64 msSinceEpoch);
     void postIncNumberDone();

@@ -59,6 +59,18 @@ void LinkCheckerUrl::cancelAndRelease()
     m_connection = nullptr;
 }
 
+// A re-check ends with its three answers handled at once, then the record is an ordinary one again.
+void LinkCheckerUrl::finishRecheck()
+{
+    cancelAndRelease();
+    if (m_owner) {
+        m_owner->incNumberDone(this);
+        m_owner->statusHasChangedFordO(this);
+        m_owner->threadHasFinished(this);
+    }
+    m_isBeingRechecked = false;
+}
+
 void LinkCheckerUrl::postThreadHasFinished()
 {
     if (LinkOwner *owner = m_owner)
@@ -237,13 +249,7 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
 
     // A re-check needs only the status.
     if (m_isBeingRechecked) {
-        cancelAndRelease();
-        if (m_owner) {
-            m_owner->incNumberDone(this);
-            m_owner->statusHasChangedFordO(this);
-            m_owner->threadHasFinished(this);
-        }
-        m_isBeingRechecked = false;
+        finishRecheck();
         return;
     }
 
@@ -334,13 +340,7 @@ void LinkCheckerUrl::didFailWithError(myNSURLConnection *connection, const UrlEr
 
     setStatus(error.localizedDescription);
     if (m_isBeingRechecked) {
-        cancelAndRelease();
-        if (m_owner) {
-            m_owner->incNumberDone(this);
-            m_owner->statusHasChangedFordO(this);
-            m_owner->threadHasFinished(this);
-        }
-        m_isBeingRechecked = false;
+        finishRecheck();
         return;
     }
     if (m_owner) {
