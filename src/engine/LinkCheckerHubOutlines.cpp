@@ -35,7 +35,7 @@ int LinkCheckerHub::numberOfOccurrences(LinkCheckerUrl *record) const
     // Children appear only once the crawl no longer changes them.
     if (!record || !(m_stopPressed || m_crawlFinished))
         return 0;
-    return int(record->getOnPageUrlArray().size());
+    return int(record->onPageCount());
 }
 
 OrelOnPage *LinkCheckerHub::occurrence(LinkCheckerUrl *record, int index)

@@ -39,11 +39,6 @@ QString anchor(const QString &target, const QString &text, bool blanksAroundEqua
     return QString::fromLatin1(format).arg(target, text);
 }
 
-QString elementAt(const QStringList &list, qsizetype index)
-{
-    return index >= 0 && index < list.size() ? list.at(index) : emptyString();
-}
-
 } // namespace
 
 LinkCheckerUrl::LinkCheckerUrl(LinkOwner *owner)
@@ -71,10 +66,7 @@ void LinkCheckerUrl::releaseAll()
     m_connection = nullptr;
     m_owner = nullptr;
     m_extra.reset();
-    m_onPageUrl = QStringList();
-    m_onPageName = QStringList();
-    m_onPageLinkText = QStringList();
-    m_nofollow = QList<bool>();
+    m_onPage.clear();
     m_data = QByteArray();
     m_linkUrl = QByteArray();
     m_redir = QByteArray();
@@ -232,7 +224,7 @@ bool LinkCheckerUrl::isExempt() const
 // the comparison always read the first entry again; the views have always shown it this way.
 int LinkCheckerUrl::isNofollow() const
 {
-    return (!m_nofollow.isEmpty() && m_nofollow.first()) ? 1 : 0;
+    return m_onPage.nofollowAt(0) ? 1 : 0;
 }
 
 QString LinkCheckerUrl::getNofollow() const
@@ -259,7 +251,7 @@ void LinkCheckerUrl::addOnPageUrl(const QString &page)
         log(QStringLiteral("empty string submitted to url:%1").arg(getActualLinkUrl()));
         stored = QStringLiteral("no url");
     }
-    m_onPageUrl.append(stored);
+    m_onPage.appendUrl(stored);
     m_listsHaveChanged = true;
     if (m_owner)
         m_owner->addLink(this, stored);
@@ -267,22 +259,27 @@ void LinkCheckerUrl::addOnPageUrl(const QString &page)
 
 void LinkCheckerUrl::addOnPageName(const QString &name)
 {
-    m_onPageName.append(name.isNull() ? QStringLiteral("untitled") : name);
+    if (name.isNull()) {
+        static const QString untitled = QStringLiteral("untitled");
+        m_onPage.appendName(untitled);
+        return;
+    }
+    m_onPage.appendName(name);
 }
 
 void LinkCheckerUrl::addOnPageLinkText(const QString &text)
 {
     if (text.isNull()) {
         log(QStringLiteral("null string submitted to url:%1").arg(getActualLinkUrl()));
-        m_onPageLinkText.append(QStringLiteral("no text"));
+        m_onPage.appendText(u"no text");
         return;
     }
-    m_onPageLinkText.append(text);
+    m_onPage.appendText(text);
 }
 
 void LinkCheckerUrl::addNofollow(bool nofollow)
 {
-    m_nofollow.append(nofollow);
+    m_onPage.appendNofollow(nofollow);
 }
 
 void LinkCheckerUrl::addLinkedImage(LinkCheckerUrl *image)
@@ -293,28 +290,43 @@ void LinkCheckerUrl::addLinkedImage(LinkCheckerUrl *image)
 
 void LinkCheckerUrl::setOnPageUrl(const QStringList &list)
 {
-    m_onPageUrl = list;
+    m_onPage.setUrls(list);
     m_listsHaveChanged = true;
 }
 
 void LinkCheckerUrl::setOnPageName(const QStringList &list)
 {
-    m_onPageName = list;
+    m_onPage.setNames(list);
 }
 
 void LinkCheckerUrl::setOnPageLinkText(const QStringList &list)
 {
-    m_onPageLinkText = list;
+    m_onPage.setTexts(list);
 }
 
 void LinkCheckerUrl::setNofollowArray(const QList<bool> &list)
 {
-    m_nofollow = list;
+    m_onPage.setNofollows(list);
+}
+
+QString LinkCheckerUrl::onPageUrlAt(qsizetype i) const
+{
+    return i >= 0 && i < m_onPage.urlCount() ? m_onPage.urlAt(i) : emptyString();
+}
+
+QString LinkCheckerUrl::onPageNameAt(qsizetype i) const
+{
+    return i >= 0 && i < m_onPage.nameCount() ? m_onPage.nameAt(i) : emptyString();
+}
+
+QString LinkCheckerUrl::onPageLinkTextAt(qsizetype i) const
+{
+    return i >= 0 && i < m_onPage.textCount() ? m_onPage.textAt(i) : emptyString();
 }
 
 bool LinkCheckerUrl::isOnPage(const QString &page) const
 {
-    return m_onPageUrl.contains(page);
+    return m_onPage.containsUrl(page);
 }
 
 bool LinkCheckerUrl::appearsOn(const LinkCheckerUrl *page) const
@@ -324,7 +336,7 @@ bool LinkCheckerUrl::appearsOn(const LinkCheckerUrl *page) const
     const QString url = page->getActualLinkUrl();
     if (url.isEmpty())
         log(QStringLiteral("%1 has actualLinkUrl length<1").arg(page->getLinkUrl()));
-    return m_onPageUrl.contains(url);
+    return m_onPage.containsUrl(url);
 }
 
 const QList<LinkCheckerUrl *> &LinkCheckerUrl::getLinkedImages() const
@@ -335,52 +347,52 @@ const QList<LinkCheckerUrl *> &LinkCheckerUrl::getLinkedImages() const
 
 QStringList LinkCheckerUrl::getOnPagesArray() const
 {
-    return (m_owner && m_owner->displayPageTitle()) ? m_onPageName : m_onPageUrl;
+    return (m_owner && m_owner->displayPageTitle()) ? m_onPage.names() : m_onPage.urls();
 }
 
 QString LinkCheckerUrl::getLastOnPageUrl() const
 {
-    return m_onPageUrl.isEmpty() ? emptyString() : m_onPageUrl.last();
+    return m_onPage.urlCount() == 0 ? emptyString() : m_onPage.urlAt(m_onPage.urlCount() - 1);
 }
 
 QString LinkCheckerUrl::getOnPages() const
 {
-    return m_onPageUrl.isEmpty() ? emptyString() : m_onPageUrl.join(QLatin1Char('\r'));
+    return m_onPage.urlCount() == 0 ? emptyString() : m_onPage.urls().join(QLatin1Char('\r'));
 }
 
 QString LinkCheckerUrl::getOnPageUrl() const
 {
-    if (m_onPageUrl.isEmpty())
+    if ((m_onPage.urlCount() == 0))
         return emptyString();
-    if (m_onPageUrl.size() == 1) {
+    if (m_onPage.urlCount() == 1) {
         if (m_owner && m_owner->displayPageTitle())
-            return elementAt(m_onPageName, 0);
-        return m_onPageUrl.at(0);
+            return onPageNameAt(0);
+        return m_onPage.urlAt(0);
     }
-    return QString::number(m_onPageUrl.size()) + QLatin1Char(' ')
+    return QString::number(m_onPage.urlCount()) + QLatin1Char(' ')
         + localized("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPageName() const
 {
-    if (m_onPageUrl.isEmpty())
+    if ((m_onPage.urlCount() == 0))
         return emptyString();
-    if (m_onPageUrl.size() == 1)
-        return elementAt(m_onPageName, 0);
-    return QString::number(m_onPageUrl.size()) + QLatin1Char(' ')
+    if (m_onPage.urlCount() == 1)
+        return onPageNameAt(0);
+    return QString::number(m_onPage.urlCount()) + QLatin1Char(' ')
         + localized("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPagesHTML() const
 {
-    if (m_onPageUrl.isEmpty())
+    if ((m_onPage.urlCount() == 0))
         return emptyString();
     const bool titles = m_owner && m_owner->displayPageTitle();
     QStringList anchors;
-    anchors.reserve(m_onPageUrl.size());
-    for (qsizetype i = 0; i < m_onPageUrl.size(); ++i) {
-        const QString &url = m_onPageUrl.at(i);
-        anchors.append(anchor(url, titles ? elementAt(m_onPageName, i) : url, true));
+    anchors.reserve(m_onPage.urlCount());
+    for (qsizetype i = 0; i < m_onPage.urlCount(); ++i) {
+        const QString &url = m_onPage.urlAt(i);
+        anchors.append(anchor(url, titles ? onPageNameAt(i) : url, true));
     }
     return anchors.join(QLatin1String("<br />"));
 }
@@ -804,14 +816,14 @@ OREL_EXTRA_COUNT(getTotalOccurrences, totalOcurrences)
 
 QString LinkCheckerUrl::objectValueForTableColumn(const QString &columnId, int row) const
 {
-    if (row < 0 || row >= m_onPageUrl.size())
+    if (row < 0 || row >= m_onPage.urlCount())
         return emptyString();
     if (columnId == QLatin1String("1")) {
         if (m_owner && m_owner->displayPageTitle())
-            return elementAt(m_onPageName, row);
-        return m_onPageUrl.at(row);
+            return onPageNameAt(row);
+        return m_onPage.urlAt(row);
     }
-    return elementAt(m_onPageLinkText, row);
+    return onPageLinkTextAt(row);
 }
 
 QString LinkCheckerUrl::highlightBadLinksInSelectedPageOrVisitOnPage()
@@ -820,7 +832,7 @@ QString LinkCheckerUrl::highlightBadLinksInSelectedPageOrVisitOnPage()
         m_owner->highlightBadLinksInSelectedPage(this);
         return QString();
     }
-    return elementAt(m_onPageUrl, m_lastClickedOnPage);
+    return onPageUrlAt(m_lastClickedOnPage);
 }
 
 void LinkCheckerUrl::inspect()

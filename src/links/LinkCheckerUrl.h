@@ -3,6 +3,7 @@
 #pragma once
 
 #include "links/ConnectionDelegate.h"
+#include "links/OnPageList.h"
 #include "links/OrelDataObject.h"
 
 #include <QByteArray>
@@ -22,7 +23,7 @@ class myNSURLConnection;
 
 // Records are many (about 100k in a large crawl, with about 1M on-page entries), so the class is
 // kept compact: rarely used page data lives in a block allocated on first use, and the on-page
-// lists store the page URL strings the crawl passes in (implicitly shared, never rebuilt).
+// columns are packed (OnPageList); the list getters build their lists on each call.
 //
 // A record may have no owner (nullptr, e.g. loaded from a saved list): it then sends nothing and
 // answers owner questions with "off".
@@ -109,10 +110,18 @@ public:
     bool isOnPage(const QString &page) const;
     bool appearsOn(const LinkCheckerUrl *page) const;
 
-    const QStringList &getOnPageUrlArray() const { return m_onPageUrl; }
-    const QStringList &getOnPageNameArray() const { return m_onPageName; }
-    const QStringList &getOnPageLinkTextArray() const { return m_onPageLinkText; }
-    const QList<bool> &getNofollowArray() const { return m_nofollow; }
+    QStringList getOnPageUrlArray() const { return m_onPage.urls(); }
+    QStringList getOnPageNameArray() const { return m_onPage.names(); }
+    QStringList getOnPageLinkTextArray() const { return m_onPage.texts(); }
+    QList<bool> getNofollowArray() const { return m_onPage.nofollows(); }
+    // One occurrence at a time, without building the lists: the number of pages, and each
+    // column's entry ("" past its end, false for the flag).
+    qsizetype onPageCount() const { return m_onPage.urlCount(); }
+    QString onPageUrlAt(qsizetype i) const;
+    QString onPageNameAt(qsizetype i) const;
+    QString onPageLinkTextAt(qsizetype i) const;
+    bool nofollowAt(qsizetype i) const { return m_onPage.nofollowAt(i); }
+    qsizetype getNofollowCount() const { return m_onPage.nofollowCount(); }
     const QList<LinkCheckerUrl *> &getLinkedImages() const;
     // Page titles when the owner displays titles, else the page URLs.
     QStringList getOnPagesArray() const;
@@ -277,7 +286,7 @@ public:
     int getTotalOccurrences() const;
 
     // ---- Appears-on table of the inspector ----------------------------------------------------
-    int numberOfRowsInTableView() const { return int(m_onPageUrl.size()); }
+    int numberOfRowsInTableView() const { return int(m_onPage.urlCount()); }
     // Column "1": page title (owner displays titles) or page URL; other columns: the link text.
     QString objectValueForTableColumn(const QString &columnId, int row) const;
     void tableViewSelectionDidChange(int selectedRow) { m_lastClickedOnPage = selectedRow; }
@@ -333,10 +342,7 @@ private:
     QString m_linkText;
     QString m_linkPageTitle;
 
-    QStringList m_onPageUrl;
-    QStringList m_onPageName;
-    QStringList m_onPageLinkText;
-    QList<bool> m_nofollow;
+    OnPageList m_onPage;
 
     QByteArray m_data;
 

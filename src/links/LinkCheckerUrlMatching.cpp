@@ -121,8 +121,8 @@ bool LinkCheckerUrl::directoryTooHigh() const
 QString LinkCheckerUrl::getLinkUrlForTesting() const
 {
     if (m_highlightCallback) {
-        if (m_lastClickedOnPage >= 0 && m_lastClickedOnPage < m_onPageUrl.size())
-            return m_onPageUrl.at(m_lastClickedOnPage);
+        if (m_lastClickedOnPage >= 0 && m_lastClickedOnPage < m_onPage.urlCount())
+            return m_onPage.urlAt(m_lastClickedOnPage);
         return QString(QLatin1String(""));
     }
     const QString actual = getActualLinkUrl();
@@ -146,7 +146,7 @@ bool LinkCheckerUrl::isEqualToTitle(const QString &title) const
 
 bool LinkCheckerUrl::hasTitle(const QString &title) const
 {
-    return m_onPageName.contains(title);
+    return m_onPage.containsName(title);
 }
 
 // Empty terms are skipped: an empty entry in a scope list must not match every URL.

@@ -4,30 +4,20 @@
 
 namespace orel {
 
-namespace {
-
-QString elementAt(const QStringList &list, int index)
-{
-    return index >= 0 && index < list.size() ? list.at(index) : QString(QLatin1String(""));
-}
-
-} // namespace
-
 QString OrelOnPage::getFieldByName(const QString &name) const
 {
     if (!m_lcurl)
         return QString(QLatin1String(""));
     if (name == QLatin1String("onpageurl"))
-        return elementAt(m_lcurl->getOnPageUrlArray(), m_index);
+        return m_lcurl->onPageUrlAt(m_index);
     if (name == QLatin1String("linktext"))
-        return elementAt(m_lcurl->getOnPageLinkTextArray(), m_index);
+        return m_lcurl->onPageLinkTextAt(m_index);
     if (name == QLatin1String("onpagename"))
-        return elementAt(m_lcurl->getOnPageNameArray(), m_index);
+        return m_lcurl->onPageNameAt(m_index);
     if (name == QLatin1String("nofollow")) {
-        const QList<bool> &flags = m_lcurl->getNofollowArray();
-        if (m_index < 0 || m_index >= flags.size())
+        if (m_index < 0 || m_index >= m_lcurl->getNofollowCount())
             return QString(QLatin1String(""));
-        return flags.at(m_index) ? QStringLiteral("Yes") : QStringLiteral("No");
+        return m_lcurl->nofollowAt(m_index) ? QStringLiteral("Yes") : QStringLiteral("No");
     }
     return m_lcurl->getFieldByName(name);
 }

@@ -1,0 +1,97 @@
+// Where one link appears: per occurrence the page's URL and title, the link's text there and its
+// nofollow flag, as four columns; main thread (read from any thread once the crawl has stopped).
+#pragma once
+
+#include <QExplicitlySharedDataPointer>
+#include <QList>
+#include <QSharedData>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+
+namespace orel {
+
+// A crawl stores close to a million occurrences, so they are packed: one array of 24-byte
+// entries per record instead of four lists of strings. Page URLs and titles are the same for
+// every link on a page; each entry holds a counted reference to one shared copy. Link texts sit
+// back to back in one string per record, so an occurrence costs no allocation of its own.
+//
+// The columns normally grow together but need not (a saved list may carry fewer titles than
+// pages); each has its own length and reads past it answer empty.
+class OnPageList
+{
+public:
+    qsizetype urlCount() const { return m_urls; }
+    qsizetype nameCount() const { return m_names; }
+    qsizetype textCount() const { return m_texts; }
+    qsizetype nofollowCount() const { return m_nofollows; }
+
+    void appendUrl(const QString &url);
+    void appendName(const QString &name);
+    void appendText(QStringView text);
+    void appendNofollow(bool nofollow);
+
+    // Out-of-range reads answer a null string (or false).
+    QString urlAt(qsizetype i) const;
+    QString nameAt(qsizetype i) const;
+    QString textAt(qsizetype i) const;
+    bool nofollowAt(qsizetype i) const;
+
+    QStringList urls() const;
+    QStringList names() const;
+    QStringList texts() const;
+    QList<bool> nofollows() const;
+    void setUrls(const QStringList &list);
+    void setNames(const QStringList &list);
+    void setTexts(const QStringList &list);
+    void setNofollows(const QList<bool> &list);
+
+    bool containsUrl(const QString &url) const;
+    bool containsName(const QString &name) const;
+    void clear();
+
+private:
+    struct Shared : QSharedData
+    {
+        explicit Shared(const QString &s)
+            : text(s)
+        { }
+        QString text;
+    };
+    using Ref = QExplicitlySharedDataPointer<Shared>;
+
+    struct Entry
+    {
+        Ref url;
+        Ref name;
+        std::uint32_t textOffset = 0;
+        std::uint32_t textSize = 0; // top bit: the nofollow flag
+    };
+    static constexpr std::uint32_t nofollowBit = 0x80000000u;
+    friend class QTypeInfo<Entry>;
+
+    static Ref share(const QString &s, Ref &last);
+    Entry &slot(qsizetype column);
+    void setShared(Ref Entry::*column, qsizetype &count, const QStringList &list);
+    QStringList sharedColumn(Ref Entry::*column, qsizetype count) const;
+    void resizeEntries();
+
+    QList<Entry> m_entries; // relocatable entries: growth reallocates in place where it can
+    QString m_textData;
+    qsizetype m_urls = 0;
+    qsizetype m_names = 0;
+    qsizetype m_texts = 0;
+    qsizetype m_nofollows = 0;
+};
+
+} // namespace orel
+
+// The entries hold only counted pointers and integers, so moving one is a plain byte copy.
+template <>
+class QTypeInfo<orel::OnPageList::Entry> : public QTypeInfoMerger<orel::OnPageList::Entry, int>
+{
+public:
+    static constexpr bool isRelocatable = true;
+    static constexpr bool isComplex = true;
+};
