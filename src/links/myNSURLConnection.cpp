@@ -380,6 +380,9 @@ bool myNSURLConnection::Private::configure()
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Private::writeCallback);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    // A typical page arrives in one read instead of two: libcurl follows every read with a
+    // readiness poll, so this saves two system calls per page.
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 65536L);
     if (request.timeoutSeconds > 0)
         curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(request.timeoutSeconds * 1000.0));
     if (!trustedHost.isEmpty() && hostAndPort(request.url) == trustedHost) {
