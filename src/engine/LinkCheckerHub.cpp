@@ -99,6 +99,7 @@ void LinkCheckerHub::go(const QString &senderTitle)
 void LinkCheckerHub::go()
 {
     ++m_generation;
+    m_summaryWords.clear();
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
     m_seo->clear();
@@ -308,13 +309,23 @@ void LinkCheckerHub::setCountText(const QString &text)
 
 QString LinkCheckerHub::summaryText() const
 {
-    return QStringLiteral("%1 %2 %3 %4, %5 %6")
-            .arg(m_numberDone)
-            .arg(localized("of"))
-            .arg(recordCount())
-            .arg(localized("links checked"))
-            .arg(m_badCollectionCount)
-            .arg(localized("bad"));
+    // Built once per checked link, so the translated words are looked up once per crawl.
+    if (m_summaryWords.isEmpty())
+        m_summaryWords = { localized("of"), localized("links checked"), localized("bad") };
+    QString text;
+    text.reserve(64);
+    text += QString::number(m_numberDone);
+    text += QLatin1Char(' ');
+    text += m_summaryWords.at(0);
+    text += QLatin1Char(' ');
+    text += QString::number(recordCount());
+    text += QLatin1Char(' ');
+    text += m_summaryWords.at(1);
+    text += QLatin1String(", ");
+    text += QString::number(m_badCollectionCount);
+    text += QLatin1Char(' ');
+    text += m_summaryWords.at(2);
+    return text;
 }
 
 void LinkCheckerHub::updateCountField()

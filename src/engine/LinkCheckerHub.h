@@ -346,6 +346,7 @@ private:
 
     State m_state = State::Idle;
     QString m_countText;
+    mutable QStringList m_summaryWords; // "of", "links checked", "bad", translated
     QString m_startUrl;
 
     int m_nextUrlToCrawl = 0;
