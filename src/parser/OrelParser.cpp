@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 
 namespace orel {
@@ -58,6 +59,12 @@ QString decode(const char *text, qsizetype n, bool *ok)
 {
     if (ok)
         *ok = true;
+    // Plain ASCII reads the same in every encoding tried below.
+    qsizetype i = 0;
+    while (i < n && static_cast<unsigned char>(text[i]) < 0x80)
+        ++i;
+    if (n > 0 && i == n)
+        return QString::fromLatin1(text, n);
     {
         QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
         QString s = utf8.decode(QByteArrayView(text, n));
@@ -584,6 +591,20 @@ QString OrelParser::readText()
         run.add("[img src]");
         addAlt();
     } else {
+        // Without word counting the bytes up to the next "<" are taken in one copy; the loop
+        // below then meets the "<" (or the end, or the cap) exactly as it would have.
+        if (!seoOn && counter < static_cast<qint32>(l)) {
+            const qint32 avail = qMin(static_cast<qint32>(l) - counter, textCap - run.n);
+            const char *start = bytes + counter;
+            const auto *lt = static_cast<const char *>(std::memchr(start, '<', size_t(avail)));
+            const qint32 take = lt ? static_cast<qint32>(lt - start) : avail;
+            if (take > 0) {
+                std::memcpy(run.buf.data() + run.n, start, size_t(take));
+                run.n += take;
+                counter += take;
+                aBuffer = static_cast<signed char>(start[take - 1]);
+            }
+        }
         while (run.n < textCap && getNextByte()) {
             if (aBuffer == '<') {
                 lastTagPassed = counter;
