@@ -2,8 +2,7 @@
 
 #include "engine/CrawlScope.h"
 
-#include <QVarLengthArray>
-
+#include <cstring>
 #include <utility>
 
 namespace orel {
@@ -71,11 +70,8 @@ std::optional<QString> HrefResolver::resolve(const QString &href) const
     if (!rooted)
         out += m_folder;
     out += href;
-    if (hasDotSegment(QStringView(out).sliced(pathStart))) {
-        const QString path = removeDotSegments(out.sliced(pathStart));
-        out.truncate(pathStart);
-        out += path;
-    }
+    if (hasDotSegment(QStringView(out).sliced(pathStart)))
+        removeDotSegmentsInPlace(out, pathStart);
     return out;
 }
 
@@ -135,42 +131,48 @@ QString HrefResolver::removeDotSegments(const QString &path)
 
 QString HrefResolver::removeDotSegmentsAbsolute(QStringView path)
 {
+    QString out = path.toString();
+    removeDotSegmentsInPlace(out, 0);
+    return out;
+}
+
+void HrefResolver::removeDotSegmentsInPlace(QString &text, qsizetype pathStart)
+{
     // One pass over the segments after each "/": a "." is dropped, a ".." drops the segment
-    // before it, and either one at the end leaves the path ending in "/". Kept segments are
-    // recorded as (start, length) into path and joined once at the end.
-    QVarLengthArray<std::pair<qsizetype, qsizetype>, 32> kept;
+    // before it, and either one at the end leaves the path ending in "/". The path only
+    // shrinks, so kept segments are moved forward within the same buffer.
+    QChar *d = text.data();
+    const qsizetype n = text.size();
+    qsizetype w = pathStart; // end of the path written so far
+    qsizetype at = pathStart + 1; // just past a "/"
     bool trailingSlash = false;
-    qsizetype at = 1; // just past a "/"
-    const qsizetype n = path.size();
     while (true) {
-        qsizetype next = path.indexOf(QLatin1Char('/'), at);
-        const bool last = next < 0;
-        if (last)
-            next = n;
-        const QStringView segment = path.sliced(at, next - at);
-        if (segment == QLatin1String(".")) {
+        qsizetype next = at;
+        while (next < n && d[next] != QLatin1Char('/'))
+            ++next;
+        const bool last = next >= n;
+        const qsizetype length = next - at;
+        const bool dot = length == 1 && d[at] == QLatin1Char('.');
+        const bool dotDot
+            = length == 2 && d[at] == QLatin1Char('.') && d[at + 1] == QLatin1Char('.');
+        if (dot) {
             trailingSlash = last;
-        } else if (segment == QLatin1String("..")) {
-            if (!kept.isEmpty())
-                kept.removeLast();
+        } else if (dotDot) {
+            while (w > pathStart && d[--w] != QLatin1Char('/')) { }
             trailingSlash = last;
         } else {
-            kept.append({ at, next - at });
+            d[w++] = QLatin1Char('/');
+            std::memmove(d + w, d + at, size_t(length) * sizeof(QChar));
+            w += length;
             trailingSlash = false;
         }
         if (last)
             break;
         at = next + 1;
     }
-    QString out;
-    out.reserve(n);
-    for (const auto &[start, length] : kept) {
-        out += QLatin1Char('/');
-        out += path.sliced(start, length);
-    }
-    if (trailingSlash || out.isEmpty())
-        out += QLatin1Char('/');
-    return out;
+    if (trailingSlash || w == pathStart)
+        d[w++] = QLatin1Char('/');
+    text.truncate(w);
 }
 
 } // namespace orel

@@ -26,6 +26,8 @@ public:
 private:
     static bool hasDotSegment(QStringView path);
     static QString removeDotSegmentsAbsolute(QStringView path);
+    // The same on the path that starts at pathStart (a "/") and runs to the end of text.
+    static void removeDotSegmentsInPlace(QString &text, qsizetype pathStart);
 
     QUrl m_base;
     QString m_origin; // scheme "://" authority
