@@ -7,6 +7,7 @@
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "common/SettingsControls.h"
+#include "common/UrlParts.h"
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
 #include "engine/HrefResolver.h"
@@ -306,13 +307,13 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 if (known->getIsImage())
                     page->addLinkedImage(known);
             } else if (!isMailtoEtc(h) && !absolute.isEmpty() && !linksLimitReached()) {
-                const QUrl absoluteUrl(absolute);
+                const UrlParts absoluteUrl = UrlParts::of(absolute);
                 auto *record = new LinkCheckerUrl(this);
                 record->setLinkUrl(absolute, trimQuery);
-                record->setIsInternal(compareHost(absoluteUrl.host(), m_domains));
+                record->setIsInternal(compareHost(absoluteUrl.host, m_domains));
                 addOccurrence(record);
                 record->setDistanceFromHome(distance);
-                const QString scheme = absoluteUrl.scheme();
+                const QString &scheme = absoluteUrl.scheme;
                 bool notChecked = false;
                 if (containsOneOfTheseTerms(absolute, m_checkBlacklistArray)) {
                     record->setIsBlacklisted(true);

@@ -8,12 +8,12 @@
 #include "links/LinkCheckerUrl.h"
 
 #include "common/Log.h"
+#include "common/UrlParts.h"
 #include "links/LinkCheckerUrlExtras.h"
 #include "links/LinkOwner.h"
 #include "links/ReasonPhrase.h"
 #include "links/myNSURLConnection.h"
 
-#include <QUrl>
 
 #include <new>
 
@@ -30,11 +30,7 @@ int kindOf(const myNSURLConnection *connection)
 // "host" or "host:port" of a URL, for the "Host" header of the next request.
 QByteArray hostHeaderFor(const QString &url)
 {
-    const QUrl parsed(url);
-    QString host = parsed.host(QUrl::FullyEncoded);
-    if (parsed.port() >= 0)
-        host += QLatin1Char(':') + QString::number(parsed.port());
-    return host.toUtf8();
+    return UrlParts::of(url, true).hostAndPort().toUtf8();
 }
 
 // The first character of a status read as a digit; anything else counts as 0.

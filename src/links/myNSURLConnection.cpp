@@ -428,6 +428,7 @@ size_t myNSURLConnection::Private::headerCallback(
     if (line.startsWith("HTTP/")) {
         // A new response begins (after an interim 1xx answer, too).
         d->headers.clear();
+        d->headers.reserve(16); // a typical answer's header count, without regrowing
         d->headersComplete = false;
         const qsizetype space = line.indexOf(' ');
         const QByteArrayView code = space < 0 ? QByteArrayView() : line.sliced(space + 1);

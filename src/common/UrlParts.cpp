@@ -1,0 +1,77 @@
+#include "common/UrlParts.h"
+
+#include <QUrl>
+
+namespace orel {
+
+namespace {
+
+bool isHostChar(char16_t c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-';
+}
+
+// Splits "scheme://host[:port]" followed by the end, "/", "?" or "#"; false when any part is
+// not plain, so that QUrl decides.
+bool splitPlain(QStringView url, UrlParts &parts)
+{
+    const qsizetype n = url.size();
+    qsizetype i = 0;
+    while (i < n && url[i] >= QLatin1Char('a') && url[i] <= QLatin1Char('z'))
+        ++i;
+    if (i == 0 || i + 2 >= n || url[i] != QLatin1Char(':') || url[i + 1] != QLatin1Char('/')
+        || url[i + 2] != QLatin1Char('/'))
+        return false;
+    const qsizetype schemeEnd = i;
+    const qsizetype hostStart = i + 3;
+    i = hostStart;
+    while (i < n && isHostChar(url[i].unicode()))
+        ++i;
+    const qsizetype hostEnd = i;
+    // A host must start and end with a letter or digit (no empty labels at either end).
+    if (hostEnd == hostStart || !url[hostStart].isLetterOrNumber()
+        || !url[hostEnd - 1].isLetterOrNumber()
+        || url.sliced(hostStart, hostEnd - hostStart).contains(u".."))
+        return false;
+    int port = -1;
+    if (i < n && url[i] == QLatin1Char(':')) {
+        ++i;
+        const qsizetype portStart = i;
+        int value = 0;
+        while (
+            i < n && url[i] >= QLatin1Char('0') && url[i] <= QLatin1Char('9') && i - portStart < 5)
+            value = value * 10 + (url[i++].unicode() - '0');
+        if (i == portStart || (url[portStart] == QLatin1Char('0') && i - portStart > 1)
+            || value > 65535)
+            return false;
+        port = value;
+    }
+    if (i < n && url[i] != QLatin1Char('/') && url[i] != QLatin1Char('?')
+        && url[i] != QLatin1Char('#'))
+        return false;
+    parts.scheme = url.first(schemeEnd).toString();
+    parts.host = url.sliced(hostStart, hostEnd - hostStart).toString();
+    parts.port = port;
+    return true;
+}
+
+} // namespace
+
+UrlParts UrlParts::of(const QString &url, bool encodedHost)
+{
+    UrlParts parts;
+    if (splitPlain(url, parts))
+        return parts;
+    const QUrl parsed(url);
+    parts.scheme = parsed.scheme();
+    parts.host = parsed.host(encodedHost ? QUrl::FullyEncoded : QUrl::FullyDecoded);
+    parts.port = parsed.port();
+    return parts;
+}
+
+QString UrlParts::hostAndPort() const
+{
+    return port >= 0 ? host + QLatin1Char(':') + QString::number(port) : host;
+}
+
+} // namespace orel

@@ -1,0 +1,26 @@
+// Scheme, host and port of a URL text, read without building a QUrl when the text is plain;
+// any thread.
+#pragma once
+
+#include <QString>
+
+namespace orel {
+
+// The parts as QUrl reports them: scheme(), host() (lower case; decoded or, when asked, encoded
+// as sent on the wire) and port() (-1 when none is written).
+struct UrlParts
+{
+    QString scheme;
+    QString host;
+    int port = -1;
+
+    // Plain texts ("scheme://host[:port][/...]" with a lower-case ASCII scheme and host and a
+    // port without leading zeros) are split directly; anything else goes through QUrl, so the
+    // answer is the same either way. The crawl asks this for every new link and every request.
+    static UrlParts of(const QString &url, bool encodedHost = false);
+
+    // "host" or "host:port", as sent in a "Host" header.
+    QString hostAndPort() const;
+};
+
+} // namespace orel

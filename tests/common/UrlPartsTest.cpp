@@ -1,0 +1,63 @@
+#include "common/UrlParts.h"
+
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+using orel::UrlParts;
+
+// The direct split must answer exactly what QUrl answers, for plain texts and for every kind of
+// text it hands over to QUrl.
+TEST(UrlParts, AgreesWithQUrl)
+{
+    const char *urls[] = {
+        "http://127.0.0.1:8080/a/b.html",
+        "http://example.com",
+        "https://www.example.com/?q=1",
+        "http://example.com#top",
+        "http://example.com:80/",
+        "http://example.com:0/",
+        "http://example.com:080/",
+        "http://example.com:65535/",
+        "http://example.com:65536/",
+        "http://example.com:123456/",
+        "http://example.com:/x",
+        "http://Example.COM/x",
+        "HTTP://example.com/x",
+        "http://user@example.com/x",
+        "http://user:pw@example.com:81/x",
+        "http://[::1]:8080/x",
+        "http://xn--bcher-kva.example/",
+        "http://b\xc3\xbc"
+        "cher.example/",
+        "http://a..b/",
+        "http://example.com./",
+        "http://-bad.example/",
+        "http://exa mple.com/",
+        "http://ex%41mple.com/",
+        "http://example.com\\path",
+        "file:///tmp/x.html",
+        "ftp://ftp.example.com/pub",
+        "svn+ssh://host/x",
+        "mailto:someone@example.com",
+        "http:/example.com",
+        "http://",
+        "",
+        "relative/path.html",
+    };
+    for (const char *text : urls) {
+        const QString url = QString::fromUtf8(text);
+        const QUrl parsed(url);
+        for (const bool encoded : { false, true }) {
+            const UrlParts parts = UrlParts::of(url, encoded);
+            EXPECT_EQ(parts.scheme, parsed.scheme()) << text;
+            EXPECT_EQ(parts.host, parsed.host(encoded ? QUrl::FullyEncoded : QUrl::FullyDecoded))
+                << text << " encoded=" << encoded;
+            EXPECT_EQ(parts.port, parsed.port()) << text;
+        }
+    }
+    EXPECT_EQ(UrlParts::of(QStringLiteral("http://h.test:8080/")).hostAndPort(),
+        QStringLiteral("h.test:8080"));
+    EXPECT_EQ(
+        UrlParts::of(QStringLiteral("http://h.test/")).hostAndPort(), QStringLiteral("h.test"));
+}
