@@ -263,12 +263,14 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         record->addOnPageLinkText(linkText);
     };
 
+    // The href is let go before the next one is read, so that the scanner can reuse its buffer.
     auto nextHref = [&] {
+        href.reset();
         href = parser->getNextHref(checkImages, trim);
         linkText = href ? parser->getData() : QString();
     };
     while (href) {
-        const QString h = *href;
+        const QString &h = *href; // not used after nextHref()
         if (h.isEmpty() || h == QLatin1String("#")) {
             if (hashIsBad && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);

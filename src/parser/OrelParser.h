@@ -147,6 +147,7 @@ private:
     bool matchWord(const char *lower, bool (*after)(signed char));
     enum class ValueKind { Anchor, Frame, Image, Resource };
     QString readValue(ValueKind kind, bool trim);
+    QString valueString(const char *text, qsizetype n);
     void readToEndOfTag();
     std::optional<QString> findTagHref(bool (OrelParser::*recogniser)());
     QString altText();
@@ -163,6 +164,7 @@ private:
 
     QByteArray data;
     const char *bytes = nullptr; // data.constData(), cached for the byte step
+    QString valueBuffer; // reused for link values the caller has let go of; see valueString()
     QString grandParent;
     QString parent;
     QString content;

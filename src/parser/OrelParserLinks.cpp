@@ -197,12 +197,32 @@ QString OrelParser::readValue(ValueKind kind, bool trim)
     char buf[valueCap + 1];
     int n = 0;
     bool more = true;
-    while (aBuffer != closing && aBuffer != '>') {
-        if (static_cast<unsigned char>(aBuffer) >= 32 && n < valueCap)
-            buf[n++] = static_cast<char>(aBuffer);
-        if (!getNextByte()) {
-            more = false;
-            break;
+    if (!seoOn) {
+        // The same steps as below with the cursor in locals: writes to buf could otherwise
+        // alias the parser's fields and force a reload of each one for every byte.
+        const char *const p = bytes;
+        const qint32 end = static_cast<qint32>(l);
+        qint32 i = counter;
+        signed char c = aBuffer;
+        while (c != closing && c != '>') {
+            if (static_cast<unsigned char>(c) >= 32 && n < valueCap)
+                buf[n++] = static_cast<char>(c);
+            if (i >= end) {
+                more = false;
+                break;
+            }
+            c = static_cast<signed char>(p[i++]);
+        }
+        counter = i;
+        aBuffer = c;
+    } else {
+        while (aBuffer != closing && aBuffer != '>') {
+            if (static_cast<unsigned char>(aBuffer) >= 32 && n < valueCap)
+                buf[n++] = static_cast<char>(aBuffer);
+            if (!getNextByte()) {
+                more = false;
+                break;
+            }
         }
     }
     buf[n] = 0;
@@ -214,7 +234,7 @@ QString OrelParser::readValue(ValueKind kind, bool trim)
         trimThisCharacter(' ', buf);
     }
     const size_t length = std::strlen(buf);
-    QString url = parsertext::urlString(buf, static_cast<qsizetype>(length));
+    QString url = valueString(buf, static_cast<qsizetype>(length));
     // Most values need none of the replacements; one look at the bytes saves four scans.
     bool plain = true;
     for (size_t i = 0; i < length && plain; ++i) {
@@ -230,6 +250,30 @@ QString OrelParser::readValue(ValueKind kind, bool trim)
         url.replace(QLatin1Char('}'), QLatin1String("%7D"));
     }
     return url;
+}
+
+// A crawl reads tens of link values per page and drops each before asking for the next, so an
+// ASCII value is written into a buffer kept between calls; a value still held elsewhere makes
+// this call start a new one (implicit sharing). Same text as parsertext::urlString().
+QString OrelParser::valueString(const char *text, qsizetype n)
+{
+    for (qsizetype i = 0; i < n; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80)
+            return parsertext::urlString(text, n);
+    }
+    if (n == 0)
+        return parsertext::urlString(text, n);
+    if (valueBuffer.isDetached() && valueBuffer.capacity() >= n) {
+        valueBuffer.resize(n);
+    } else {
+        valueBuffer = QString();
+        valueBuffer.reserve(qMax<qsizetype>(n, 128));
+        valueBuffer.resize(n);
+    }
+    QChar *out = valueBuffer.data();
+    for (qsizetype i = 0; i < n; ++i)
+        out[i] = QLatin1Char(text[i]);
+    return valueBuffer;
 }
 
 std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
