@@ -38,6 +38,9 @@ TEST(FastPath, LookupKeyFragmentsQueriesAndTripleSlashes)
         { "http://h/a?x///y#z", true, false, "http://h/a" },
         { "http://h//a", false, true, "http://h//a" },
         { "FILE:///srv/a/", false, true, "FILE:///srv/a" },
+        { "file:////srv", false, false, "file:////srv" }, // the slashes of the prefix only
+        { "http://h/a////b", false, false, "http://h/a///b" },
+        { "http://h/a/?q=//x", false, true, "http://h/a/?q=//x" },
         { "", true, true, "" },
     };
     for (const auto &[url, trimQuery, ignoreSlash, key] : cases)
