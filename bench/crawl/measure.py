@@ -352,6 +352,70 @@ def targets(results, ceilings, main_site):
     return out
 
 
+def paired_rounds(site, port, rounds, cap_s, threads, tools, ceiling_seconds, settle):
+    """Runs orrelwick-cli, each peer on the main site and the ceiling one after another, `rounds`
+    times. This machine's speed drifts by up to half over minutes (a whole run of every tool slows
+    down together), so each round's ratios compare tools measured under the same conditions.
+    Every tool starts after `settle` idle seconds, so that none inherits the previous one's load."""
+    rows = []
+
+    def idle():
+        time.sleep(settle)
+
+    for k in range(rounds):
+        row = {"round": k + 1, "load": loadavg()}
+        print("== paired round %d (load %.2f)" % (k + 1, row["load"]), file=sys.stderr)
+        idle()
+        o = run_orrelwick(site, port, cap_s, threads)
+        row["orrelwick"] = o
+        peers = []
+        if "wget" in tools:
+            idle()
+            peers.append(run_wget(site, port, cap_s))
+        if "linkinator" in tools:
+            idle()
+            peers.append(run_linkinator(site, port, cap_s, threads))
+        row["peers"] = peers
+        done = [p for p in peers if p.finished and p.pages_per_s()]
+        row["fastest"] = max(done, key=lambda p: p.pages_per_s()) if done else None
+        if "ceiling" in tools:
+            idle()
+        row["ceiling"] = (run_ceiling(site, port, ceiling_seconds, threads)["rps"]
+                          if "ceiling" in tools else None)
+        f = row["fastest"]
+        row["ratio"] = (o.pages_per_s() / f.pages_per_s()
+                        if o.finished and f and o.pages_per_s() else None)
+        row["share"] = (o.links_per_s() / row["ceiling"]
+                        if o.finished and row["ceiling"] and o.links_per_s() else None)
+        print("   orrelwick-cli %.2f s; %s; ratio %s, share of ceiling %s" % (
+            o.wall, ", ".join("%s %.1f s" % (p.tool, p.wall) for p in peers),
+            fmt(row["ratio"], "%.2fx"), fmt(row["share"] and 100 * row["share"], "%.0f%%")),
+            file=sys.stderr)
+        rows.append(row)
+    return rows
+
+
+def paired_table(rows):
+    peer_names = [p.tool for p in rows[0]["peers"]] if rows else []
+    head = ["Round", "orrelwick-cli s", "pages/s", "links/s"] + ["%s s" % n for n in peer_names] + [
+        "fastest peer pages/s", "ratio", "ceiling req/s", "share of ceiling", "found", "Load"]
+    lines = ["| " + " | ".join(head) + " |", "|" + "---:|" * len(head)]
+    for r in rows:
+        o, f = r["orrelwick"], r["fastest"]
+        cells = ["%d" % r["round"], "%.2f" % o.wall, fmt(o.pages_per_s()), fmt(o.links_per_s())]
+        cells += ["%.1f" % p.wall if p.finished else "did not finish" for p in r["peers"]]
+        cells += [fmt(f.pages_per_s()) if f else "-", fmt(r["ratio"], "%.2fx"), fmt(r["ceiling"]),
+                  fmt(r["share"] and 100 * r["share"], "%.0f%%"),
+                  "%s/%d" % (fmt(o.found, "%d", "?"), len(o.site.broken)), "%.2f" % r["load"]]
+        lines.append("| " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def median(values):
+    values = sorted(v for v in values if v is not None)
+    return values[len(values) // 2] if values else None
+
+
 def free_port():
     import socket
     with socket.socket() as s:
@@ -377,6 +441,11 @@ def main(argv=None):
     ap.add_argument("--port", type=int, default=0, help="nginx port (default: a free one)")
     ap.add_argument("--repeat", type=int, default=3,
                     help="orrelwick-cli runs per site; the median is reported")
+    ap.add_argument("--paired", type=int, default=0, metavar="N",
+                    help="also run N rounds of orrelwick-cli, the peers on the main site and the "
+                         "ceiling back to back, and judge the speed targets by the rounds' medians")
+    ap.add_argument("--settle", type=float, default=5, metavar="S",
+                    help="idle seconds before each tool of a paired round")
     ap.add_argument("--profile", action="store_true",
                     help="also record one orrelwick-cli crawl of the main site with perf")
     a = ap.parse_args(argv)
@@ -445,6 +514,11 @@ def main(argv=None):
             if "linkchecker" in tools and (not is_main or not small):
                 step("LinkChecker on %d pages" % site.pages, run_linkchecker, site, port, cap_s,
                      a.threads)
+        rounds = []
+        if a.paired:
+            serve(main_site)
+            rounds = paired_rounds(main_site, port, a.paired, cap_s, a.threads, tools,
+                                   a.ceiling_seconds, a.settle)
     finally:
         subprocess.call([nginx, "stop"])
 
@@ -459,6 +533,16 @@ def main(argv=None):
     tg = targets(results, ceilings, main_site)
     if tg:
         md += ["Targets:", ""] + tg + [""]
+    if rounds:
+        ratio = median(r["ratio"] for r in rounds)
+        share = median(r["share"] for r in rounds)
+        md += ["Paired rounds on the %d-page site (each round runs every tool back to back, "
+               "%g s idle before each):" % (main_site.pages, a.settle), "", paired_table(rounds), "",
+               "- at least 5x the pages/s of the fastest peer, median of the rounds: %s (%s)" % (
+                   "MET" if ratio and ratio >= 5 else "NOT MET", fmt(ratio, "%.2fx")),
+               "- at least half the server ceiling, median of the rounds: %s (%s)" % (
+                   "MET" if share and share >= 0.5 else "NOT MET",
+                   fmt(share and 100 * share, "%.0f%%")), ""]
     ours = [r for r in results if r.tool.startswith("orrelwick-cli")]
     if ours:
         md += ["Command: `%s`" % ours[0].command, ""]
