@@ -271,7 +271,8 @@ void LinkCheckerUrl::addOnPageLinkText(const QString &text)
 {
     if (text.isNull()) {
         log(QStringLiteral("null string submitted to url:%1").arg(getActualLinkUrl()));
-        m_onPage.appendText(u"no text");
+        static const QString noText = QStringLiteral("no text");
+        m_onPage.appendText(noText);
         return;
     }
     m_onPage.appendText(text);

@@ -42,19 +42,15 @@ void OnPageList::appendName(const QString &name)
     ++m_names;
 }
 
-void OnPageList::appendText(QStringView text)
+void OnPageList::appendText(const QString &text)
 {
-    Entry &e = slot(m_texts);
-    e.textOffset = std::uint32_t(m_textData.size());
-    e.textSize = (e.textSize & nofollowBit) | (std::uint32_t(text.size()) & ~nofollowBit);
-    m_textData.append(text);
+    slot(m_texts).text = text;
     ++m_texts;
 }
 
 void OnPageList::appendNofollow(bool nofollow)
 {
-    Entry &e = slot(m_nofollows);
-    e.textSize = nofollow ? (e.textSize | nofollowBit) : (e.textSize & ~nofollowBit);
+    slot(m_nofollows).nofollow = nofollow;
     ++m_nofollows;
 }
 
@@ -70,16 +66,12 @@ QString OnPageList::nameAt(qsizetype i) const
 
 QString OnPageList::textAt(qsizetype i) const
 {
-    if (i < 0 || i >= m_texts)
-        return QString();
-    const Entry &e = m_entries[i];
-    const qsizetype size = qsizetype(e.textSize & ~nofollowBit);
-    return size == 0 ? QString(QLatin1String("")) : m_textData.mid(e.textOffset, size);
+    return i >= 0 && i < m_texts ? m_entries[i].text : QString();
 }
 
 bool OnPageList::nofollowAt(qsizetype i) const
 {
-    return i >= 0 && i < m_nofollows && (m_entries[i].textSize & nofollowBit);
+    return i >= 0 && i < m_nofollows && m_entries[i].nofollow;
 }
 
 QStringList OnPageList::sharedColumn(Ref Entry::*column, qsizetype count) const
@@ -145,8 +137,7 @@ void OnPageList::setNames(const QStringList &list)
 void OnPageList::setTexts(const QStringList &list)
 {
     for (Entry &e : m_entries)
-        e.textSize &= nofollowBit;
-    m_textData = QString();
+        e.text = QString();
     m_texts = 0;
     for (const QString &s : list)
         appendText(s);
@@ -156,7 +147,7 @@ void OnPageList::setTexts(const QStringList &list)
 void OnPageList::setNofollows(const QList<bool> &list)
 {
     for (Entry &e : m_entries)
-        e.textSize &= ~nofollowBit;
+        e.nofollow = false;
     m_nofollows = 0;
     for (bool b : list)
         appendNofollow(b);
@@ -184,7 +175,6 @@ bool OnPageList::containsName(const QString &name) const
 void OnPageList::clear()
 {
     m_entries = QList<Entry>();
-    m_textData = QString();
     m_urls = m_names = m_texts = m_nofollows = 0;
 }
 

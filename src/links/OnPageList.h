@@ -8,14 +8,13 @@
 #include <QString>
 #include <QStringList>
 
-#include <cstdint>
-
 namespace orel {
 
-// A crawl stores close to a million occurrences, so they are packed: one array of 24-byte
-// entries per record instead of four lists of strings. Page URLs and titles are the same for
-// every link on a page; each entry holds a counted reference to one shared copy. Link texts sit
-// back to back in one string per record, so an occurrence costs no allocation of its own.
+// A crawl stores close to a million occurrences, so they are packed: one array of 48-byte
+// entries per record instead of four lists. Page URLs and titles are the same for every link on
+// a page; each entry holds a counted reference to one shared copy. The link text is the string
+// the scanner made, shared with the record's own link text, so appending copies no characters
+// and touches only the entry.
 //
 // The columns normally grow together but need not (a saved list may carry fewer titles than
 // pages); each has its own length and reads past it answer empty.
@@ -29,7 +28,7 @@ public:
 
     void appendUrl(const QString &url);
     void appendName(const QString &name);
-    void appendText(QStringView text);
+    void appendText(const QString &text);
     void appendNofollow(bool nofollow);
 
     // Out-of-range reads answer a null string (or false).
@@ -65,10 +64,9 @@ private:
     {
         Ref url;
         Ref name;
-        std::uint32_t textOffset = 0;
-        std::uint32_t textSize = 0; // top bit: the nofollow flag
+        QString text;
+        bool nofollow = false;
     };
-    static constexpr std::uint32_t nofollowBit = 0x80000000u;
     friend class QTypeInfo<Entry>;
 
     static Ref share(const QString &s, Ref &last);
@@ -78,7 +76,6 @@ private:
     void resizeEntries();
 
     QList<Entry> m_entries; // relocatable entries: growth reallocates in place where it can
-    QString m_textData;
     qsizetype m_urls = 0;
     qsizetype m_names = 0;
     qsizetype m_texts = 0;
@@ -87,7 +84,7 @@ private:
 
 } // namespace orel
 
-// The entries hold only counted pointers and integers, so moving one is a plain byte copy.
+// The entries hold only counted pointers, a string and a flag, so moving one is a plain byte copy.
 template <>
 class QTypeInfo<orel::OnPageList::Entry> : public QTypeInfoMerger<orel::OnPageList::Entry, int>
 {

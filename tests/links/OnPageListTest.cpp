@@ -26,10 +26,10 @@ TEST(OnPageList, ColumnsStayIndependent)
     OnPageList list;
     list.appendNofollow(true); // a flag may come before anything else
     list.appendUrl(QStringLiteral("http://h/1"));
-    list.appendText(u"first");
+    list.appendText(QStringLiteral("first"));
     list.appendUrl(QStringLiteral("http://h/2"));
-    list.appendText(u"");
-    list.appendText(u"third, longer than the others");
+    list.appendText(QStringLiteral(""));
+    list.appendText(QStringLiteral("third, longer than the others"));
     list.appendName(QStringLiteral("One"));
     list.appendNofollow(false);
     list.appendNofollow(true);
@@ -59,7 +59,7 @@ TEST(OnPageList, ColumnsStayIndependent)
 
     // Flags set on entries that already hold texts leave the texts whole, and the other way
     // round.
-    list.appendText(u"after");
+    list.appendText(QStringLiteral("after"));
     list.appendNofollow(true);
     list.appendNofollow(true);
     EXPECT_EQ(list.textAt(0), QStringLiteral("a"));
@@ -73,7 +73,7 @@ TEST(OnPageList, ColumnsStayIndependent)
     c = columnsOf(list);
     EXPECT_TRUE(
         c.urls.isEmpty() && c.names.isEmpty() && c.texts.isEmpty() && c.nofollows.isEmpty());
-    list.appendText(u"again");
+    list.appendText(QStringLiteral("again"));
     EXPECT_EQ(list.texts(), QStringList({ "again" }));
     list.clear();
     EXPECT_EQ(list.textCount() + list.urlCount() + list.nameCount() + list.nofollowCount(), 0);
