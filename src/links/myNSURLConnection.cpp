@@ -1,6 +1,7 @@
 #include "links/myNSURLConnection.h"
 
 #include "common/Log.h"
+#include "common/UrlParts.h"
 #include "links/CurlMultiDriver.h"
 
 #include <QCoreApplication>
@@ -64,9 +65,7 @@ QByteArray urlBytes(const QString &url)
 
 QString hostAndPort(const QString &url)
 {
-    const QUrl u(url);
-    const int port = u.port();
-    return port < 0 ? u.host() : u.host() + QLatin1Char(':') + QString::number(port);
+    return UrlParts::of(url).hostAndPort();
 }
 
 AuthMethod authMethodOf(const QByteArray &wwwAuthenticate, QString *realm)
