@@ -27,6 +27,7 @@ sys.path.insert(0, HERE)
 import gen_site  # noqa: E402
 
 WORK = os.path.join(ROOT, "build", "bench-crawl")
+last_cpu = None  # CPU seconds of the last command run_timed ran
 CLI = os.path.join(ROOT, "build", "release", "src", "cli", "orrelwick-cli")
 LINKINATOR = os.path.join(ROOT, "build", "bench-tools", "node_modules", ".bin", "linkinator")
 MISSING_RE = re.compile(r"/s\d+/missing-\d+-\d+\.html")
@@ -62,6 +63,8 @@ class Result:
         self.load = 0.0
         self.note = ""
         self.exit = None
+        self.cpu_s = None  # the tool's user + system CPU seconds
+        self.server_cpu_s = None  # nginx's CPU seconds while the tool ran
 
     def pages_per_s(self):
         n = self.site.pages if self.finished else self.pages_done
@@ -73,6 +76,30 @@ class Result:
 
 def loadavg():
     return os.getloadavg()[0]
+
+
+def server_cpu_seconds():
+    """User plus system CPU seconds spent so far by the private nginx (master and workers), or
+    None when it is not running. Loopback traffic is processed in the kernel on behalf of either
+    end, so this is the server's share of the machine as the scheduler counted it."""
+    try:
+        with open(os.path.join(ROOT, "build", "bench-nginx", "nginx.pid")) as f:
+            master = int(f.read().strip())
+    except (OSError, ValueError):
+        return None
+    ticks = 0
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            with open("/proc/%s/stat" % entry) as f:
+                fields = f.read().rsplit(")", 1)[1].split()
+        except OSError:
+            continue
+        # After the command name: state ppid ... utime is field 14 and stime 15 of the whole line.
+        if int(entry) == master or int(fields[1]) == master:
+            ticks += int(fields[11]) + int(fields[12])
+    return ticks / os.sysconf("SC_CLK_TCK")
 
 
 def run_timed(name, cmd, cap_s, cwd=None, env=None):
@@ -90,10 +117,16 @@ def run_timed(name, cmd, cap_s, cwd=None, env=None):
         rc = subprocess.call(full, stdout=out, stderr=err, cwd=cwd, env=env)
         wall = time.monotonic() - started
     rss = None
+    global last_cpu
+    last_cpu = None
     try:
         with open(tfile) as f:
-            m = re.search(r"Maximum resident set size \(kbytes\): (\d+)", f.read())
-            rss = int(m.group(1)) if m else None
+            text = f.read()
+        m = re.search(r"Maximum resident set size \(kbytes\): (\d+)", text)
+        rss = int(m.group(1)) if m else None
+        u = re.search(r"User time \(seconds\): ([\d.]+)", text)
+        k = re.search(r"System time \(seconds\): ([\d.]+)", text)
+        last_cpu = float(u.group(1)) + float(k.group(1)) if u and k else None
     except FileNotFoundError:
         pass
     with open(ofile, "rb") as f:
@@ -124,8 +157,13 @@ def run_orrelwick(site, port, cap_s, threads):
            "--quiet", "--flat-csv", csv_file, "--bad-only"]
     res.command = " ".join(cmd[:1] + cmd[1:]).replace(ROOT + "/", "")
     res.load = loadavg()
+    server_before = server_cpu_seconds()
     rc, wall, rss, out, err = run_timed("orrelwick-p%d" % site.pages, cmd, cap_s, env=env)
+    server_after = server_cpu_seconds()
     fill(res, rc, wall, rss, cap_s)
+    res.cpu_s = last_cpu
+    if server_before is not None and server_after is not None:
+        res.server_cpu_s = server_after - server_before
     if rc not in (0, 1, 124):
         res.note = "exit %d: %s" % (rc, (err.strip().splitlines() or [""])[-1][:120])
     # The closing summary reads "N of M links checked, K bad".
@@ -346,10 +384,28 @@ def targets(results, ceilings, main_site):
         out.append("- at least half the server ceiling (%.0f req/s over the same URLs): %s "
                    "(%.0f links/s = %.0f%%)" % (c["rps"], "MET" if share >= 0.5 else "NOT MET",
                                                 o.links_per_s(), 100 * share))
+        bound = cpu_bound(o, c["rps"])
+        if bound:
+            out.append("  " + bound)
     if o.rss_mb is not None:
         out.append("- peak RSS under 300 MB on the %d-page site: %s (%.0f MB)" % (
             main_site.pages, "MET" if o.rss_mb < 300 else "NOT MET", o.rss_mb))
     return out
+
+
+def cpu_bound(o, ceiling_rps):
+    """States what the CPU time of one crawl allows: the crawl's own thread and the server share
+    this machine's cores, so no schedule of the same work ends before the crawl's CPU time, nor
+    before the crawl's and the server's CPU time together spread over every core."""
+    if not (o.finished and o.cpu_s and o.server_cpu_s is not None and o.urls_done and ceiling_rps):
+        return None
+    cores = os.cpu_count() or 1
+    shortest = max(o.cpu_s, (o.cpu_s + o.server_cpu_s) / cores)
+    needed = o.urls_done / (ceiling_rps / 2)
+    return ("CPU: orrelwick-cli %.2f s, nginx %.2f s while it ran; on %d cores that work cannot "
+            "end in under %.2f s (%.0f%% of the ceiling at best); half the ceiling needs %.2f s" % (
+                o.cpu_s, o.server_cpu_s, cores, shortest,
+                100 * o.urls_done / shortest / ceiling_rps, needed))
 
 
 def paired_rounds(site, port, rounds, cap_s, threads, tools, ceiling_seconds, settle):
@@ -398,15 +454,16 @@ def paired_rounds(site, port, rounds, cap_s, threads, tools, ceiling_seconds, se
 def paired_table(rows):
     peer_names = [p.tool for p in rows[0]["peers"]] if rows else []
     head = ["Round", "orrelwick-cli s", "pages/s", "links/s"] + ["%s s" % n for n in peer_names] + [
-        "fastest peer pages/s", "ratio", "ceiling req/s", "share of ceiling", "found", "Load"]
+        "fastest peer pages/s", "ratio", "ceiling req/s", "share of ceiling", "crawl CPU s",
+        "nginx CPU s", "found", "Load"]
     lines = ["| " + " | ".join(head) + " |", "|" + "---:|" * len(head)]
     for r in rows:
         o, f = r["orrelwick"], r["fastest"]
         cells = ["%d" % r["round"], "%.2f" % o.wall, fmt(o.pages_per_s()), fmt(o.links_per_s())]
         cells += ["%.1f" % p.wall if p.finished else "did not finish" for p in r["peers"]]
         cells += [fmt(f.pages_per_s()) if f else "-", fmt(r["ratio"], "%.2fx"), fmt(r["ceiling"]),
-                  fmt(r["share"] and 100 * r["share"], "%.0f%%"),
-                  "%s/%d" % (fmt(o.found, "%d", "?"), len(o.site.broken)), "%.2f" % r["load"]]
+                  fmt(r["share"] and 100 * r["share"], "%.0f%%"), fmt(o.cpu_s, "%.2f"),
+                  fmt(o.server_cpu_s, "%.2f"), "%s/%d" % (fmt(o.found, "%d", "?"), len(o.site.broken)), "%.2f" % r["load"]]
         lines.append("| " + " | ".join(cells) + " |")
     return "\n".join(lines)
 
@@ -542,7 +599,14 @@ def main(argv=None):
                    "MET" if ratio and ratio >= 5 else "NOT MET", fmt(ratio, "%.2fx")),
                "- at least half the server ceiling, median of the rounds: %s (%s)" % (
                    "MET" if share and share >= 0.5 else "NOT MET",
-                   fmt(share and 100 * share, "%.0f%%")), ""]
+                   fmt(share and 100 * share, "%.0f%%"))]
+        bounds = sorted((r for r in rounds
+                         if r["ceiling"] and cpu_bound(r["orrelwick"], r["ceiling"])),
+                        key=lambda r: r["orrelwick"].wall)
+        if bounds:
+            mid = bounds[len(bounds) // 2]
+            md += ["  " + cpu_bound(mid["orrelwick"], mid["ceiling"]) + " (the median round)"]
+        md += [""]
     ours = [r for r in results if r.tool.startswith("orrelwick-cli")]
     if ours:
         md += ["Command: `%s`" % ours[0].command, ""]
