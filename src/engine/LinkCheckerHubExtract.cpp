@@ -256,11 +256,11 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     const bool sitemapOnly = SettingsControls::isOn(c.sitemapOnly);
 
     // Appends one occurrence of a link on this page to a record.
-    auto addOccurrence = [&](LinkCheckerUrl *record) {
-        record->setLinkText(linkText);
+    auto addOccurrence = [&](LinkCheckerUrl *record, const QString &text) {
+        record->setLinkText(text);
         record->addOnPageUrl(actual);
         record->addOnPageName(pageTitle);
-        record->addOnPageLinkText(linkText);
+        record->addOnPageLinkText(text);
     };
 
     // The href is let go before the next one is read, so that the scanner can reuse its buffer.
@@ -269,12 +269,14 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         href = parser->getNextHref(checkImages, trim);
         linkText = href ? parser->getData() : QString();
     };
-    while (href) {
-        const QString &h = *href; // not used after nextHref()
+
+    // Registers one link of the page: a new record, or one more occurrence of a known one.
+    auto registerHref = [&](const QString &h, const QString &text, bool nofollow,
+                            bool headNoFollow, ResolvedHref &entry) {
         if (h.isEmpty() || h == QLatin1String("#")) {
             if (hashIsBad && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);
-                addOccurrence(record);
+                addOccurrence(record, text);
                 record->setDistanceFromHome(distance);
                 record->setStatus(localized("missing link url"));
                 record->setIsInternal(false);
@@ -283,64 +285,101 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 add(record);
                 getNextUrlToCrawl();
             }
-            nextHref();
-            continue;
+            return;
         }
-        ResolvedHref resolved = resolveHref(resolver, h);
-        ResolvedHref *entry = &resolved;
-        const QString absolute = entry->absolute;
+        const QString &absolute = entry.absolute;
         if (absolute.isNull()) {
             if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);
-                addOccurrence(record);
+                addOccurrence(record, text);
                 record->setStatus(QStringLiteral("MCMS zref"));
-                record->addNofollow(parser->lastLinkWasNofollow());
+                record->addNofollow(nofollow);
                 incNumberDone(record);
                 add(record);
             }
-        } else {
-            if (LinkCheckerUrl *known = knownRecord(*entry)) {
-                known->addOnPageUrl(actual);
-                known->addOnPageName(pageTitle);
-                known->setLinkText(linkText);
-                known->addOnPageLinkText(linkText);
-                known->addNofollow(parser->lastLinkWasNofollow());
-                known->setHeadContainsNoFollow(parser->getHeadContainsNoFollow());
-                if (known->getIsImage())
-                    page->addLinkedImage(known);
-            } else if (!isMailtoEtc(h) && !absolute.isEmpty() && !linksLimitReached()) {
-                const UrlParts absoluteUrl = UrlParts::of(absolute);
-                auto *record = new LinkCheckerUrl(this);
-                record->setLinkUrl(absolute, trimQuery);
-                record->setIsInternal(compareHost(absoluteUrl.host, m_domains));
-                addOccurrence(record);
-                record->setDistanceFromHome(distance);
-                const QString &scheme = absoluteUrl.scheme;
-                bool notChecked = false;
-                if (containsOneOfTheseTerms(absolute, m_checkBlacklistArray)) {
-                    record->setIsBlacklisted(true);
-                    notChecked = true;
-                } else if (scheme == QLatin1String("ftp")) {
-                    notChecked = true;
-                } else if (!record->isInternal() && sitemapOnly) {
-                    notChecked = true;
-                } else if (scheme == QLatin1String("file") && !pageIsLocalFile) {
-                    // A web page cannot make this program open local files.
-                    notChecked = true;
-                }
-                if (notChecked) {
-                    record->setStatus(localized("Not checked"));
-                    incNumberDone(record);
-                }
-                if (record->getIsImage())
-                    page->addLinkedImage(record);
-                record->addNofollow(parser->lastLinkWasNofollow());
-                record->setHeadContainsNoFollow(parser->getHeadContainsNoFollow());
-                if (add(record))
-                    getNextUrlToCrawl();
-            }
+            return;
         }
-        nextHref();
+        if (LinkCheckerUrl *known = knownRecord(entry)) {
+            known->addOnPageUrl(actual);
+            known->addOnPageName(pageTitle);
+            known->setLinkText(text);
+            known->addOnPageLinkText(text);
+            known->addNofollow(nofollow);
+            known->setHeadContainsNoFollow(headNoFollow);
+            if (known->getIsImage())
+                page->addLinkedImage(known);
+            return;
+        }
+        if (isMailtoEtc(h) || absolute.isEmpty() || linksLimitReached())
+            return;
+        const UrlParts absoluteUrl = UrlParts::of(absolute);
+        auto *record = new LinkCheckerUrl(this);
+        record->setLinkUrl(absolute, trimQuery);
+        record->setIsInternal(compareHost(absoluteUrl.host, m_domains));
+        addOccurrence(record, text);
+        record->setDistanceFromHome(distance);
+        const QString &scheme = absoluteUrl.scheme;
+        bool notChecked = false;
+        if (containsOneOfTheseTerms(absolute, m_checkBlacklistArray)) {
+            record->setIsBlacklisted(true);
+            notChecked = true;
+        } else if (scheme == QLatin1String("ftp")) {
+            notChecked = true;
+        } else if (!record->isInternal() && sitemapOnly) {
+            notChecked = true;
+        } else if (scheme == QLatin1String("file") && !pageIsLocalFile) {
+            // A web page cannot make this program open local files.
+            notChecked = true;
+        }
+        if (notChecked) {
+            record->setStatus(localized("Not checked"));
+            incNumberDone(record);
+        }
+        if (record->getIsImage())
+            page->addLinkedImage(record);
+        record->addNofollow(nofollow);
+        record->setHeadContainsNoFollow(headNoFollow);
+        if (add(record))
+            getNextUrlToCrawl();
+    };
+
+    // Links are taken a batch at a time: the batch is read and resolved, then looked up, then
+    // registered in page order. On a large site the table entries and records a lookup reaches
+    // are rarely in the cache; looking up and prefetching a whole batch first lets those memory
+    // reads overlap instead of each link waiting for its own. A lookup that found nothing is
+    // repeated when its turn comes (an earlier link of the batch may have added the record), and
+    // a record found is used only while the registry has not changed its keys.
+    struct PendingHref
+    {
+        QString href;
+        QString text;
+        bool nofollow = false;
+        bool headNoFollow = false;
+        ResolvedHref resolved;
+    };
+    constexpr qsizetype BatchSize = 32;
+    std::vector<PendingHref> batch;
+    batch.reserve(BatchSize);
+    while (href) {
+        batch.clear();
+        do {
+            PendingHref &p = batch.emplace_back();
+            p.href = std::move(*href);
+            p.text = std::move(linkText);
+            p.nofollow = parser->lastLinkWasNofollow();
+            p.headNoFollow = parser->getHeadContainsNoFollow();
+            if (!p.href.isEmpty() && p.href != QLatin1String("#"))
+                p.resolved = resolveHref(resolver, p.href);
+            nextHref();
+        } while (href && qsizetype(batch.size()) < BatchSize);
+        for (PendingHref &p : batch)
+            knownRecord(p.resolved);
+        for (const PendingHref &p : batch) {
+            if (p.resolved.record)
+                p.resolved.record->prefetchOccurrence();
+        }
+        for (PendingHref &p : batch)
+            registerHref(p.href, p.text, p.nofollow, p.headNoFollow, p.resolved);
     }
     if (parser)
         parser->curlUpAndDie();

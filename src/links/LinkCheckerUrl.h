@@ -117,6 +117,14 @@ public:
     // One occurrence at a time, without building the lists: the number of pages, and each
     // column's entry ("" past its end, false for the flag).
     qsizetype onPageCount() const { return m_onPage.urlCount(); }
+    // Warms the cache for the next occurrence to be added (see OnPageList::prefetchNext).
+    // The link text given up by the next occurrence is warmed too: releasing it reads its
+    // reference count.
+    void prefetchOccurrence() const
+    {
+        m_onPage.prefetchNext();
+        __builtin_prefetch(reinterpret_cast<const char *>(m_linkText.constData()) - 1, 1);
+    }
     QString onPageUrlAt(qsizetype i) const;
     QString onPageNameAt(qsizetype i) const;
     QString onPageLinkTextAt(qsizetype i) const;

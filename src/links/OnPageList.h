@@ -46,6 +46,18 @@ public:
     void setTexts(const QStringList &list);
     void setNofollows(const QList<bool> &list);
 
+    // Asks the cache for the entry the next append writes and for the list's header, so that
+    // appends to many lists in a row do not wait for each one's memory in turn.
+    void prefetchNext() const
+    {
+        if (m_entries.isEmpty())
+            return;
+        // The list's header (its reference count is read on every write) sits just before
+        // its first entry.
+        __builtin_prefetch(reinterpret_cast<const char *>(m_entries.constData()) - 1, 1);
+        __builtin_prefetch(m_entries.constData() + m_urls, 1);
+    }
+
     bool containsUrl(const QString &url) const;
     bool containsName(const QString &name) const;
     void clear();

@@ -87,6 +87,40 @@ TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrenceUpToTheLimit)
     EXPECT_TRUE(logs.contains("*** attempt to add null link ***"));
 }
 
+TEST_F(HubTest, ALongPageKeepsEveryOccurrenceInPageOrder)
+{
+    // Enough links to span several of the reader's batches: each of 50 targets appears three
+    // times, the repeats far apart and every other one marked nofollow, so each occurrence must
+    // keep its own text and flag and each target one record, made at its first appearance.
+    settings("nofollowFlatColCheckbox=on");
+    pausedHub();
+    LinkCheckerUrl *p = addPage("http://site.test/long.html");
+    const int before = hub->recordCount();
+    QByteArray body;
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 50; ++i) {
+            const QByteArray n = QByteArray::number(i);
+            const QByteArray rel = (i + round) % 2 ? " rel=\"nofollow\"" : "";
+            body += "<a href=\"t" + n + ".html\"" + rel + ">text " + n + "/"
+                    + QByteArray::number(round) + "</a>\n";
+        }
+    }
+    read(p, page(body));
+    ASSERT_EQ(hub->recordCount(), before + 50);
+    for (int i = 0; i < 50; ++i) {
+        const QString n = QString::number(i);
+        LinkCheckerUrl *r = hub->recordAt(before + i);
+        ASSERT_EQ(r->getLinkUrl(), "http://site.test/t" + n + ".html");
+        EXPECT_EQ(r->getOnPageLinkTextArray(),
+                  (QStringList { "text " + n + "/0", "text " + n + "/1", "text " + n + "/2" }));
+        EXPECT_EQ(r->getLinkText(), "text " + n + "/2");
+        EXPECT_EQ(r->getNofollowArray(),
+                  (QList<bool> { i % 2 == 1, i % 2 == 0, i % 2 == 1 }))
+                << i;
+        EXPECT_EQ(r->getOnPageUrlArray(), QStringList(3, p->getActualLinkUrl()));
+    }
+}
+
 TEST_F(HubTest, NewLinksGetTheirScopeStatus)
 {
     // href, settings, the record expected (nullptr: none at all), its status, internal
