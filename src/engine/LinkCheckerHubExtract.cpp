@@ -302,8 +302,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         if (LinkCheckerUrl *known = knownRecord(entry)) {
             known->addOnPageUrl(actual);
             known->addOnPageName(pageTitle);
-            known->setLinkText(text);
-            known->addOnPageLinkText(text);
+            known->addLinkTextOccurrence(text);
             known->addNofollow(nofollow);
             known->setHeadContainsNoFollow(headNoFollow);
             if (known->getIsImage())

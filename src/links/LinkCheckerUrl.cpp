@@ -278,6 +278,13 @@ void LinkCheckerUrl::addOnPageLinkText(const QString &text)
     m_onPage.appendText(text);
 }
 
+void LinkCheckerUrl::addLinkTextOccurrence(const QString &text)
+{
+    if (text.isNull() || m_linkText.isNull() || m_linkText != text)
+        m_linkText = text;
+    addOnPageLinkText(m_linkText);
+}
+
 void LinkCheckerUrl::addNofollow(bool nofollow)
 {
     m_onPage.appendNofollow(nofollow);

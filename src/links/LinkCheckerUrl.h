@@ -101,6 +101,10 @@ public:
     void addOnPageUrl(const QString &page);
     void addOnPageName(const QString &name); // a null title is stored as "untitled"
     void addOnPageLinkText(const QString &text); // a null text is logged and stored as "no text"
+    // setLinkText(text) then addOnPageLinkText(text), except that a text equal to the current
+    // link text is stored as that string: a link in a site's menu or footer carries the same
+    // text on every page, and a large crawl would otherwise keep one copy per page.
+    void addLinkTextOccurrence(const QString &text);
     void addNofollow(bool nofollow);
     void addLinkedImage(LinkCheckerUrl *image); // not owned; nullptr ignored
     void setOnPageUrl(const QStringList &list);

@@ -198,6 +198,31 @@ TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
     EXPECT_TRUE(r.isOnPage(QStringLiteral("http://h/p")));
 }
 
+TEST(LinkRecordOnPage, RepeatedLinkTextIsStoredOnce)
+{
+    FakeOwner owner;
+    LinkCheckerUrl r(&owner);
+    test::LogCapture log;
+    // Separate but equal strings, as two pages' scans give them.
+    const QString first = QString::fromLatin1("Home");
+    const QString again = QString::fromLatin1("Home");
+    r.addLinkTextOccurrence(first);
+    r.addLinkTextOccurrence(again);
+    r.addLinkTextOccurrence(QStringLiteral("Start"));
+    r.addLinkTextOccurrence(QLatin1String(""));
+    r.addLinkTextOccurrence(QString());
+    r.addLinkTextOccurrence(QLatin1String(""));
+    EXPECT_EQ(r.getOnPageLinkTextArray(),
+              QStringList({ "Home", "Home", "Start", "", "no text", "" }));
+    EXPECT_EQ(r.getOnPageLinkTextArray().at(1).constData(), first.constData()); // shared
+    // The latest text wins, null and empty kept apart as setLinkText keeps them.
+    EXPECT_TRUE(r.getLinkText().isEmpty());
+    EXPECT_FALSE(r.getLinkText().isNull());
+    r.addLinkTextOccurrence(QString());
+    EXPECT_TRUE(r.getLinkText().isNull());
+    EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:")), 2);
+}
+
 TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
 {
     FakeOwner owner;
