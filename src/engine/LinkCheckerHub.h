@@ -335,8 +335,20 @@ private:
         QString key;
         LinkCheckerUrl *record = nullptr;
         quint64 lookupVersion = 0; // the record is valid while the registry is at this version
+
+        void clear() { *this = ResolvedHref(); }
     };
-    ResolvedHref resolveHref(const HrefResolver &resolver, const QString &href) const;
+    // One link read from a page, waiting in a batch to be registered (see readPage).
+    struct PendingHref
+    {
+        QString href;
+        QString text;
+        bool nofollow = false;
+        bool headNoFollow = false;
+        ResolvedHref resolved;
+    };
+    // Resolves href into entry, reusing the entry's string buffers where it can.
+    void resolveHref(const HrefResolver &resolver, const QString &href, ResolvedHref &entry) const;
     // The record registered for a resolved href, remembering it in the entry.
     LinkCheckerUrl *knownRecord(ResolvedHref &entry) const;
 
@@ -379,6 +391,9 @@ private:
     // Raised whenever a registry key changes its record, so remembered records are looked up
     // again.
     quint64 m_lookupVersion = 0;
+    // Batches readPage has finished with, kept so that their strings' buffers serve the next
+    // page; a read nested in another (a local file fetched at once) takes one of its own.
+    std::vector<std::vector<PendingHref>> m_spareBatches;
     // The page whose links are being registered, and its list in the by-page index.
     QString m_lastPage;
     QList<LinkCheckerUrl *> *m_lastPageLinks = nullptr;

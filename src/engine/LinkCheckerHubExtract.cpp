@@ -46,6 +46,21 @@ bool copyFolder(const QString &from, const QString &to)
     return true;
 }
 
+// Copies text into target, reusing target's own buffer when nothing else holds it, and keeps a
+// null text null. The copy leaves the source unshared, so that the scanner and the resolver,
+// which hand out their working buffers, can reuse them for the next link.
+void copyInto(QString &target, const QString &text)
+{
+    if (text.isNull()) {
+        target = QString();
+    } else if (target.isDetached() && !target.isNull()) {
+        target.resize(0);
+        target.append(text.constData(), text.size());
+    } else {
+        target = QString(text.constData(), text.size());
+    }
+}
+
 } // namespace
 
 // ---- Scope tests ---------------------------------------------------------------------------------
@@ -347,52 +362,58 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     // are rarely in the cache; looking up and prefetching a whole batch first lets those memory
     // reads overlap instead of each link waiting for its own. A lookup that found nothing is
     // repeated when its turn comes (an earlier link of the batch may have added the record), and
-    // a record found is used only while the registry has not changed its keys.
-    struct PendingHref
-    {
-        QString href;
-        QString text;
-        bool nofollow = false;
-        bool headNoFollow = false;
-        ResolvedHref resolved;
-    };
+    // a record found is used only while the registry has not changed its keys. The slots are
+    // kept from page to page, each reusing its strings' buffers.
     constexpr qsizetype BatchSize = 32;
     std::vector<PendingHref> batch;
-    batch.reserve(BatchSize);
+    if (!m_spareBatches.empty()) {
+        batch = std::move(m_spareBatches.back());
+        m_spareBatches.pop_back();
+    }
+    batch.resize(BatchSize);
     while (href) {
-        batch.clear();
+        qsizetype n = 0;
         do {
-            PendingHref &p = batch.emplace_back();
-            p.href = std::move(*href);
+            PendingHref &p = batch[n++];
+            copyInto(p.href, *href);
             p.text = std::move(linkText);
             p.nofollow = parser->lastLinkWasNofollow();
             p.headNoFollow = parser->getHeadContainsNoFollow();
             if (!p.href.isEmpty() && p.href != QLatin1String("#"))
-                p.resolved = resolveHref(resolver, p.href);
+                resolveHref(resolver, p.href, p.resolved);
+            else
+                p.resolved.clear();
             nextHref();
-        } while (href && qsizetype(batch.size()) < BatchSize);
-        for (PendingHref &p : batch)
-            knownRecord(p.resolved);
-        for (const PendingHref &p : batch) {
-            if (p.resolved.record)
-                p.resolved.record->prefetchOccurrence();
+        } while (href && n < BatchSize);
+        for (qsizetype i = 0; i < n; ++i)
+            knownRecord(batch[i].resolved);
+        for (qsizetype i = 0; i < n; ++i) {
+            if (const LinkCheckerUrl *record = batch[i].resolved.record)
+                record->prefetchOccurrence();
         }
-        for (PendingHref &p : batch)
+        for (qsizetype i = 0; i < n; ++i) {
+            PendingHref &p = batch[i];
             registerHref(p.href, p.text, p.nofollow, p.headNoFollow, p.resolved);
+        }
     }
+    m_spareBatches.push_back(std::move(batch));
     if (parser)
         parser->curlUpAndDie();
 }
 
-LinkCheckerHub::ResolvedHref LinkCheckerHub::resolveHref(const HrefResolver &resolver,
-                                                         const QString &href) const
+void LinkCheckerHub::resolveHref(const HrefResolver &resolver, const QString &href,
+                                 ResolvedHref &entry) const
 {
-    ResolvedHref entry;
-    if (const std::optional<QString> absolute = resolver.resolve(href)) {
-        entry.absolute = *absolute;
-        entry.key = CrawlScope::lookupKey(*absolute, shouldTrim(), shouldIgnoreSlash());
-    }
-    return entry;
+    // The key may share the previous absolute text; letting it go first frees that buffer.
+    entry.key = QString();
+    entry.record = nullptr;
+    entry.lookupVersion = 0;
+    if (const std::optional<QString> absolute = resolver.resolve(href))
+        copyInto(entry.absolute, *absolute);
+    else
+        entry.absolute = QString();
+    if (!entry.absolute.isNull())
+        entry.key = CrawlScope::lookupKey(entry.absolute, shouldTrim(), shouldIgnoreSlash());
 }
 
 LinkCheckerUrl *LinkCheckerHub::knownRecord(ResolvedHref &entry) const
