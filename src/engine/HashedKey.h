@@ -13,7 +13,11 @@ namespace orel {
 class HashedKey
 {
 public:
-    HashedKey(const QString &text) : m_text(text), m_hash(qHash(text, QHashSeed::globalSeed())) { }
+    HashedKey(const QString &text) : m_text(text), m_hash(hashOf(text)) { }
+    // With the hash already worked out by hashOf(text).
+    HashedKey(const QString &text, size_t hash) : m_text(text), m_hash(hash) { }
+
+    static size_t hashOf(const QString &text) { return qHash(text, QHashSeed::globalSeed()); }
 
     const QString &text() const { return m_text; }
     size_t hash() const { return m_hash; }

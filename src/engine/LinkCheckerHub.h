@@ -4,6 +4,7 @@
 #pragma once
 
 #include "engine/HashedKey.h"
+#include "engine/RegistryTable.h"
 #include "links/LinkOwner.h"
 #include "reports/bhDataSource.h"
 
@@ -333,6 +334,7 @@ private:
     {
         QString absolute;
         QString key;
+        size_t keyHash = 0; // of a non-empty key
         LinkCheckerUrl *record = nullptr;
         quint64 lookupVersion = 0; // the record is valid while the registry is at this version
 
@@ -385,7 +387,7 @@ private:
     QStringList m_soft404Array;
 
     // Created on first use and dropped by each new crawl; keys are shared by URLs and titles.
-    std::optional<QHash<HashedKey, LinkCheckerUrl *>> m_lookupDictionary;
+    std::optional<RegistryTable> m_lookupDictionary;
     std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
 
     // Raised whenever a registry key changes its record, so remembered records are looked up

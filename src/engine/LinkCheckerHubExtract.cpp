@@ -358,9 +358,9 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     };
 
     // Links are taken a batch at a time: the batch is read and resolved, then looked up, then
-    // registered in page order. On a large site the table entries and records a lookup reaches
-    // are rarely in the cache; looking up and prefetching a whole batch first lets those memory
-    // reads overlap instead of each link waiting for its own. A lookup that found nothing is
+    // registered in page order. On a large site the table slots, key texts and records a lookup
+    // reaches are rarely in the cache; prefetching them for a whole batch, one kind after the
+    // other, lets those memory reads overlap instead of each link waiting for its own. A lookup that found nothing is
     // repeated when its turn comes (an earlier link of the batch may have added the record), and
     // a record found is used only while the registry has not changed its keys. The slots are
     // kept from page to page, each reusing its strings' buffers.
@@ -385,6 +385,16 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                 p.resolved.clear();
             nextHref();
         } while (href && n < BatchSize);
+        if (m_lookupDictionary) {
+            for (qsizetype i = 0; i < n; ++i) {
+                if (!batch[i].resolved.key.isEmpty())
+                    m_lookupDictionary->prefetchSlot(batch[i].resolved.keyHash);
+            }
+            for (qsizetype i = 0; i < n; ++i) {
+                if (!batch[i].resolved.key.isEmpty())
+                    m_lookupDictionary->prefetchKeyText(batch[i].resolved.keyHash);
+            }
+        }
         for (qsizetype i = 0; i < n; ++i)
             knownRecord(batch[i].resolved);
         for (qsizetype i = 0; i < n; ++i) {
@@ -412,8 +422,10 @@ void LinkCheckerHub::resolveHref(const HrefResolver &resolver, const QString &hr
         copyInto(entry.absolute, *absolute);
     else
         entry.absolute = QString();
-    if (!entry.absolute.isNull())
+    if (!entry.absolute.isNull()) {
         entry.key = CrawlScope::lookupKey(entry.absolute, shouldTrim(), shouldIgnoreSlash());
+        entry.keyHash = entry.key.isEmpty() ? 0 : HashedKey::hashOf(entry.key);
+    }
 }
 
 LinkCheckerUrl *LinkCheckerHub::knownRecord(ResolvedHref &entry) const
@@ -422,7 +434,7 @@ LinkCheckerUrl *LinkCheckerHub::knownRecord(ResolvedHref &entry) const
         return entry.record;
     if (entry.key.isEmpty() || !m_lookupDictionary)
         return nullptr;
-    LinkCheckerUrl *found = m_lookupDictionary->value(entry.key, nullptr);
+    LinkCheckerUrl *found = m_lookupDictionary->value(HashedKey(entry.key, entry.keyHash));
     entry.record = found;
     entry.lookupVersion = m_lookupVersion;
     return found;

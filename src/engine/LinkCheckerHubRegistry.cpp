@@ -47,13 +47,9 @@ void LinkCheckerHub::addToLookup(LinkCheckerUrl *record, const QString &key)
         m_lookupDictionary.emplace();
         m_lookupDictionary->reserve(std::clamp(linksLimit(), 16, kMaxReserve));
     }
-    auto it = m_lookupDictionary->find(key);
-    if (it == m_lookupDictionary->end()) {
-        m_lookupDictionary->insert(key, record);
-    } else if (it.value() != record) {
-        it.value() = record;
+    LinkCheckerUrl *previous = m_lookupDictionary->insert(key, record);
+    if (previous && previous != record)
         ++m_lookupVersion; // a key now names another record
-    }
 }
 
 void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
@@ -80,7 +76,7 @@ LinkCheckerUrl *LinkCheckerHub::weHaveThisOneAlready(const QString &url,
     if (url.isEmpty() || !m_lookupDictionary)
         return nullptr;
     const QString key = CrawlScope::lookupKey(url, shouldTrim(), shouldIgnoreSlash());
-    LinkCheckerUrl *found = m_lookupDictionary->value(key, nullptr);
+    LinkCheckerUrl *found = m_lookupDictionary->value(key);
     return found == ignore ? nullptr : found;
 }
 
@@ -159,14 +155,8 @@ bool LinkCheckerHub::add(LinkCheckerUrl *record)
 
 void LinkCheckerHub::unregister(LinkCheckerUrl *record)
 {
-    if (m_lookupDictionary) {
-        for (auto it = m_lookupDictionary->begin(); it != m_lookupDictionary->end();) {
-            if (it.value() == record)
-                it = m_lookupDictionary->erase(it);
-            else
-                ++it;
-        }
-    }
+    if (m_lookupDictionary)
+        m_lookupDictionary->removeRecord(record);
     if (m_byPageDictionary) {
         for (const QString &page : record->getOnPageUrlArray()) {
             auto it = m_byPageDictionary->find(page);
