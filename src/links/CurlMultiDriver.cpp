@@ -211,15 +211,18 @@ void CurlMultiDriver::watch(int socket, int what)
 
 void CurlMultiDriver::unwatch(int socket)
 {
-    const Watch w = m_sockets.take(socket);
-    // libcurl closes the socket right after this; the number may be reused at once, so the old
-    // notifiers go quiet now and are deleted later (we may be inside one of their signals).
-    for (QSocketNotifier *n : { w.read, w.write }) {
-        if (n) {
+    // A keep-alive connection is let go after every transfer and taken up again by the next, so
+    // the notifiers stay with the socket number, disabled, instead of being made anew for each
+    // request. libcurl may close the socket right after this and the number may come back for
+    // another connection: a notifier watches a number, and is enabled again only when libcurl
+    // asks for that number again.
+    const auto it = m_sockets.find(socket);
+    if (it == m_sockets.end())
+        return;
+    it->what = CURL_POLL_REMOVE;
+    for (QSocketNotifier *n : { it->read, it->write }) {
+        if (n)
             n->setEnabled(false);
-            n->disconnect(this);
-            n->deleteLater();
-        }
     }
 }
 
@@ -258,7 +261,7 @@ void CurlMultiDriver::afterAction()
     for (void *easy : std::exchange(m_pendingStart, {}))
         curl_multi_add_handle(m_multi, easy);
     for (int socket : std::exchange(m_suppressed, {})) {
-        if (auto it = m_sockets.find(socket); it != m_sockets.end())
+        if (auto it = m_sockets.find(socket); it != m_sockets.end() && it->what != CURL_POLL_REMOVE)
             watch(socket, it->what);
     }
     int left = 0;
