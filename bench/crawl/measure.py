@@ -27,7 +27,6 @@ sys.path.insert(0, HERE)
 import gen_site  # noqa: E402
 
 WORK = os.path.join(ROOT, "build", "bench-crawl")
-last_cpu = None  # CPU seconds of the last command run_timed ran
 CLI = os.path.join(ROOT, "build", "release", "src", "cli", "orrelwick-cli")
 LINKINATOR = os.path.join(ROOT, "build", "bench-tools", "node_modules", ".bin", "linkinator")
 MISSING_RE = re.compile(r"/s\d+/missing-\d+-\d+\.html")
@@ -117,16 +116,10 @@ def run_timed(name, cmd, cap_s, cwd=None, env=None):
         rc = subprocess.call(full, stdout=out, stderr=err, cwd=cwd, env=env)
         wall = time.monotonic() - started
     rss = None
-    global last_cpu
-    last_cpu = None
     try:
         with open(tfile) as f:
-            text = f.read()
-        m = re.search(r"Maximum resident set size \(kbytes\): (\d+)", text)
-        rss = int(m.group(1)) if m else None
-        u = re.search(r"User time \(seconds\): ([\d.]+)", text)
-        k = re.search(r"System time \(seconds\): ([\d.]+)", text)
-        last_cpu = float(u.group(1)) + float(k.group(1)) if u and k else None
+            m = re.search(r"Maximum resident set size \(kbytes\): (\d+)", f.read())
+            rss = int(m.group(1)) if m else None
     except FileNotFoundError:
         pass
     with open(ofile, "rb") as f:
@@ -134,6 +127,18 @@ def run_timed(name, cmd, cap_s, cwd=None, env=None):
     with open(efile, "rb") as f:
         err_text = f.read().decode("utf-8", "replace")
     return rc, wall, rss, out_text, err_text
+
+
+def cpu_seconds(name):
+    """User plus system CPU seconds of the command run_timed last ran under this name."""
+    try:
+        with open(os.path.join(WORK, name + ".time")) as f:
+            text = f.read()
+    except FileNotFoundError:
+        return None
+    u = re.search(r"User time \(seconds\): ([\d.]+)", text)
+    k = re.search(r"System time \(seconds\): ([\d.]+)", text)
+    return float(u.group(1)) + float(k.group(1)) if u and k else None
 
 
 def fill(res, rc, wall, rss, cap_s):
@@ -161,7 +166,7 @@ def run_orrelwick(site, port, cap_s, threads):
     rc, wall, rss, out, err = run_timed("orrelwick-p%d" % site.pages, cmd, cap_s, env=env)
     server_after = server_cpu_seconds()
     fill(res, rc, wall, rss, cap_s)
-    res.cpu_s = last_cpu
+    res.cpu_s = cpu_seconds("orrelwick-p%d" % site.pages)
     if server_before is not None and server_after is not None:
         res.server_cpu_s = server_after - server_before
     if rc not in (0, 1, 124):
