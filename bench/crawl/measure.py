@@ -3,8 +3,10 @@
 
 Generates the site(s), starts the private nginx, runs every tool under /usr/bin/time -v with a
 time cap, checks each tool's findings against the planted broken links, measures the server's
-ceiling for the same URL list with wrk, prints a markdown table and writes it to
-build/bench-crawl/results.md. bench/crawl/run.sh installs the tools and builds the binary first.
+ceiling for the same URL list with wrk and the fetch floor (the same list fetched on one thread
+with nothing read, through orrelwick's connection layer and through bare libcurl), prints a
+markdown table and writes it to build/bench-crawl/results.md. bench/crawl/run.sh installs the
+tools and builds the binaries first.
 """
 
 import argparse
@@ -28,6 +30,7 @@ import gen_site  # noqa: E402
 
 WORK = os.path.join(ROOT, "build", "bench-crawl")
 CLI = os.path.join(ROOT, "build", "release", "src", "cli", "orrelwick-cli")
+FLOOR = os.path.join(ROOT, "build", "release", "bench", "crawl", "fetch_floor")
 LINKINATOR = os.path.join(ROOT, "build", "bench-tools", "node_modules", ".bin", "linkinator")
 MISSING_RE = re.compile(r"/s\d+/missing-\d+-\d+\.html")
 
@@ -332,11 +335,40 @@ def run_ceiling(site, port, seconds, conns):
             "command": " ".join(cmd).replace(ROOT + "/", "")}
 
 
+def run_floor(site, port, threads, via, repeat=3):
+    """Fetches the site's URL list with `threads` transfers in flight and reads nothing: through
+    orrelwick's own connection layer (via="orrelwick") or a bare libcurl loop (via="libcurl").
+    No crawl on one thread can beat this; returns the median run's figures, or None."""
+    if not os.access(FLOOR, os.X_OK):
+        return None
+    runs = []
+    for _ in range(repeat):
+        out = subprocess.run([FLOOR, "--via", via, "--slots", str(threads),
+                              "http://127.0.0.1:%d" % port, site.urls_file],
+                             capture_output=True, text=True).stdout
+        m = re.search(r"requests (\d+) failed (\d+) wall ([\d.]+) cpu ([\d.]+) req/s (\d+)", out)
+        if m:
+            runs.append({"requests": int(m.group(1)), "failed": int(m.group(2)),
+                         "wall": float(m.group(3)), "cpu": float(m.group(4)),
+                         "rps": float(m.group(5))})
+    if not runs:
+        return None
+    runs.sort(key=lambda r: r["wall"])
+    mid = dict(runs[len(runs) // 2])
+    mid["walls"] = [r["wall"] for r in runs]
+    mid["via"] = via
+    return mid
+
+
+FLOOR_LABEL = {"libcurl": "fetch floor: bare libcurl loop",
+               "orrelwick": "fetch floor: orrelwick connection layer"}
+
+
 def fmt(v, pattern="%.0f", none="-"):
     return none if v is None else pattern % v
 
 
-def table(results, ceilings):
+def table(results, ceilings, floors):
     lines = ["| Tool | Site pages | Result | Wall s | Pages/s | Links/s | Peak RSS MB | "
              "Broken found | Other bad | Load |",
              "|---|---:|---|---:|---:|---:|---:|---|---:|---:|"]
@@ -356,10 +388,16 @@ def table(results, ceilings):
         lines.append("| nginx ceiling (wrk, 16 conn., URL list) | %d | %s req/s, %s/s | - | %s | %s "
                      "| - | - | - | %.2f |" % (pages, fmt(c["rps"]), c["transfer"],
                                                fmt(c["pages_per_s"]), fmt(c["rps"]), c["load"]))
+    for f in floors:
+        lines.append("| %s (URL list, bodies dropped; median of %d: %s s) | %d | %d requests, %d failed "
+                     "| %.2f | - | %s | - | - | - | - |" % (
+                         FLOOR_LABEL[f["via"]], len(f["walls"]),
+                         ", ".join("%.2f" % w for w in f["walls"]), f["pages"], f["requests"],
+                         f["failed"], f["wall"], fmt(f["rps"])))
     return "\n".join(lines)
 
 
-def targets(results, ceilings, main_site):
+def targets(results, ceilings, main_site, floors=()):
     ours = [r for r in results if r.tool.startswith("orrelwick-cli") and r.site is main_site]
     if not ours:
         return []
@@ -392,6 +430,11 @@ def targets(results, ceilings, main_site):
         bound = cpu_bound(o, c["rps"])
         if bound:
             out.append("  " + bound)
+        for f in floors:
+            if f["pages"] == main_site.pages:
+                out.append("  %s, nothing read: %.2f s, %.0f req/s = %.0f%% of the ceiling "
+                           "(CPU %.2f s)" % (FLOOR_LABEL[f["via"]], f["wall"], f["rps"],
+                                             100 * f["rps"] / c["rps"], f["cpu"]))
     if o.rss_mb is not None:
         out.append("- peak RSS under 300 MB on the %d-page site: %s (%.0f MB)" % (
             main_site.pages, "MET" if o.rss_mb < 300 else "NOT MET", o.rss_mb))
@@ -439,6 +482,11 @@ def paired_rounds(site, port, rounds, cap_s, threads, tools, ceiling_seconds, se
         row["peers"] = peers
         done = [p for p in peers if p.finished and p.pages_per_s()]
         row["fastest"] = max(done, key=lambda p: p.pages_per_s()) if done else None
+        for via in ("orrelwick", "libcurl"):
+            if "floor" in tools:
+                idle()
+                f = run_floor(site, port, threads, via, repeat=1)
+                row["floor_" + via] = f["rps"] if f else None
         if "ceiling" in tools:
             idle()
         row["ceiling"] = (run_ceiling(site, port, ceiling_seconds, threads)["rps"]
@@ -459,7 +507,8 @@ def paired_rounds(site, port, rounds, cap_s, threads, tools, ceiling_seconds, se
 def paired_table(rows):
     peer_names = [p.tool for p in rows[0]["peers"]] if rows else []
     head = ["Round", "orrelwick-cli s", "pages/s", "links/s"] + ["%s s" % n for n in peer_names] + [
-        "fastest peer pages/s", "ratio", "ceiling req/s", "share of ceiling", "crawl CPU s",
+        "fastest peer pages/s", "ratio", "ceiling req/s", "share of ceiling",
+        "floor req/s (orrelwick layer / libcurl)", "crawl CPU s",
         "nginx CPU s", "found", "Load"]
     lines = ["| " + " | ".join(head) + " |", "|" + "---:|" * len(head)]
     for r in rows:
@@ -467,7 +516,9 @@ def paired_table(rows):
         cells = ["%d" % r["round"], "%.2f" % o.wall, fmt(o.pages_per_s()), fmt(o.links_per_s())]
         cells += ["%.1f" % p.wall if p.finished else "did not finish" for p in r["peers"]]
         cells += [fmt(f.pages_per_s()) if f else "-", fmt(r["ratio"], "%.2fx"), fmt(r["ceiling"]),
-                  fmt(r["share"] and 100 * r["share"], "%.0f%%"), fmt(o.cpu_s, "%.2f"),
+                  fmt(r["share"] and 100 * r["share"], "%.0f%%"),
+                  "%s / %s" % (fmt(r.get("floor_orrelwick")), fmt(r.get("floor_libcurl"))),
+                  fmt(o.cpu_s, "%.2f"),
                   fmt(o.server_cpu_s, "%.2f"), "%s/%d" % (fmt(o.found, "%d", "?"), len(o.site.broken)), "%.2f" % r["load"]]
         lines.append("| " + " | ".join(cells) + " |")
     return "\n".join(lines)
@@ -496,7 +547,7 @@ def main(argv=None):
     ap.add_argument("--cap", type=float, default=10, help="minutes each tool may run")
     ap.add_argument("--threads", type=int, default=16, help="fetches in flight for every tool")
     ap.add_argument("--ceiling-seconds", type=int, default=10)
-    ap.add_argument("--tools", default="orrelwick,ceiling,wget,linkinator,linkchecker",
+    ap.add_argument("--tools", default="orrelwick,ceiling,floor,wget,linkinator,linkchecker",
                     help="comma-separated subset to run")
     ap.add_argument("--small-linkinator", action="store_true",
                     help="run linkinator on the small site instead of the main one")
@@ -524,7 +575,7 @@ def main(argv=None):
 
     port = a.port or free_port()
     nginx = os.path.join(HERE, "nginx.sh")
-    results, ceilings = [], {}
+    results, ceilings, floors = [], {}, []
     started = datetime.datetime.now(datetime.timezone.utc)
 
     def serve(site):
@@ -565,6 +616,18 @@ def main(argv=None):
                       file=sys.stderr)
                 ceilings[site.pages] = run_ceiling(site, port, a.ceiling_seconds, a.threads)
                 print("   %s req/s" % fmt(ceilings[site.pages]["rps"]), file=sys.stderr)
+            if "floor" in tools and is_main:
+                for via in ("orrelwick", "libcurl"):
+                    print("== %s on %d pages (load %.2f)" % (FLOOR_LABEL[via], site.pages,
+                                                             loadavg()), file=sys.stderr)
+                    f = run_floor(site, port, a.threads, via)
+                    if f:
+                        f["pages"] = site.pages
+                        floors.append(f)
+                        print("   %.2f s, %.0f req/s" % (f["wall"], f["rps"]), file=sys.stderr)
+                    else:
+                        print("   %s is missing or failed: build it first" % FLOOR,
+                              file=sys.stderr)
             if a.profile and is_main and os.access(CLI, os.X_OK):
                 print("== profiling orrelwick-cli on %d pages" % site.pages, file=sys.stderr)
                 profile_orrelwick(site, port, a.threads)
@@ -591,8 +654,8 @@ def main(argv=None):
               started.strftime("%Y-%m-%d %H:%M"), os.uname().nodename, os.cpu_count(),
               main_site.pages, a.links, a.broken, len(main_site.broken),
               main_site.meta["html_bytes"] / 1e6, a.threads, a.cap), "",
-          table(results, ceilings), ""]
-    tg = targets(results, ceilings, main_site)
+          table(results, ceilings, floors), ""]
+    tg = targets(results, ceilings, main_site, floors)
     if tg:
         md += ["Targets:", ""] + tg + [""]
     if rounds:
@@ -621,7 +684,8 @@ def main(argv=None):
         f.write(text)
     with open(os.path.join(WORK, "results.json"), "w") as f:
         json.dump([{k: v for k, v in vars(r).items() if k != "site"} | {"site_pages": r.site.pages}
-                   for r in results] + [{"ceiling": ceilings}], f, indent=1, default=str)
+                   for r in results] + [{"ceiling": ceilings, "floors": floors}], f, indent=1,
+                  default=str)
     return 0
 
 

@@ -3,7 +3,7 @@
 # generates the site, serves it with a private nginx and measures orrelwick-cli, the server's
 # ceiling and the peers (bench/crawl/measure.py; results in build/bench-crawl/results.md).
 # Usage: bench/crawl/run.sh [--no-build] [--pages N] [--links N] [--broken F] [--cap MIN]
-#                           [--small-pages N] [--tools orrelwick,ceiling,wget,linkinator,linkchecker]
+#                           [--small-pages N] [--tools orrelwick,ceiling,floor,wget,linkinator,linkchecker]
 #                           [--profile] [--hold-lock]
 # --hold-lock keeps the shared build lock while measuring, so that no build of the shared tree
 # starts on the two cores in the middle of a measurement (others' builds wait a few minutes).
@@ -41,8 +41,8 @@ fi
 
 if [ "$build" = 1 ]; then
   flock /tmp/orrelwick-build.lock sh -c '
-    cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DORRELWICK_TESTS=OFF >/dev/null &&
-    cmake --build build/release --target orrelwick-cli -j2'
+    cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DORRELWICK_TESTS=OFF -DORRELWICK_BENCH=ON >/dev/null &&
+    cmake --build build/release --target orrelwick-cli fetch_floor -j2'
 fi
 
 if [ "$hold" = 1 ]; then
