@@ -49,6 +49,7 @@ public:
         : m_urls(urls)
         , m_slots(slots)
         , m_totals(totals)
+        , m_host(QUrl(urls.constFirst()).authority().toUtf8()) // every URL is on one host
     { }
 
     void begin()
@@ -105,7 +106,7 @@ private:
         request.timeoutSeconds = 30;
         request.setHeader("User-Agent", "fetch_floor");
         request.setHeader("Referer", m_urls.constFirst().toUtf8());
-        request.setHeader("Host", QUrl(request.url).authority().toUtf8());
+        request.setHeader("Host", m_host);
         new orel::myNSURLConnection(request, this, orel::CrawlFetch);
     }
 
@@ -113,6 +114,7 @@ private:
     qsizetype m_next = 0;
     int m_slots;
     Totals &m_totals;
+    QByteArray m_host;
 };
 
 size_t discard(char *, size_t size, size_t count, void *)
