@@ -72,6 +72,7 @@ void LinkCheckerUrl::releaseAll()
     m_redir = QByteArray();
     m_nsslinkUrl = m_nssredir = QString();
     m_status = m_linkText = m_linkPageTitle = QString();
+    m_linkTextIsLastOccurrence = false;
 }
 
 void LinkCheckerUrl::clearData()
@@ -269,6 +270,9 @@ void LinkCheckerUrl::addOnPageName(const QString &name)
 
 void LinkCheckerUrl::addOnPageLinkText(const QString &text)
 {
+    // The record's own link text stays what it was, not this occurrence's.
+    if (m_linkTextIsLastOccurrence)
+        setLinkText(getLinkText());
     if (text.isNull()) {
         log(QStringLiteral("null string submitted to url:%1").arg(getActualLinkUrl()));
         static const QString noText = QStringLiteral("no text");
@@ -280,9 +284,27 @@ void LinkCheckerUrl::addOnPageLinkText(const QString &text)
 
 void LinkCheckerUrl::addLinkTextOccurrence(const QString &text)
 {
-    if (text.isNull() || m_linkText.isNull() || m_linkText != text)
-        m_linkText = text;
-    addOnPageLinkText(m_linkText);
+    if (text.isNull()) {
+        setLinkText(text);
+        addOnPageLinkText(text);
+        return;
+    }
+    m_onPage.appendText(text);
+    if (!m_linkTextIsLastOccurrence) {
+        m_linkText = QString();
+        m_linkTextIsLastOccurrence = true;
+    }
+}
+
+QString LinkCheckerUrl::getLinkText() const
+{
+    return m_linkTextIsLastOccurrence ? m_onPage.textAt(m_onPage.textCount() - 1) : m_linkText;
+}
+
+void LinkCheckerUrl::setLinkText(const QString &text)
+{
+    m_linkText = text;
+    m_linkTextIsLastOccurrence = false;
 }
 
 void LinkCheckerUrl::addNofollow(bool nofollow)
@@ -309,6 +331,8 @@ void LinkCheckerUrl::setOnPageName(const QStringList &list)
 
 void LinkCheckerUrl::setOnPageLinkText(const QStringList &list)
 {
+    if (m_linkTextIsLastOccurrence)
+        setLinkText(getLinkText());
     m_onPage.setTexts(list);
 }
 
@@ -457,7 +481,7 @@ QString LinkCheckerUrl::getFieldByName(const QString &name) const
     if (is("onpageurltext"))
         return getOnPagesText();
     if (is("linktext"))
-        return m_linkText;
+        return getLinkText();
     if (is("linkpagetitle"))
         return m_linkPageTitle;
     if (is("linkurl"))

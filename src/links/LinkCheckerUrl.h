@@ -101,9 +101,8 @@ public:
     void addOnPageUrl(const QString &page);
     void addOnPageName(const QString &name); // a null title is stored as "untitled"
     void addOnPageLinkText(const QString &text); // a null text is logged and stored as "no text"
-    // setLinkText(text) then addOnPageLinkText(text), except that a text equal to the current
-    // link text is stored as that string: a link in a site's menu or footer carries the same
-    // text on every page, and a large crawl would otherwise keep one copy per page.
+    // setLinkText(text) then addOnPageLinkText(text). The record's link text is then read from
+    // its last occurrence instead of being kept a second time.
     void addLinkTextOccurrence(const QString &text);
     void addNofollow(bool nofollow);
     void addLinkedImage(LinkCheckerUrl *image); // not owned; nullptr ignored
@@ -122,13 +121,7 @@ public:
     // column's entry ("" past its end, false for the flag).
     qsizetype onPageCount() const { return m_onPage.urlCount(); }
     // Warms the cache for the next occurrence to be added (see OnPageList::prefetchNext).
-    // The link text given up by the next occurrence is warmed too: releasing it reads its
-    // reference count.
-    void prefetchOccurrence() const
-    {
-        m_onPage.prefetchNext();
-        __builtin_prefetch(reinterpret_cast<const char *>(m_linkText.constData()) - 1, 1);
-    }
+    void prefetchOccurrence() const { m_onPage.prefetchNext(); }
     QString onPageUrlAt(qsizetype i) const;
     QString onPageNameAt(qsizetype i) const;
     QString onPageLinkTextAt(qsizetype i) const;
@@ -166,9 +159,9 @@ public:
     QString getNofollow() const; // "No", "Yes", "mixed"
 
     // ---- Plain fields -------------------------------------------------------------------------
-    QString getLinkText() const { return m_linkText; }
-    QString getLinktext() const { return m_linkText; }
-    void setLinkText(const QString &text) { m_linkText = text; }
+    QString getLinkText() const;
+    QString getLinktext() const { return getLinkText(); }
+    void setLinkText(const QString &text);
     QString getLinkPageTitle() const { return m_linkPageTitle; }
     QString getLinkpagetitle() const { return m_linkPageTitle; }
     void setLinkPageTitle(const QString &title) { m_linkPageTitle = title; }
@@ -380,6 +373,7 @@ private:
     bool m_isInBadCollection = false;
     bool m_inProgress = false;
     bool m_hasHadSlashTrimmed = false;
+    bool m_linkTextIsLastOccurrence = false; // m_linkText unused: the last on-page text is it
     bool m_hasHadRedirSlashTrimmed = false;
     bool m_headContainsNoFollow = false;
     bool m_highlightCallback = false;

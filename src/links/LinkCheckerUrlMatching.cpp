@@ -133,7 +133,7 @@ bool LinkCheckerUrl::contains(const QString &text) const
 {
     return QString::fromUtf8(m_linkUrl).contains(text, Qt::CaseInsensitive)
         || QString::fromUtf8(m_redir).contains(text, Qt::CaseInsensitive)
-        || m_linkText.contains(text, Qt::CaseInsensitive)
+        || getLinkText().contains(text, Qt::CaseInsensitive)
         || m_status.contains(text, Qt::CaseInsensitive);
 }
 

@@ -15,6 +15,31 @@ OnPageList::Ref OnPageList::share(const QString &s, Ref &last)
     return last;
 }
 
+// Texts are appended to the current block until it is full; a text longer than a whole block
+// gets one of its own. A block lives as long as an entry refers to it.
+void OnPageList::setText(Entry &e, const QString &text)
+{
+    if (e.textBlock)
+        e.textBlock.reset();
+    e.textStart = 0;
+    e.textBits &= NofollowBit;
+    if (text.isNull())
+        return;
+    constexpr qsizetype BlockChars = 64 * 1024;
+    constexpr qsizetype LengthLimit = (qsizetype(1) << (32 - LengthShift)) - 1;
+    const qsizetype length = qMin(text.size(), LengthLimit);
+    static thread_local TextRef current;
+    if (!current || current->chars.capacity() - current->chars.size() < length) {
+        current = TextRef(new TextBlock);
+        current->chars.reserve(qMax(BlockChars, length));
+    }
+    QString &chars = current->chars;
+    e.textStart = quint32(chars.size());
+    chars.append(text.constData(), length);
+    e.textBits |= HasTextBit | (quint32(length) << LengthShift);
+    e.textBlock = current;
+}
+
 OnPageList::Entry &OnPageList::slot(qsizetype column)
 {
     if (column == m_entries.size())
@@ -44,13 +69,14 @@ void OnPageList::appendName(const QString &name)
 
 void OnPageList::appendText(const QString &text)
 {
-    slot(m_texts).text = text;
+    setText(slot(m_texts), text);
     ++m_texts;
 }
 
 void OnPageList::appendNofollow(bool nofollow)
 {
-    slot(m_nofollows).nofollow = nofollow;
+    quint32 &bits = slot(m_nofollows).textBits;
+    bits = nofollow ? bits | NofollowBit : bits & ~NofollowBit;
     ++m_nofollows;
 }
 
@@ -66,12 +92,19 @@ QString OnPageList::nameAt(qsizetype i) const
 
 QString OnPageList::textAt(qsizetype i) const
 {
-    return i >= 0 && i < m_texts ? m_entries[i].text : QString();
+    if (i < 0 || i >= m_texts)
+        return QString();
+    const Entry &e = m_entries[i];
+    if (!(e.textBits & HasTextBit))
+        return QString();
+    // Never null, also when empty: a block's data pointer is valid from its reservation on.
+    return QString(
+        e.textBlock->chars.constData() + e.textStart, qsizetype(e.textBits >> LengthShift));
 }
 
 bool OnPageList::nofollowAt(qsizetype i) const
 {
-    return i >= 0 && i < m_nofollows && m_entries[i].nofollow;
+    return i >= 0 && i < m_nofollows && (m_entries[i].textBits & NofollowBit);
 }
 
 QStringList OnPageList::sharedColumn(Ref Entry::*column, qsizetype count) const
@@ -137,7 +170,7 @@ void OnPageList::setNames(const QStringList &list)
 void OnPageList::setTexts(const QStringList &list)
 {
     for (Entry &e : m_entries)
-        e.text = QString();
+        setText(e, QString());
     m_texts = 0;
     for (const QString &s : list)
         appendText(s);
@@ -147,7 +180,7 @@ void OnPageList::setTexts(const QStringList &list)
 void OnPageList::setNofollows(const QList<bool> &list)
 {
     for (Entry &e : m_entries)
-        e.nofollow = false;
+        e.textBits &= ~NofollowBit;
     m_nofollows = 0;
     for (bool b : list)
         appendNofollow(b);

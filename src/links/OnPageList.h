@@ -10,11 +10,12 @@
 
 namespace orel {
 
-// A crawl stores close to a million occurrences, so they are packed: one array of 48-byte
+// A crawl stores close to a million occurrences, so they are packed: one array of 32-byte
 // entries per record instead of four lists. Page URLs and titles are the same for every link on
-// a page; each entry holds a counted reference to one shared copy. The link text is the string
-// the scanner made, shared with the record's own link text, so appending copies no characters
-// and touches only the entry.
+// a page; each entry holds a counted reference to one shared copy. Link texts are copied end to
+// end into large shared blocks, in the order they are read, instead of one string each; an
+// entry keeps its block, where its text starts and how long it is, and its nofollow flag in the
+// same word.
 //
 // The columns normally grow together but need not (a saved list may carry fewer titles than
 // pages); each has its own length and reads past it answer empty.
@@ -72,16 +73,30 @@ private:
     };
     using Ref = QExplicitlySharedDataPointer<Shared>;
 
+    struct TextBlock : QSharedData
+    {
+        QString chars; // reserved once, never moved
+    };
+    using TextRef = QExplicitlySharedDataPointer<TextBlock>;
+
+    // textBits: bit 0 the nofollow flag, bit 1 set when the entry has a (possibly empty) text,
+    // the rest the text's length in its block from textStart.
+    static constexpr quint32 NofollowBit = 1;
+    static constexpr quint32 HasTextBit = 2;
+    static constexpr int LengthShift = 2;
+
     struct Entry
     {
         Ref url;
         Ref name;
-        QString text;
-        bool nofollow = false;
+        TextRef textBlock;
+        quint32 textStart = 0;
+        quint32 textBits = 0;
     };
     friend class QTypeInfo<Entry>;
 
     static Ref share(const QString &s, Ref &last);
+    static void setText(Entry &e, const QString &text);
     Entry &slot(qsizetype column);
     void setShared(Ref Entry::*column, qsizetype &count, const QStringList &list);
     QStringList sharedColumn(Ref Entry::*column, qsizetype count) const;

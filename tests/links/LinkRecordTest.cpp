@@ -198,29 +198,40 @@ TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
     EXPECT_TRUE(r.isOnPage(QStringLiteral("http://h/p")));
 }
 
-TEST(LinkRecordOnPage, RepeatedLinkTextIsStoredOnce)
+TEST(LinkRecordOnPage, LinkTextFollowsTheLatestOccurrence)
 {
     FakeOwner owner;
     LinkCheckerUrl r(&owner);
     test::LogCapture log;
-    // Separate but equal strings, as two pages' scans give them.
-    const QString first = QString::fromLatin1("Home");
-    const QString again = QString::fromLatin1("Home");
-    r.addLinkTextOccurrence(first);
-    r.addLinkTextOccurrence(again);
+    r.addLinkTextOccurrence(QStringLiteral("Home"));
+    r.addLinkTextOccurrence(QStringLiteral("Home"));
     r.addLinkTextOccurrence(QStringLiteral("Start"));
+    EXPECT_EQ(r.getLinkText(), QStringLiteral("Start"));
     r.addLinkTextOccurrence(QLatin1String(""));
     r.addLinkTextOccurrence(QString());
     r.addLinkTextOccurrence(QLatin1String(""));
     EXPECT_EQ(r.getOnPageLinkTextArray(),
               QStringList({ "Home", "Home", "Start", "", "no text", "" }));
-    EXPECT_EQ(r.getOnPageLinkTextArray().at(1).constData(), first.constData()); // shared
     // The latest text wins, null and empty kept apart as setLinkText keeps them.
     EXPECT_TRUE(r.getLinkText().isEmpty());
     EXPECT_FALSE(r.getLinkText().isNull());
     r.addLinkTextOccurrence(QString());
     EXPECT_TRUE(r.getLinkText().isNull());
     EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:")), 2);
+
+    // Changing the on-page texts in other ways leaves the record's own text as it was.
+    r.addLinkTextOccurrence(QStringLiteral("Menu"));
+    r.addOnPageLinkText(QStringLiteral("other"));
+    EXPECT_EQ(r.getLinkText(), QStringLiteral("Menu"));
+    r.addLinkTextOccurrence(QStringLiteral("Last"));
+    r.setOnPageLinkText({ QStringLiteral("x") });
+    EXPECT_EQ(r.getLinkText(), QStringLiteral("Last"));
+    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "x" }));
+    r.setLinkText(QStringLiteral("Set"));
+    EXPECT_EQ(r.getLinkText(), QStringLiteral("Set"));
+    r.addLinkTextOccurrence(QStringLiteral("Again"));
+    EXPECT_EQ(r.getLinktext(), QStringLiteral("Again"));
+    EXPECT_TRUE(r.contains(QStringLiteral("aga")));
 }
 
 TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)

@@ -107,3 +107,39 @@ TEST(OnPageList, PageStringsAreSharedNotCopied)
     EXPECT_FALSE(a.urlAt(4).isNull());
     EXPECT_TRUE(a.urlAt(5).isNull());
 }
+
+// Link texts are copied into shared blocks: texts that fill one block spill into the next, a text
+// longer than a block gets its own, null stays apart from empty, and a copy of a list keeps
+// reading its texts after the original and every later append are gone.
+TEST(OnPageList, LinkTextsSurviveBlockBoundariesAndTheirLists)
+{
+    QStringList expected;
+    OnPageList copy;
+    {
+        OnPageList list;
+        for (int i = 0; i < 9000; ++i) {
+            // About 100,000 characters in all, more than one block holds.
+            const QString text = QStringLiteral("link text number %1").arg(i);
+            list.appendText(text);
+            expected.append(text);
+        }
+        const QString huge(70000, QLatin1Char('x'));
+        list.appendText(huge);
+        expected.append(huge);
+        list.appendText(QStringLiteral("after the long one"));
+        expected.append(QStringLiteral("after the long one"));
+        list.appendText(QString());
+        list.appendText(QLatin1String(""));
+        copy = list;
+        list.appendText(QStringLiteral("only in the original"));
+        EXPECT_EQ(list.textCount(), expected.size() + 3);
+    }
+    for (int i = 0; i < 500; ++i)
+        OnPageList().appendText(QStringLiteral("filler %1").arg(i));
+
+    ASSERT_EQ(copy.textCount(), expected.size() + 2);
+    EXPECT_EQ(copy.texts().mid(0, expected.size()), expected);
+    EXPECT_TRUE(copy.textAt(expected.size()).isNull());
+    EXPECT_FALSE(copy.textAt(expected.size() + 1).isNull());
+    EXPECT_TRUE(copy.textAt(expected.size() + 1).isEmpty());
+}
