@@ -629,7 +629,7 @@ QString OrelParser::readText()
         && (text[0] == QLatin1Char(' ') || text[0] == QLatin1Char('\r')
             || text[0] == QLatin1Char('\n') || text[0] == QLatin1Char('\t')))
         return QLatin1String("");
-    text = text.trimmed();
+    text = std::move(text).trimmed(); // in place: no second string
     unescapeEntities(text);
     return text;
 }
