@@ -245,7 +245,11 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     }
     if (page->isErrorPage() && !checkErrorPages())
         href.reset();
-    QString linkText = href ? parser->getData() : QString();
+    // The link text is read into this string and then swapped with the batch slot's, so that
+    // both buffers go round again instead of one string being made per link.
+    QString linkText;
+    if (href)
+        parser->getData(linkText);
     if (uniqueTitles && !page->getLinkPageTitle().isEmpty())
         addToLookup(page, page->getLinkPageTitle());
 
@@ -282,7 +286,8 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     auto nextHref = [&] {
         href.reset();
         href = parser->getNextHref(checkImages, trim);
-        linkText = href ? parser->getData() : QString();
+        if (href)
+            parser->getData(linkText);
     };
 
     // Registers one link of the page: a new record, or one more occurrence of a known one.
@@ -376,7 +381,7 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         do {
             PendingHref &p = batch[n++];
             copyInto(p.href, *href);
-            p.text = std::move(linkText);
+            std::swap(p.text, linkText);
             p.nofollow = parser->lastLinkWasNofollow();
             p.headNoFollow = parser->getHeadContainsNoFollow();
             if (!p.href.isEmpty() && p.href != QLatin1String("#"))

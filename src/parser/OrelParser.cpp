@@ -571,12 +571,20 @@ QString OrelParser::altText()
 
 QString OrelParser::getData()
 {
-    if (plaintextmode)
-        return QLatin1String("");
-    return readText();
+    QString text;
+    getData(text);
+    return text;
 }
 
-QString OrelParser::readText()
+void OrelParser::getData(QString &text)
+{
+    if (plaintextmode)
+        text = QLatin1String("");
+    else
+        readText(text);
+}
+
+void OrelParser::readText(QString &text)
 {
     TextRun run;
     auto addAlt = [&] {
@@ -622,16 +630,24 @@ QString OrelParser::readText()
     int n = run.n;
     if (const void *zero = std::memchr(run.buf.data(), 0, static_cast<size_t>(n)))
         n = static_cast<int>(static_cast<const char *>(zero) - run.buf.data());
-    if (n == 0)
-        return QLatin1String("");
-    QString text = parsertext::decode(run.buf.data(), n, nullptr);
+    if (n == 0) {
+        text = QLatin1String("");
+        return;
+    }
+    const char *data = run.buf.data();
+    // ASCII, nearly every link text, goes into the string's own buffer; the rest is decoded.
+    if (std::all_of(data, data + n, [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        text = QLatin1StringView(data, n);
+    else
+        text = parsertext::decode(data, n, nullptr);
     if (text.size() == 1
         && (text[0] == QLatin1Char(' ') || text[0] == QLatin1Char('\r')
-            || text[0] == QLatin1Char('\n') || text[0] == QLatin1Char('\t')))
-        return QLatin1String("");
+            || text[0] == QLatin1Char('\n') || text[0] == QLatin1Char('\t'))) {
+        text = QLatin1String("");
+        return;
+    }
     text = std::move(text).trimmed(); // in place: no second string
     unescapeEntities(text);
-    return text;
 }
 
 bool OrelParser::readTagBytes(bool alreadyInside, TagBytes &tag)
@@ -726,7 +742,7 @@ std::unique_ptr<OrelDbItem> OrelParser::getItem()
             return nullptr;
         if (indent >= 4) {
             // Element text is read even though a file parser is in plain-text mode.
-            content = readText();
+            readText(content);
             if (content.isEmpty())
                 return nullptr;
             auto item = std::make_unique<OrelDbItem>();

@@ -83,6 +83,9 @@ public:
     // Text that follows the cursor (link text, element content), or "[img src]" plus the alt
     // text after an image. Cut at 1,500 bytes; trimmed; entities replaced.
     QString getData();
+    // The same into `text`, reusing its buffer when it has one of its own (a page's links are
+    // read one after another into the same few strings).
+    void getData(QString &text);
     // Replaces &quot; &amp; &apos; &lt; &gt; (any case) in that order, so "&amp;lt;" becomes "<".
     static void unescapeEntities(QString &text);
 
@@ -151,7 +154,7 @@ private:
     void readToEndOfTag();
     std::optional<QString> findTagHref(bool (OrelParser::*recogniser)());
     QString altText();
-    QString readText();
+    void readText(QString &text);
     // The bytes of one tag, before they become a string.
     struct TagBytes
     {

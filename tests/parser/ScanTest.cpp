@@ -110,6 +110,21 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
     EXPECT_EQ(p->getData(), QString(1500, QLatin1Char('w')));
     EXPECT_EQ(p->getNextHref(false, false), QStringLiteral("y"));
     EXPECT_EQ(p->getData(), QStringLiteral("Y"));
+
+    // A crawl reads every text of a page into the same string: each comes out whole whatever
+    // the string held before, and a copy that shared its buffer keeps its own text.
+    auto q = scan("<a href=a>  long first text  </a><a href=b>caf\xe9</a><a href=c></a>"
+                  "<a href=d>&amp;lt;x</a><a href=e> </a><a href=f>Y</a>");
+    QString reused = QStringLiteral("an earlier link text, longer than any of those below");
+    const QString copy = reused;
+    QStringList texts;
+    while (q->getNextHref(false, false)) {
+        q->getData(reused);
+        EXPECT_FALSE(reused.isNull());
+        texts << QString(reused.constData(), reused.size()); // a copy: the buffer stays unshared
+    }
+    EXPECT_EQ(texts, QStringList({ "long first text", "caf\u00e9", "", "<x", "", "Y" }));
+    EXPECT_EQ(copy, QStringLiteral("an earlier link text, longer than any of those below"));
 }
 
 TEST(ParserScan, TagReaderMarksClosingTagsAndCutsAt1000Bytes)
