@@ -55,16 +55,11 @@ size_t appendBody(char *ptr, size_t size, size_t nmemb, void *userdata)
 
 namespace parsertext {
 
-QString decode(const char *text, qsizetype n, bool *ok)
+// Text with bytes beyond ASCII (or none): each encoding in turn.
+static QString decodeNonAscii(const char *text, qsizetype n, bool *ok)
 {
     if (ok)
         *ok = true;
-    // Plain ASCII reads the same in every encoding tried below.
-    qsizetype i = 0;
-    while (i < n && static_cast<unsigned char>(text[i]) < 0x80)
-        ++i;
-    if (n > 0 && i == n)
-        return QString::fromLatin1(text, n);
     {
         QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
         QString s = utf8.decode(QByteArrayView(text, n));
@@ -94,6 +89,28 @@ QString decode(const char *text, qsizetype n, bool *ok)
     if (ok)
         *ok = false;
     return QString();
+}
+
+QString decode(const char *text, qsizetype n, bool *ok)
+{
+    QString s;
+    decode(text, n, s, ok);
+    return s;
+}
+
+void decode(const char *text, qsizetype n, QString &into, bool *ok)
+{
+    // Plain ASCII reads the same in every encoding tried below.
+    qsizetype i = 0;
+    while (i < n && static_cast<unsigned char>(text[i]) < 0x80)
+        ++i;
+    if (n > 0 && i == n) {
+        if (ok)
+            *ok = true;
+        into = QLatin1StringView(text, n);
+        return;
+    }
+    into = decodeNonAscii(text, n, ok);
 }
 
 QString urlString(const char *text, qsizetype n)
@@ -634,12 +651,7 @@ void OrelParser::readText(QString &text)
         text = QLatin1String("");
         return;
     }
-    const char *data = run.buf.data();
-    // ASCII, nearly every link text, goes into the string's own buffer; the rest is decoded.
-    if (std::all_of(data, data + n, [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
-        text = QLatin1StringView(data, n);
-    else
-        text = parsertext::decode(data, n, nullptr);
+    parsertext::decode(run.buf.data(), n, text, nullptr);
     if (text.size() == 1
         && (text[0] == QLatin1Char(' ') || text[0] == QLatin1Char('\r')
             || text[0] == QLatin1Char('\n') || text[0] == QLatin1Char('\t'))) {
