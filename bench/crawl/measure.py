@@ -341,11 +341,10 @@ def run_floor(site, port, threads, via, repeat=3):
     No crawl on one thread can beat this; returns the median run's figures, or None."""
     if not os.access(FLOOR, os.X_OK):
         return None
+    # The heap settings orrelwick-cli gives itself for a crawl, for both loops alike.
+    env = dict(os.environ, GLIBC_TUNABLES="glibc.malloc.hugetlb=1:glibc.malloc.tcache_count=1000")
     runs = []
     for _ in range(repeat):
-        # The heap settings orrelwick-cli gives itself for a crawl, for both loops alike.
-        env = dict(os.environ,
-                   GLIBC_TUNABLES="glibc.malloc.hugetlb=1:glibc.malloc.tcache_count=1000")
         out = subprocess.run([FLOOR, "--via", via, "--slots", str(threads),
                               "http://127.0.0.1:%d" % port, site.urls_file],
                              capture_output=True, text=True, env=env).stdout
@@ -485,8 +484,8 @@ def paired_rounds(site, port, rounds, cap_s, threads, tools, ceiling_seconds, se
         row["peers"] = peers
         done = [p for p in peers if p.finished and p.pages_per_s()]
         row["fastest"] = max(done, key=lambda p: p.pages_per_s()) if done else None
-        for via in ("orrelwick", "libcurl"):
-            if "floor" in tools:
+        if "floor" in tools:
+            for via in ("orrelwick", "libcurl"):
                 idle()
                 f = run_floor(site, port, threads, via, repeat=1)
                 row["floor_" + via] = f["rps"] if f else None
