@@ -365,10 +365,10 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     // Links are taken a batch at a time: the batch is read and resolved, then looked up, then
     // registered in page order. On a large site the table slots, key texts and records a lookup
     // reaches are rarely in the cache; prefetching them for a whole batch, one kind after the
-    // other, lets those memory reads overlap instead of each link waiting for its own. A lookup that found nothing is
-    // repeated when its turn comes (an earlier link of the batch may have added the record), and
-    // a record found is used only while the registry has not changed its keys. The slots are
-    // kept from page to page, each reusing its strings' buffers.
+    // other, lets those memory reads overlap instead of each link waiting for its own. A lookup
+    // that found nothing is repeated when its turn comes (an earlier link of the batch may have
+    // added the record), and a record found is used only while the registry has not changed its
+    // keys. The slots are kept from page to page, each reusing its strings' buffers.
     constexpr qsizetype BatchSize = 32;
     std::vector<PendingHref> batch;
     if (!m_spareBatches.empty()) {
