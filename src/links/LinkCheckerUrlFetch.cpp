@@ -14,7 +14,6 @@
 #include "links/ReasonPhrase.h"
 #include "links/myNSURLConnection.h"
 
-
 #include <new>
 
 namespace orel {

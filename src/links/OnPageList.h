@@ -111,7 +111,7 @@ private:
 
 } // namespace orel
 
-// The entries hold only counted pointers, a string and a flag, so moving one is a plain byte copy.
+// The entries hold only counted pointers and integers, so moving one is a plain byte copy.
 template <>
 class QTypeInfo<orel::OnPageList::Entry> : public QTypeInfoMerger<orel::OnPageList::Entry, int>
 {
