@@ -6,6 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 tools/setup.sh
+tools/check-format.sh
 
 build=build/test
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORRELWICK_SANITIZE=ON >/dev/null

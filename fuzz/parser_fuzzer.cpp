@@ -15,7 +15,8 @@ using orel::OrelParser;
 namespace {
 
 // Each reader moves the cursor forward, so no loop may run more often than there are bytes.
-template <typename Step> void drain(qsizetype bound, Step step)
+template<typename Step>
+void drain(qsizetype bound, Step step)
 {
     qsizetype rounds = 0;
     while (step()) {
@@ -31,8 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *input, size_t size)
     if (size == 0)
         return 0;
     const uint8_t flags = input[0];
-    const QByteArray page(
-        reinterpret_cast<const char *>(input + 1), static_cast<qsizetype>(size - 1));
+    const QByteArray page(reinterpret_cast<const char *>(input + 1),
+                          static_cast<qsizetype>(size - 1));
     const bool checkNoIndex = flags & 1;
     const bool checkNofollow = flags & 2;
     const bool images = flags & 4;
@@ -42,8 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *input, size_t size)
     const bool highlight = flags & 128;
     const qsizetype bound = page.size();
 
-    auto p = OrelParser::initWithData(
-        page, QStringLiteral("fuzz"), true, false, checkNoIndex, checkNofollow);
+    auto p = OrelParser::initWithData(page, QStringLiteral("fuzz"), true, false, checkNoIndex,
+                                      checkNofollow);
     if (!p)
         return 0;
     p->setWordCounting(counting);
@@ -53,9 +54,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *input, size_t size)
         p->setXMLMode();
 
     if (highlight) {
-        const auto out = p->highlightBadink(QStringLiteral("http://fuzz.example/a"),
-            OrelParser::backgroundStyle(1, 0, 0), QStringLiteral("http://fuzz.example/"), mode == 3,
-            trim);
+        const auto out = p->highlightBadink(
+                QStringLiteral("http://fuzz.example/a"), OrelParser::backgroundStyle(1, 0, 0),
+                QStringLiteral("http://fuzz.example/"), mode == 3, trim);
         if (out && out->size() < page.size())
             __builtin_trap(); // highlighting only ever inserts
         return 0;

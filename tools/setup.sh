@@ -7,7 +7,7 @@ packages=(
   cmake ninja-build g++ ccache pkg-config
   qt6-base-dev libcurl4-openssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  clang libclang-rt-14-dev libxml2-dev
+  clang clang-format libclang-rt-14-dev libxml2-dev
   python3 openssl nginx-light
   "$@"
 )

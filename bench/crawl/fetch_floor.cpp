@@ -46,10 +46,10 @@ class Fetcher : public orel::ConnectionDelegate
 {
 public:
     Fetcher(const QStringList &urls, int slots, Totals &totals)
-        : m_urls(urls)
-        , m_slots(slots)
-        , m_totals(totals)
-        , m_host(QUrl(urls.constFirst()).authority().toUtf8()) // every URL is on one host
+        : m_urls(urls),
+          m_slots(slots),
+          m_totals(totals),
+          m_host(QUrl(urls.constFirst()).authority().toUtf8()) // every URL is on one host
     { }
 
     void begin()
@@ -58,21 +58,20 @@ public:
             startNext();
     }
 
-    std::optional<orel::UrlRequest> willSendRequest(
-        orel::myNSURLConnection *, const orel::UrlRequest &proposed,
-        const orel::UrlResponse *redirect) override
+    std::optional<orel::UrlRequest> willSendRequest(orel::myNSURLConnection *,
+                                                    const orel::UrlRequest &proposed,
+                                                    const orel::UrlResponse *redirect) override
     {
         if (redirect)
             return std::nullopt; // the generated site has none; a redirect would be a fault
         return proposed;
     }
-    bool canAuthenticateAgainstProtectionSpace(
-        orel::myNSURLConnection *, orel::AuthMethod) override
+    bool canAuthenticateAgainstProtectionSpace(orel::myNSURLConnection *, orel::AuthMethod) override
     {
         return false;
     }
-    void didReceiveAuthenticationChallenge(
-        orel::myNSURLConnection *, orel::AuthChallenge &challenge) override
+    void didReceiveAuthenticationChallenge(orel::myNSURLConnection *,
+                                           orel::AuthChallenge &challenge) override
     {
         challenge.cancel();
     }
@@ -91,7 +90,7 @@ private:
         m_totals.failed += failed ? 1 : 0;
         // A crawl starts its next fetch from a queued call after reading the page; so does this.
         QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [this] { startNext(); }, Qt::QueuedConnection);
+                QCoreApplication::instance(), [this] { startNext(); }, Qt::QueuedConnection);
     }
 
     void startNext()
@@ -174,7 +173,7 @@ void fetchWithLibcurl(const QStringList &urls, int slots, Totals &totals)
 int usage()
 {
     std::fputs("usage: fetch_floor --via orrelwick|libcurl [--slots N] BASE_URL URL_LIST\n",
-        stderr);
+               stderr);
     return 2;
 }
 
@@ -228,12 +227,12 @@ int main(int argc, char *argv[])
     } else {
         Fetcher fetcher(urls, slots, totals);
         QMetaObject::invokeMethod(
-            &app, [&fetcher] { fetcher.begin(); }, Qt::QueuedConnection);
+                &app, [&fetcher] { fetcher.begin(); }, Qt::QueuedConnection);
         app.exec();
     }
     const double wall = double(clock.nsecsElapsed()) / 1e9;
     const double cpu = cpuSeconds() - cpuBefore;
-    std::printf("requests %d failed %d wall %.3f cpu %.3f req/s %.0f\n", totals.done,
-        totals.failed, wall, cpu, totals.done / wall);
+    std::printf("requests %d failed %d wall %.3f cpu %.3f req/s %.0f\n", totals.done, totals.failed,
+                wall, cpu, totals.done / wall);
     return totals.failed == 0 ? 0 : 1;
 }

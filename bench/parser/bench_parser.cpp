@@ -37,10 +37,12 @@ public:
 private:
     static QByteArray words(std::mt19937 &rng, int n)
     {
-        static const char *const vocabulary[] = { "the", "garden", "river", "of", "and", "season",
-            "a", "quietly", "market", "stone", "bridge", "to", "with", "morning", "council",
-            "library", "&amp;", "reports", "walking", "north", "its", "caf\xc3\xa9", "history",
-            "in", "light", "harbour", "for", "new" };
+        static const char *const vocabulary[] = {
+            "the",         "garden",  "river", "of",      "and",     "season", "a",
+            "quietly",     "market",  "stone", "bridge",  "to",      "with",   "morning",
+            "council",     "library", "&amp;", "reports", "walking", "north",  "its",
+            "caf\xc3\xa9", "history", "in",    "light",   "harbour", "for",    "new"
+        };
         std::uniform_int_distribution<int> pick(0, int(std::size(vocabulary)) - 1);
         QByteArray out;
         for (int i = 0; i < n; ++i) {
@@ -64,7 +66,7 @@ private:
         p += "<meta property=\"og:title\" content=\"" + words(rng, 5) + "\">\n";
         for (int i = 0; i < 4; ++i)
             p += "<link rel=\"stylesheet\" href=\"/static/css/site-" + QByteArray::number(i)
-                + ".css?v=3\">\n";
+                    + ".css?v=3\">\n";
         p += "<link rel=\"canonical\" href=\"https://www.example.org/section/page-" + n + "\">\n";
         p += "<script>\nwindow.dataLayer = window.dataLayer || [];\nfunction gtag(){"
              "dataLayer.push(arguments);}\nfor (var i = 0; i < 10; i++) { if (i<3 && i>0) "
@@ -75,29 +77,29 @@ private:
              "width=\"120\" height=\"40\"></a>\n<nav>\n<ul class=\"menu\">\n";
         for (int i = 0; i < 30; ++i)
             p += "<li class=\"menu-item\"><a href=\"/section/" + QByteArray::number(i)
-                + "/\" title=\"" + words(rng, 2) + "\">" + words(rng, 2) + "</a></li>\n";
+                    + "/\" title=\"" + words(rng, 2) + "\">" + words(rng, 2) + "</a></li>\n";
         p += "</ul>\n</nav>\n</header>\n<main>\n";
         for (int s = 0; s < 40; ++s) {
             p += "<section class=\"block\">\n<h2 id=\"s" + QByteArray::number(s) + "\">"
-                + words(rng, 4) + "</h2>\n";
+                    + words(rng, 4) + "</h2>\n";
             for (int para = 0; para < 3; ++para) {
                 p += "<p>" + words(rng, small(rng) * 3);
                 if (coin(rng) == 0)
                     p += " <a href=\"https://other.example.com/articles/" + QByteArray::number(s)
-                        + "-" + QByteArray::number(para) + ".html\" rel=\"nofollow\">"
-                        + words(rng, 3) + "</a>";
+                            + "-" + QByteArray::number(para) + ".html\" rel=\"nofollow\">"
+                            + words(rng, 3) + "</a>";
                 p += " <em>" + words(rng, 2) + "</em> <strong>" + words(rng, 2) + "</strong> "
-                    + words(rng, small(rng) * 2) + ".</p>\n";
+                        + words(rng, small(rng) * 2) + ".</p>\n";
             }
             if (coin(rng) == 1)
                 p += "<figure><img src=\"/media/photo-" + QByteArray::number(s) + ".jpg\" alt=\""
-                    + words(rng, 3) + "\" loading=\"lazy\"><figcaption>" + words(rng, 5)
-                    + "</figcaption></figure>\n";
+                        + words(rng, 3) + "\" loading=\"lazy\"><figcaption>" + words(rng, 5)
+                        + "</figcaption></figure>\n";
             if (coin(rng) == 2) {
                 p += "<table class=\"data\">\n<tr><th>Name</th><th>Value</th></tr>\n";
                 for (int r = 0; r < 6; ++r)
                     p += "<tr><td>" + words(rng, 2) + "</td><td>" + QByteArray::number(r * 17 + s)
-                        + "</td></tr>\n";
+                            + "</td></tr>\n";
                 p += "</table>\n";
             }
             p += "</section>\n";
@@ -105,7 +107,7 @@ private:
         p += "</main>\n<!-- footer -->\n<footer>\n<div class=\"cols\">\n";
         for (int i = 0; i < 24; ++i)
             p += "<a href=\"/about/" + words(rng, 1) + "-" + QByteArray::number(i) + ".html\">"
-                + words(rng, 2) + "</a> |\n";
+                    + words(rng, 2) + "</a> |\n";
         p += "</div>\n<p>&copy; 2026 " + words(rng, 3) + "</p>\n</footer>\n</body>\n</html>\n";
         return p;
     }
@@ -134,8 +136,8 @@ void BM_ScannerLinkPass(benchmark::State &state)
         }
     }
     state.SetBytesProcessed(state.iterations() * c.totalBytes);
-    state.counters["links/page"]
-        = double(links) / double(state.iterations()) / double(c.pages.size());
+    state.counters["links/page"] =
+            double(links) / double(state.iterations()) / double(c.pages.size());
 }
 BENCHMARK(BM_ScannerLinkPass)->Unit(benchmark::kMillisecond);
 
@@ -174,14 +176,15 @@ void BM_Libxml2HtmlLinks(benchmark::State &state)
     for (auto _ : state) {
         for (const QByteArray &page : c.pages) {
             htmlDocPtr doc = htmlReadMemory(page.constData(), int(page.size()), nullptr, "utf-8",
-                HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
+                                            HTML_PARSE_RECOVER | HTML_PARSE_NOERROR
+                                                    | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
             collectLinks(xmlDocGetRootElement(doc), links);
             xmlFreeDoc(doc);
         }
     }
     state.SetBytesProcessed(state.iterations() * c.totalBytes);
-    state.counters["links/page"]
-        = double(links) / double(state.iterations()) / double(c.pages.size());
+    state.counters["links/page"] =
+            double(links) / double(state.iterations()) / double(c.pages.size());
 }
 BENCHMARK(BM_Libxml2HtmlLinks)->Unit(benchmark::kMillisecond);
 

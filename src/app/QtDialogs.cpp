@@ -24,10 +24,10 @@ int QtDialogs::alert(const QString &title, const QString &text, const QStringLis
     box.setText(title);
     box.setInformativeText(text);
     QList<QAbstractButton *> added;
-    const QStringList labels = buttons.isEmpty() ? QStringList{QStringLiteral("OK")} : buttons;
+    const QStringList labels = buttons.isEmpty() ? QStringList { QStringLiteral("OK") } : buttons;
     for (int i = 0; i < labels.size(); ++i) {
-        QPushButton *b = box.addButton(labels.at(i), i == 0 ? QMessageBox::AcceptRole
-                                                            : QMessageBox::RejectRole);
+        QPushButton *b = box.addButton(labels.at(i),
+                                       i == 0 ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
         added.append(b);
         if (i == 0)
             box.setDefaultButton(b);
@@ -42,8 +42,7 @@ std::optional<QString> QtDialogs::savePanel(const QString &fileType, const QStri
 {
     const QString folder = startFolder.isEmpty() ? QDir::homePath() : startFolder;
     const QString start = startName.isEmpty() ? folder : folder + QLatin1Char('/') + startName;
-    const QString filter = fileType.isEmpty() ? QString()
-                                              : QStringLiteral("*.%1").arg(fileType);
+    const QString filter = fileType.isEmpty() ? QString() : QStringLiteral("*.%1").arg(fileType);
     QString path = QFileDialog::getSaveFileName(m_window, QString(), start, filter);
     if (path.isEmpty())
         return std::nullopt;

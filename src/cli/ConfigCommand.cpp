@@ -54,8 +54,8 @@ int show(OrelConfigManager &manager, const QString &name)
     if (const int rc = findRow(manager, name, &row))
         return rc;
     QString error;
-    const std::optional<QVariant> stored
-        = Plist::readFile(OrelConfigManager::pathForFilename(manager.fileNameAt(row)), &error);
+    const std::optional<QVariant> stored =
+            Plist::readFile(OrelConfigManager::pathForFilename(manager.fileNameAt(row)), &error);
     if (!stored)
         return fail(error);
 
@@ -137,8 +137,8 @@ int runConfigCommand(const QStringList &args)
             return fail(QStringLiteral("config import needs exactly one FILE.lcsettings"));
         return importConfig(manager, rest.first());
     }
-    return fail(
-        QStringLiteral("unknown config command \"%1\" (try orrelwick-cli --help)").arg(command));
+    return fail(QStringLiteral("unknown config command \"%1\" (try orrelwick-cli --help)")
+                        .arg(command));
 }
 
 } // namespace orel::cli

@@ -93,8 +93,9 @@ QString parse(const QStringList &args, Options &o)
                 for (const QString &c : o.columns) {
                     if (LinkCheckerHub::flatColumnTitle(c).isNull())
                         return QStringLiteral("unknown column \"%1\" (known: %2)")
-                                .arg(c, LinkCheckerHub::flatColumnIdentifiers().join(
-                                                QLatin1Char(',')));
+                                .arg(c,
+                                     LinkCheckerHub::flatColumnIdentifiers().join(
+                                             QLatin1Char(',')));
                 }
             }
         } else if (a == QLatin1String("--bad-only")) {
@@ -274,8 +275,8 @@ int runCrawlCommand(const QStringList &args)
             const double seconds = std::max(0.001, clock.elapsed() / 1000.0);
             QTextStream(stderr) << "\r\033[K" << hub.getNumberDone() << " checked, "
                                 << hub.recordCount() << " found, " << hub.getBadCollectionCount()
-                                << " bad, " << qRound(hub.getNumberDone() / seconds)
-                                << " links/s" << Qt::flush;
+                                << " bad, " << qRound(hub.getNumberDone() / seconds) << " links/s"
+                                << Qt::flush;
         });
         progressTimer.start();
     }

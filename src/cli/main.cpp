@@ -63,7 +63,8 @@ int main(int argc, char *argv[])
 
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();
-    if (args.isEmpty() || args.first() == QLatin1String("--help") || args.first() == QLatin1String("-h")) {
+    if (args.isEmpty() || args.first() == QLatin1String("--help")
+        || args.first() == QLatin1String("-h")) {
         QTextStream(args.isEmpty() ? stderr : stdout) << orel::cli::usage();
         return args.isEmpty() ? 2 : 0;
     }

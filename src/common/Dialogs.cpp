@@ -23,7 +23,7 @@ void Dialogs::install(Dialogs *dialogs)
 
 int ScriptedDialogs::alert(const QString &title, const QString &text, const QStringList &buttons)
 {
-    calls.append({QStringLiteral("alert"), title, text, buttons});
+    calls.append({ QStringLiteral("alert"), title, text, buttons });
     return alertAnswers.isEmpty() ? 0 : alertAnswers.dequeue();
 }
 
@@ -36,26 +36,26 @@ std::optional<QString> ScriptedDialogs::savePanel(const QString &fileType,
                                                   const QString &startFolder,
                                                   const QString &startName)
 {
-    calls.append({QStringLiteral("save"), fileType, startFolder, {startName}});
+    calls.append({ QStringLiteral("save"), fileType, startFolder, { startName } });
     return nextPanelAnswer();
 }
 
 std::optional<QString> ScriptedDialogs::openPanel(const QStringList &fileTypes,
                                                   const QString &title, const QString &prompt)
 {
-    calls.append({QStringLiteral("open"), title, prompt, fileTypes});
+    calls.append({ QStringLiteral("open"), title, prompt, fileTypes });
     return nextPanelAnswer();
 }
 
 std::optional<QString> ScriptedDialogs::chooseFolder(const QString &title, const QString &prompt)
 {
-    calls.append({QStringLiteral("folder"), title, prompt, {}});
+    calls.append({ QStringLiteral("folder"), title, prompt, {} });
     return nextPanelAnswer();
 }
 
 void ScriptedDialogs::showProgress(const QString &label, int maximum)
 {
-    calls.append({QStringLiteral("progress"), label, {}, {}});
+    calls.append({ QStringLiteral("progress"), label, {}, {} });
     progressShown = true;
     progressMaximum = maximum;
     progressValue = 0;
@@ -73,7 +73,7 @@ void ScriptedDialogs::hideProgress()
 
 void ScriptedDialogs::openUrl(const QString &url)
 {
-    calls.append({QStringLiteral("openUrl"), url, {}, {}});
+    calls.append({ QStringLiteral("openUrl"), url, {}, {} });
     openedUrls.append(url);
 }
 

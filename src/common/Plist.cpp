@@ -20,8 +20,7 @@ constexpr int maxDepth = 256;
 class Reader
 {
 public:
-    explicit Reader(const QByteArray &xml)
-        : xml_(xml)
+    explicit Reader(const QByteArray &xml) : xml_(xml)
     {
         // Undeclared entities must fail, never resolve to something.
         xml_.setEntityResolver(nullptr);
@@ -44,9 +43,9 @@ private:
     {
         if (message_.isEmpty()) {
             message_ = QStringLiteral("line %1, column %2: %3")
-                           .arg(xml_.lineNumber())
-                           .arg(xml_.columnNumber())
-                           .arg(why);
+                               .arg(xml_.lineNumber())
+                               .arg(xml_.columnNumber())
+                               .arg(why);
         }
         return false;
     }
@@ -217,8 +216,9 @@ private:
     std::optional<QVariant> date(const QString &raw)
     {
         // The forms other tools write: a UTC time, possibly cut after any field.
-        static const QRegularExpression re(QStringLiteral(
-            "^(\\d{4})(?:-(\\d\\d)(?:-(\\d\\d)(?:T(\\d\\d)(?::(\\d\\d)(?::(\\d\\d))?)?)?)?)?Z$"));
+        static const QRegularExpression re(
+                QStringLiteral("^(\\d{4})(?:-(\\d\\d)(?:-(\\d\\d)(?:T(\\d\\d)(?::(\\d\\d)(?::("
+                               "\\d\\d))?)?)?)?)?Z$"));
         const QRegularExpressionMatch m = re.match(raw.trimmed());
         if (!m.hasMatch())
             return failed(QStringLiteral("bad date \"%1\"").arg(raw.trimmed().left(40)));
@@ -243,8 +243,8 @@ private:
                 return failed(QStringLiteral("bad base64 data"));
             compact.append(char(c.unicode()));
         }
-        const auto decoded
-            = QByteArray::fromBase64Encoding(compact, QByteArray::AbortOnBase64DecodingErrors);
+        const auto decoded =
+                QByteArray::fromBase64Encoding(compact, QByteArray::AbortOnBase64DecodingErrors);
         if (!decoded)
             return failed(QStringLiteral("bad base64 data"));
         return QVariant(decoded.decoded);
@@ -364,8 +364,9 @@ void writeValue(QXmlStreamWriter &w, const QVariant &v)
         w.writeTextElement(QStringLiteral("real"), realText(v.toDouble()));
         return;
     case QMetaType::QDateTime:
-        w.writeTextElement(QStringLiteral("date"),
-            v.toDateTime().toUTC().toString(QStringLiteral("yyyy-MM-dd'T'HH:mm:ss'Z'")));
+        w.writeTextElement(
+                QStringLiteral("date"),
+                v.toDateTime().toUTC().toString(QStringLiteral("yyyy-MM-dd'T'HH:mm:ss'Z'")));
         return;
     case QMetaType::QByteArray:
         w.writeTextElement(QStringLiteral("data"), QString::fromLatin1(v.toByteArray().toBase64()));

@@ -16,7 +16,11 @@ struct Entry
     Member member;
 };
 
-#define ENTRY(m) Entry{#m, &SettingsControls::m}
+#define ENTRY(m)                                                                                   \
+    Entry                                                                                          \
+    {                                                                                              \
+#m, &SettingsControls::m                                                                   \
+    }
 const Entry entries[] = {
     ENTRY(urlField),
     ENTRY(numberOfThreads),

@@ -38,8 +38,8 @@ bool splitPlain(QStringView url, UrlParts &parts)
         ++i;
         const qsizetype portStart = i;
         int value = 0;
-        while (
-            i < n && url[i] >= QLatin1Char('0') && url[i] <= QLatin1Char('9') && i - portStart < 5)
+        while (i < n && url[i] >= QLatin1Char('0') && url[i] <= QLatin1Char('9')
+               && i - portStart < 5)
             value = value * 10 + (url[i++].unicode() - '0');
         if (i == portStart || (url[portStart] == QLatin1Char('0') && i - portStart > 1)
             || value > 65535)

@@ -52,10 +52,10 @@ const Switch switches[] = {
     { "OrrelwickHashIsBad", &SettingsControls::hashIsBad, false, false, true },
     { "OrrelwickXmlNoBlacklisted", &SettingsControls::xmlNoBlacklisted, false, false, true },
     { "blacklistCheckContent", &SettingsControls::blacklistCheckContentCheckBox, false, false,
-        true },
+      true },
     { "plainTextMode", &SettingsControls::plainTextMode, false, false, true },
     { "KestovanAttemptAuthentication", &SettingsControls::attemptAuthentication, false, false,
-        false },
+      false },
 };
 
 const Switch *findSwitch(const QString &key)
@@ -109,7 +109,7 @@ bool isNo(const QVariant &v)
 double leadingNumber(const QString &text)
 {
     static const QRegularExpression re(
-        QStringLiteral("^\\s*([+-]?(?:\\d+\\.?\\d*|\\.\\d+)(?:[eE][+-]?\\d+)?)"));
+            QStringLiteral("^\\s*([+-]?(?:\\d+\\.?\\d*|\\.\\d+)(?:[eE][+-]?\\d+)?)"));
     const QRegularExpressionMatch m = re.match(text);
     return m.hasMatch() ? m.captured(1).toDouble() : 0.0;
 }
@@ -142,7 +142,8 @@ QStringList splitRules(const QVariant &v)
 QVariantMap newSitemapRule(const QString &contains, const QString &priority, const QString &update)
 {
     return QVariantMap { { QStringLiteral("contains"), contains },
-        { QStringLiteral("priority"), priority }, { QStringLiteral("update"), update } };
+                         { QStringLiteral("priority"), priority },
+                         { QStringLiteral("update"), update } };
 }
 
 std::optional<bool> parseSwitch(const QString &text)
@@ -160,8 +161,7 @@ std::optional<bool> parseSwitch(const QString &text)
 } // namespace
 
 OrelConfigManager::OrelConfigManager(SettingsControls *controls, QObject *parent)
-    : QObject(parent)
-    , controls_(controls)
+    : QObject(parent), controls_(controls)
 {
     connect(controls_, &SettingsControls::changed, this, &OrelConfigManager::controlsChanged);
 }
@@ -210,8 +210,8 @@ void OrelConfigManager::loadAllUrls()
     fileNameCollection_.clear();
     // Sorted by name so the list is stable between runs (row numbers are remembered).
     const QDir dir(AppSupport::folder());
-    const QFileInfoList entries
-        = dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::Name | QDir::IgnoreCase);
+    const QFileInfoList entries =
+            dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::Name | QDir::IgnoreCase);
     for (const QFileInfo &fi : entries) {
         const QString fileName = fi.fileName();
         if (fileName.startsWith(QLatin1Char('.')) || fileName == QLatin1String("temp")
@@ -396,14 +396,14 @@ void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
     followBlacklistArray_ = splitRules(dict.value(QStringLiteral("followBlacklist")));
     followWhitelistArray_ = splitRules(dict.value(QStringLiteral("followWhitelist")));
 
-    c.numberOfThreads
-        = std::clamp(leadingInt(dict.value(QStringLiteral("numberOfThreads")).toString()),
-            minThreads, maxThreads);
+    c.numberOfThreads =
+            std::clamp(leadingInt(dict.value(QStringLiteral("numberOfThreads")).toString()),
+                       minThreads, maxThreads);
     const QString timeOut = dict.value(QStringLiteral("timeOut")).toString();
     c.timeoutField = leadingInt(timeOut) < 1 ? 30.0 : leadingNumber(timeOut);
     c.delayField = dict.contains(QStringLiteral("delay"))
-        ? leadingNumber(dict.value(QStringLiteral("delay")).toString())
-        : 0.0;
+            ? leadingNumber(dict.value(QStringLiteral("delay")).toString())
+            : 0.0;
 
     for (const Switch &s : switches) {
         const QVariant v = dict.value(QLatin1String(s.key));
@@ -428,8 +428,8 @@ void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
     } else {
         // Deliberately with a comma; the line set at the end of a crawl has none.
         setStatusLine(QStringLiteral("%1 %2, %3")
-                          .arg(localized("Last checked"), dateStamp,
-                              dict.value(QStringLiteral("status")).toString()));
+                              .arg(localized("Last checked"), dateStamp,
+                                   dict.value(QStringLiteral("status")).toString()));
     }
 
     Q_EMIT c.changed();
@@ -456,9 +456,9 @@ QString OrelConfigManager::showSitemapRules(const QVariantList &rules)
     for (const QVariant &r : rules) {
         const QVariantMap m = r.toMap();
         parts.append(QStringLiteral("contains=%1 priority=%2 update=%3")
-                         .arg(m.value(QStringLiteral("contains")).toString(),
-                             m.value(QStringLiteral("priority")).toString(),
-                             m.value(QStringLiteral("update")).toString()));
+                             .arg(m.value(QStringLiteral("contains")).toString(),
+                                  m.value(QStringLiteral("priority")).toString(),
+                                  m.value(QStringLiteral("update")).toString()));
     }
     return parts.join(QLatin1String("; "));
 }
@@ -504,7 +504,7 @@ bool OrelConfigManager::applySettingsKey(const QString &key, const QString &valu
     } else if (key == QLatin1String("sitemapRules")) {
         QVariantList rules;
         static const QRegularExpression re(
-            QStringLiteral("^contains=(.*) priority=(\\S*) update=(\\S*)$"));
+                QStringLiteral("^contains=(.*) priority=(\\S*) update=(\\S*)$"));
         for (const QString &part : value.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
             const QRegularExpressionMatch m = re.match(part.trimmed());
             if (!m.hasMatch())
@@ -575,10 +575,10 @@ QString OrelConfigManager::saveMenuItem()
     }
 
     AppSupport::ensureFolder();
-    const bool existing
-        = selectedRow_ >= 0 && !creatingNewConfig_ && !fileNameAt(selectedRow_).isEmpty();
-    const QString fileName
-        = existing ? fileNameAt(selectedRow_) : newFileNameForUrl(controls_->urlField);
+    const bool existing =
+            selectedRow_ >= 0 && !creatingNewConfig_ && !fileNameAt(selectedRow_).isEmpty();
+    const QString fileName =
+            existing ? fileNameAt(selectedRow_) : newFileNameForUrl(controls_->urlField);
     const QString path = pathForFilename(fileName);
 
     // Keys the controls do not hold (status, date stamp) survive the save.
@@ -646,9 +646,10 @@ bool OrelConfigManager::deleteMenuItem()
 {
     if (crawlRunning_ || selectedRow_ < 0)
         return false;
-    const int answer = Dialogs::current().alert(localized("Delete Configuration"),
-        localized("Are you sure that you want to delete the currently selected configuration?"),
-        { localized("Continue"), localized("Cancel") });
+    const int answer = Dialogs::current().alert(
+            localized("Delete Configuration"),
+            localized("Are you sure that you want to delete the currently selected configuration?"),
+            { localized("Continue"), localized("Cancel") });
     if (answer != 0)
         return false;
 
@@ -704,8 +705,9 @@ bool OrelConfigManager::exportMenuItem()
 {
     QString start = compileConfigDict().value(QStringLiteral("name")).toString();
     start.remove(QLatin1Char('/'));
-    const std::optional<QString> chosen = Dialogs::current().savePanel(QStringLiteral("lcsettings"),
-        QString(), start.isEmpty() ? QString() : start + QStringLiteral(".lcsettings"));
+    const std::optional<QString> chosen = Dialogs::current().savePanel(
+            QStringLiteral("lcsettings"), QString(),
+            start.isEmpty() ? QString() : start + QStringLiteral(".lcsettings"));
     if (!chosen || chosen->isEmpty())
         return false;
     QString path = *chosen;
@@ -787,9 +789,10 @@ bool OrelConfigManager::saveNewConfigIfNecessary()
 {
     if (!edited_)
         return true;
-    const int answer = Dialogs::current().alert(localized("Unsaved changes"),
-        localized("Do you want to save changes to these settings?"),
-        { localized("Save"), localized("Don't save") });
+    const int answer =
+            Dialogs::current().alert(localized("Unsaved changes"),
+                                     localized("Do you want to save changes to these settings?"),
+                                     { localized("Save"), localized("Don't save") });
     if (answer != 0)
         return true;
     return !saveMenuItem().isNull();
@@ -833,8 +836,8 @@ void OrelConfigManager::setWindowTitle(const QString &title)
 
 // ---- End of a crawl ----------------------------------------------------------------------------
 
-bool OrelConfigManager::updateSelectedFile(
-    const char *key, const QString &value, const char *failureLog)
+bool OrelConfigManager::updateSelectedFile(const char *key, const QString &value,
+                                           const char *failureLog)
 {
     if (selectedRow_ < 0 || selectedConfigFilename_.isEmpty())
         return false;
@@ -849,14 +852,14 @@ bool OrelConfigManager::updateSelectedFile(
 
 void OrelConfigManager::setDateStamp()
 {
-    const QString stamp
-        = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    const QString stamp =
+            QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!updateSelectedFile("dateStamp", stamp, "datestamp not written successfully"))
         return;
     const QString status = readConfig(selectedConfigFilename_)
-                               .value_or(QVariantMap())
-                               .value(QStringLiteral("status"))
-                               .toString();
+                                   .value_or(QVariantMap())
+                                   .value(QStringLiteral("status"))
+                                   .toString();
     setStatusLine(QStringLiteral("%1 %2 %3").arg(localized("Last checked"), stamp, status));
 }
 
@@ -902,8 +905,8 @@ QString OrelConfigManager::getThumbForFilename(const QString &fileName)
 {
     if (!fileName.isEmpty()) {
         for (const char *type : { ".tiff", ".tif" }) {
-            const QString path
-                = AppSupport::thumbsFolder() + QLatin1Char('/') + fileName + QLatin1String(type);
+            const QString path =
+                    AppSupport::thumbsFolder() + QLatin1Char('/') + fileName + QLatin1String(type);
             if (QFileInfo::exists(path))
                 return path;
         }
@@ -938,9 +941,9 @@ void OrelConfigManager::saveFtpDetails(const FtpDetails &details)
     log(QStringLiteral("saveFtpDetails called, writing to %1").arg(path));
     AppSupport::ensureFolder();
     const QVariantMap dict { { QStringLiteral("ftpserver"), details.server },
-        { QStringLiteral("ftpdirectory"), details.directory },
-        { QStringLiteral("ftpusername"), details.username },
-        { QStringLiteral("ftppassword"), details.password } };
+                             { QStringLiteral("ftpdirectory"), details.directory },
+                             { QStringLiteral("ftpusername"), details.username },
+                             { QStringLiteral("ftppassword"), details.password } };
     if (!Plist::writeFile(path, dict)) {
         log(QStringLiteral("ftp details not written successfully"));
         return;
@@ -953,9 +956,9 @@ OrelConfigManager::FtpDetails OrelConfigManager::loadFtpDetails()
 {
     const QVariantMap dict = Plist::readFile(ftpDetailsPath()).value_or(QVariant()).toMap();
     return FtpDetails { dict.value(QStringLiteral("ftpserver")).toString(),
-        dict.value(QStringLiteral("ftpdirectory")).toString(),
-        dict.value(QStringLiteral("ftpusername")).toString(),
-        dict.value(QStringLiteral("ftppassword")).toString() };
+                        dict.value(QStringLiteral("ftpdirectory")).toString(),
+                        dict.value(QStringLiteral("ftpusername")).toString(),
+                        dict.value(QStringLiteral("ftppassword")).toString() };
 }
 
 // ---- Crawl rules -----------------------------------------------------------------------------
@@ -999,8 +1002,8 @@ bool OrelConfigManager::addBlacklistRule(const QString &text, RuleKind kind)
 
 int OrelConfigManager::rulesRowCount() const
 {
-    return int(
-        checkBlacklistArray_.size() + followBlacklistArray_.size() + followWhitelistArray_.size());
+    return int(checkBlacklistArray_.size() + followBlacklistArray_.size()
+               + followWhitelistArray_.size());
 }
 
 namespace {
@@ -1011,8 +1014,8 @@ struct RuleRef
 };
 } // namespace
 
-static std::optional<RuleRef> locateRule(
-    int row, qsizetype checks, qsizetype follows, qsizetype onlys)
+static std::optional<RuleRef> locateRule(int row, qsizetype checks, qsizetype follows,
+                                         qsizetype onlys)
 {
     if (row < 0)
         return std::nullopt;
@@ -1028,15 +1031,15 @@ static std::optional<RuleRef> locateRule(
 QString OrelConfigManager::rulesValue(int row, const QString &column) const
 {
     const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-        followWhitelistArray_.size());
+                                followWhitelistArray_.size());
     if (!ref)
         return QString();
     if (column == QLatin1String("rulename"))
         return ruleKindName(ref->kind);
     if (column == QLatin1String("scope")) {
         return controls_->blacklistCheckContentCheckBox != CheckState::Off
-            ? localized("urls and content containing:")
-            : localized("urls containing:");
+                ? localized("urls and content containing:")
+                : localized("urls containing:");
     }
     if (column == QLatin1String("searchstring")) {
         return const_cast<OrelConfigManager *>(this)->rulesOfKind(ref->kind).at(ref->index);
@@ -1047,7 +1050,7 @@ QString OrelConfigManager::rulesValue(int row, const QString &column) const
 void OrelConfigManager::deleteBlacklistRule(int row)
 {
     const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-        followWhitelistArray_.size());
+                                followWhitelistArray_.size());
     if (!ref)
         return;
     QStringList &list = rulesOfKind(ref->kind);
@@ -1059,7 +1062,7 @@ void OrelConfigManager::deleteBlacklistRule(int row)
 void OrelConfigManager::setRulesValue(int row, const QString &text)
 {
     const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-        followWhitelistArray_.size());
+                                followWhitelistArray_.size());
     if (!ref)
         return;
     QStringList &list = rulesOfKind(ref->kind);
@@ -1076,8 +1079,8 @@ void OrelConfigManager::setRulesValue(int row, const QString &text)
 
 void OrelConfigManager::addSitemapRule()
 {
-    sitemapRules_.append(
-        newSitemapRule(QStringLiteral("edit_me"), QStringLiteral("0.5"), QStringLiteral("weekly")));
+    sitemapRules_.append(newSitemapRule(QStringLiteral("edit_me"), QStringLiteral("0.5"),
+                                        QStringLiteral("weekly")));
     Q_EMIT sitemapRulesChanged();
     setEdited(true);
 }

@@ -125,7 +125,8 @@ bool CrawlScope::hostMatches(const QString &host, const QStringList &domains, bo
             const QString &shorter = host.size() > d.size() ? d : host;
             const qsizetype at = longer.indexOf(shorter, 0, Qt::CaseInsensitive);
             // Any occurrence preceded by a dot; indexOf from each position finds later ones.
-            for (qsizetype i = at; i >= 0; i = longer.indexOf(shorter, i + 1, Qt::CaseInsensitive)) {
+            for (qsizetype i = at; i >= 0;
+                 i = longer.indexOf(shorter, i + 1, Qt::CaseInsensitive)) {
                 if (i > 0 && longer.at(i - 1) == QLatin1Char('.'))
                     return true;
             }

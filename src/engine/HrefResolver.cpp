@@ -14,8 +14,9 @@ bool isPlainPath(QStringView text)
 {
     for (QChar c : text) {
         const char16_t u = c.unicode();
-        const bool plain = (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9')
-                || u == '-' || u == '.' || u == '_' || u == '~' || u == '/';
+        const bool plain = (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z')
+                || (u >= '0' && u <= '9') || u == '-' || u == '.' || u == '_' || u == '~'
+                || u == '/';
         if (!plain)
             return false;
     }
@@ -39,8 +40,8 @@ HrefResolver::HrefResolver(const QUrl &base) : m_base(base)
     const QString path = base.path(QUrl::FullyEncoded);
     if (!isPlainPath(path) || (!path.isEmpty() && !path.startsWith(QLatin1Char('/'))))
         return;
-    m_origin = QString::fromLatin1(base.toEncoded(QUrl::RemovePath | QUrl::RemoveQuery
-                                                  | QUrl::RemoveFragment));
+    m_origin = QString::fromLatin1(
+            base.toEncoded(QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment));
     if (m_origin.endsWith(QLatin1Char('/')))
         m_origin.chop(1);
     m_folder = path.left(path.lastIndexOf(QLatin1Char('/')) + 1);
@@ -116,7 +117,8 @@ QString HrefResolver::removeDotSegments(const QString &path)
         } else if (in == QLatin1String(".") || in == QLatin1String("..")) {
             in.clear();
         } else {
-            const qsizetype next = in.indexOf(QLatin1Char('/'), in.startsWith(QLatin1Char('/')) ? 1 : 0);
+            const qsizetype next =
+                    in.indexOf(QLatin1Char('/'), in.startsWith(QLatin1Char('/')) ? 1 : 0);
             if (next < 0) {
                 out += in;
                 in.clear();
@@ -153,8 +155,8 @@ void HrefResolver::removeDotSegmentsInPlace(QString &text, qsizetype pathStart)
         const bool last = next >= n;
         const qsizetype length = next - at;
         const bool dot = length == 1 && d[at] == QLatin1Char('.');
-        const bool dotDot
-            = length == 2 && d[at] == QLatin1Char('.') && d[at + 1] == QLatin1Char('.');
+        const bool dotDot =
+                length == 2 && d[at] == QLatin1Char('.') && d[at + 1] == QLatin1Char('.');
         if (dot) {
             trailingSlash = last;
         } else if (dotDot) {

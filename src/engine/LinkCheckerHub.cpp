@@ -421,10 +421,10 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
         request.setHeader("Host", host.toUtf8());
 
     record->setSentRequest();
-    auto *connection = new myNSURLConnection(
-            request, record,
-            record->requiresHighlightCallback() ? ConnectionKind::HighlightFetch
-                                                : ConnectionKind::CrawlFetch);
+    auto *connection = new myNSURLConnection(request, record,
+                                             record->requiresHighlightCallback()
+                                                     ? ConnectionKind::HighlightFetch
+                                                     : ConnectionKind::CrawlFetch);
     if (!connection) {
         log(QStringLiteral("connection can't be created to %1").arg(request.url));
         return;
@@ -510,8 +510,9 @@ void LinkCheckerHub::addToTotals()
                 + QLatin1Char(' ')
                 + localized("If Orrelwick is useful to you, please consider a donation, and have "
                             "a look at its sibling Brantholm on our web site.");
-        const int answer = Dialogs::current().alert(localized("Congratulations!"), text,
-                                                    { localized("OK"), localized("Visit Brantholm") });
+        const int answer =
+                Dialogs::current().alert(localized("Congratulations!"), text,
+                                         { localized("OK"), localized("Visit Brantholm") });
         if (answer == 1)
             Dialogs::current().openUrl(QLatin1String(kBrantholmPage));
         lastCongratulated = totalLinks;

@@ -16,8 +16,8 @@ namespace orel {
 
 void LinkCheckerHub::readDatabase()
 {
-    const std::optional<QString> path = Dialogs::current().openPanel(
-            { QStringLiteral("plist") }, QString(), localized("Open"));
+    const std::optional<QString> path =
+            Dialogs::current().openPanel({ QStringLiteral("plist") }, QString(), localized("Open"));
     if (!path) {
         log(QStringLiteral("Not OK button"));
         return;

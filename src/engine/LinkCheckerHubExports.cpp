@@ -68,9 +68,9 @@ QList<TableColumn> LinkCheckerHub::tableColumns() const
         return table->columns();
     // Without a view: the flat list's default columns.
     QList<TableColumn> columns;
-    for (const QString &id : { QStringLiteral("status"), QStringLiteral("linkurl"),
-                               QStringLiteral("redir"), QStringLiteral("linktext"),
-                               QStringLiteral("onpageurl") })
+    for (const QString &id :
+         { QStringLiteral("status"), QStringLiteral("linkurl"), QStringLiteral("redir"),
+           QStringLiteral("linktext"), QStringLiteral("onpageurl") })
         columns.append(TableColumn { id, flatColumnTitle(id), 200 });
     return columns;
 }
@@ -182,7 +182,8 @@ QString LinkCheckerHub::dotText(int levelLimit, bool clean, bool colour)
 
 void LinkCheckerHub::saveExport(const QString &text, const QString &fileType)
 {
-    const std::optional<QString> path = Dialogs::current().savePanel(fileType, QString(), QString());
+    const std::optional<QString> path =
+            Dialogs::current().savePanel(fileType, QString(), QString());
     if (!path || path->isEmpty())
         return;
     QSaveFile file(*path);

@@ -63,7 +63,8 @@ void copyInto(QString &target, const QString &text)
 
 } // namespace
 
-// ---- Scope tests ---------------------------------------------------------------------------------
+// ---- Scope tests
+// ---------------------------------------------------------------------------------
 
 bool LinkCheckerHub::compareHost(const QString &host, const QStringList &domains) const
 {
@@ -188,8 +189,8 @@ bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl)
     }
 
     if (!page->getIsHTML()) {
-        const bool xmlStart = page->isStartingPoint()
-                && page->getActualLinkUrl().contains(QLatin1String(".xml"));
+        const bool xmlStart =
+                page->isStartingPoint() && page->getActualLinkUrl().contains(QLatin1String(".xml"));
         if (!isPlainTextMode() && !xmlStart)
             return false;
     }
@@ -211,7 +212,8 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     std::unique_ptr<OrelParser> parser = OrelParser::initWithData(
             page->getData(), c.userAgentString, SettingsControls::isOn(c.SEOEnabledCheckBox),
             shouldArchive(), SettingsControls::isOn(c.robotsCheckBox),
-            SettingsControls::isOn(c.nofollowCheckbox) || SettingsControls::isOn(c.nofollowColCheckbox)
+            SettingsControls::isOn(c.nofollowCheckbox)
+                    || SettingsControls::isOn(c.nofollowColCheckbox)
                     || SettingsControls::isOn(c.nofollowFlatColCheckbox));
     if (parser && page->isStartingPoint()) {
         if (isPlainTextMode())
@@ -224,7 +226,8 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     // else the page's own URL.
     QUrl base = pageUrl;
     if (parser) {
-        if (const std::optional<QUrl> baseHref = parser->getBaseHref(); baseHref && !baseHref->isEmpty())
+        if (const std::optional<QUrl> baseHref = parser->getBaseHref();
+            baseHref && !baseHref->isEmpty())
             base = baseHref->isRelative() ? pageUrl.resolved(*baseHref) : *baseHref;
     }
 
@@ -291,8 +294,8 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
     };
 
     // Registers one link of the page: a new record, or one more occurrence of a known one.
-    auto registerHref = [&](const QString &h, const QString &text, bool nofollow,
-                            bool headNoFollow, ResolvedHref &entry) {
+    auto registerHref = [&](const QString &h, const QString &text, bool nofollow, bool headNoFollow,
+                            ResolvedHref &entry) {
         if (h.isEmpty() || h == QLatin1String("#")) {
             if (hashIsBad && !linksLimitReached()) {
                 auto *record = new LinkCheckerUrl(this);

@@ -62,7 +62,7 @@ void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
     // pointer stays valid until another key is added, and then it is looked up again.
     const bool samePage = m_lastPageLinks
             && (page.constData() == m_lastPage.constData() ? page.size() == m_lastPage.size()
-                                                            : page == m_lastPage);
+                                                           : page == m_lastPage);
     if (!samePage) {
         m_lastPage = page;
         m_lastPageLinks = &(*m_byPageDictionary)[page];

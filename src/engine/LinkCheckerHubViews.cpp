@@ -24,9 +24,9 @@ struct FlatColumn
 
 // The columns of the flat list, in their default order.
 constexpr FlatColumn kFlatColumns[] = {
-    { "status", "Status" },       { "linkurl", "URL" },           { "redir", "Redirected To" },
-    { "linktext", "Link Text" },  { "onpageurl", "On Page" },     { "timestamp", "Time Stamp" },
-    { "distance", "Distance" },   { "nofollow", "Nofollow" },
+    { "status", "Status" },      { "linkurl", "URL" },       { "redir", "Redirected To" },
+    { "linktext", "Link Text" }, { "onpageurl", "On Page" }, { "timestamp", "Time Stamp" },
+    { "distance", "Distance" },  { "nofollow", "Nofollow" },
 };
 
 } // namespace
@@ -179,9 +179,8 @@ QString LinkCheckerHub::tableText(const QList<TableColumn> &columns, QChar separ
                 out += separator;
             const QString &id = columns.at(c).identifier;
             out += QLatin1Char('"')
-                    + rows[r]->getFieldByName(id == QLatin1String("onpageurl")
-                                                      ? QStringLiteral("onpageurlcsv")
-                                                      : id)
+                    + rows[r]->getFieldByName(
+                            id == QLatin1String("onpageurl") ? QStringLiteral("onpageurlcsv") : id)
                     + QLatin1Char('"');
         }
         out += QLatin1Char('\r');

@@ -29,7 +29,8 @@ public:
     virtual void didReceiveAuthenticationChallenge(myNSURLConnection *connection,
                                                    AuthChallenge &challenge) = 0;
     virtual void didReceiveResponse(myNSURLConnection *connection, const UrlResponse &response) = 0;
-    virtual void didReceiveData(myNSURLConnection *connection, const char *bytes, qsizetype length) = 0;
+    virtual void didReceiveData(myNSURLConnection *connection, const char *bytes,
+                                qsizetype length) = 0;
     virtual void connectionDidFinishLoading(myNSURLConnection *connection) = 0;
     virtual void didFailWithError(myNSURLConnection *connection, const UrlError &error) = 0;
 };

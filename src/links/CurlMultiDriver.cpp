@@ -196,12 +196,12 @@ void CurlMultiDriver::watch(int socket, int what)
     if (wantRead && !w.read) {
         w.read = new QSocketNotifier(qintptr(socket), QSocketNotifier::Read, this);
         connect(w.read, &QSocketNotifier::activated, this,
-            [this, socket] { socketAction(socket, CURL_CSELECT_IN); });
+                [this, socket] { socketAction(socket, CURL_CSELECT_IN); });
     }
     if (wantWrite && !w.write) {
         w.write = new QSocketNotifier(qintptr(socket), QSocketNotifier::Write, this);
         connect(w.write, &QSocketNotifier::activated, this,
-            [this, socket] { socketAction(socket, CURL_CSELECT_OUT); });
+                [this, socket] { socketAction(socket, CURL_CSELECT_OUT); });
     }
     if (w.read)
         w.read->setEnabled(wantRead);

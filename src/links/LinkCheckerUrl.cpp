@@ -41,9 +41,7 @@ QString anchor(const QString &target, const QString &text, bool blanksAroundEqua
 
 } // namespace
 
-LinkCheckerUrl::LinkCheckerUrl(LinkOwner *owner)
-    : m_owner(owner)
-{ }
+LinkCheckerUrl::LinkCheckerUrl(LinkOwner *owner) : m_owner(owner) { }
 
 LinkCheckerUrl::~LinkCheckerUrl()
 {
@@ -402,7 +400,7 @@ QString LinkCheckerUrl::getOnPageUrl() const
         return m_onPage.urlAt(0);
     }
     return QString::number(m_onPage.urlCount()) + QLatin1Char(' ')
-        + localized("occurrences over more than one page");
+            + localized("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPageName() const
@@ -412,7 +410,7 @@ QString LinkCheckerUrl::getOnPageName() const
     if (m_onPage.urlCount() == 1)
         return onPageNameAt(0);
     return QString::number(m_onPage.urlCount()) + QLatin1Char(' ')
-        + localized("occurrences over more than one page");
+            + localized("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPagesHTML() const
@@ -719,8 +717,8 @@ QString LinkCheckerUrl::getTimestamp() const
         return m_extra->timestamp;
     if (m_sentRequestMs < 0)
         return emptyString();
-    return QLocale::system().toString(
-        QDateTime::fromMSecsSinceEpoch(m_sentRequestMs), QLocale::ShortFormat);
+    return QLocale::system().toString(QDateTime::fromMSecsSinceEpoch(m_sentRequestMs),
+                                      QLocale::ShortFormat);
 }
 
 void LinkCheckerUrl::setTimestamp(const QString &text)
@@ -801,10 +799,10 @@ bool LinkCheckerUrl::countSEOTerm(const QString &term)
     // The archived page holds the title, description, headings and keywords too; count them
     // once only.
     const int archive = countOcurrencesOfStringInArchive(term) - x.ocurrencesInTitle
-        - x.ocurrencesInDescription - x.ocurrencesInHeadings - x.ocurrencesInKeywords;
+            - x.ocurrencesInDescription - x.ocurrencesInHeadings - x.ocurrencesInKeywords;
     x.ocurrencesInArchive = archive > 0 ? archive : 0;
     x.totalOcurrences = x.ocurrencesInUrl + x.ocurrencesInTitle + x.ocurrencesInDescription
-        + x.ocurrencesInHeadings + x.ocurrencesInKeywords + x.ocurrencesInArchive;
+            + x.ocurrencesInHeadings + x.ocurrencesInKeywords + x.ocurrencesInArchive;
     return x.totalOcurrences != 0;
 }
 

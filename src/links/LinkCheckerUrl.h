@@ -307,20 +307,21 @@ public:
     myNSURLConnection *getConnection() const;
 
     std::optional<UrlRequest> willSendRequest(myNSURLConnection *connection,
-        const UrlRequest &proposed, const UrlResponse *redirectResponse) override;
-    bool canAuthenticateAgainstProtectionSpace(
-        myNSURLConnection *connection, AuthMethod method) override;
-    void didReceiveAuthenticationChallenge(
-        myNSURLConnection *connection, AuthChallenge &challenge) override;
+                                              const UrlRequest &proposed,
+                                              const UrlResponse *redirectResponse) override;
+    bool canAuthenticateAgainstProtectionSpace(myNSURLConnection *connection,
+                                               AuthMethod method) override;
+    void didReceiveAuthenticationChallenge(myNSURLConnection *connection,
+                                           AuthChallenge &challenge) override;
     void didReceiveResponse(myNSURLConnection *connection, const UrlResponse &response) override;
-    void didReceiveData(
-        myNSURLConnection *connection, const char *bytes, qsizetype length) override;
+    void didReceiveData(myNSURLConnection *connection, const char *bytes,
+                        qsizetype length) override;
     void connectionDidFinishLoading(myNSURLConnection *connection) override;
     void didFailWithError(myNSURLConnection *connection, const UrlError &error) override;
     // A cached response: kept in cacheData (the body so far is dropped); answers none so that
     // nothing is cached, except for validator requests, which keep the proposal.
-    std::optional<QByteArray> willCacheResponse(
-        myNSURLConnection *connection, const QByteArray &cachedData);
+    std::optional<QByteArray> willCacheResponse(myNSURLConnection *connection,
+                                                const QByteArray &cachedData);
 
 private:
     struct PageExtras;

@@ -95,8 +95,9 @@ int LinkCheckerUrl::adoptConnection(myNSURLConnection *connection)
 
 // ---- Redirects -------------------------------------------------------------------------------
 
-std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(
-    myNSURLConnection *connection, const UrlRequest &proposed, const UrlResponse *redirectResponse)
+std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *connection,
+                                                          const UrlRequest &proposed,
+                                                          const UrlResponse *redirectResponse)
 {
     const int kind = adoptConnection(connection);
 
@@ -162,8 +163,8 @@ bool LinkCheckerUrl::canAuthenticateAgainstProtectionSpace(myNSURLConnection *, 
 }
 
 // The site's own certificate is accepted; no user name or password is ever offered.
-void LinkCheckerUrl::didReceiveAuthenticationChallenge(
-    myNSURLConnection *connection, AuthChallenge &challenge)
+void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *connection,
+                                                       AuthChallenge &challenge)
 {
     adoptConnection(connection);
     log(QStringLiteral("received authentication challenge from %1").arg(getActualLinkUrl()));
@@ -205,7 +206,7 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
         else
             log(QStringLiteral("Content-Length header isn't available for %1, uncompressed size "
                                "will be set to = final data length")
-                    .arg(getActualLinkUrl()));
+                        .arg(getActualLinkUrl()));
     }
     m_contentlengthunavailable = !hasContentLength;
 
@@ -255,7 +256,7 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
     // look for a soft 404 on an external page.
     const bool notNeeded = !m_isHTML && !m_isImage && !m_isStartingPoint && kind != PageWeightFetch;
     const bool externalNotNeeded = !m_isInternal && kind != PageWeightFetch
-        && !(m_owner && m_owner->shouldPerformSoft404Check());
+            && !(m_owner && m_owner->shouldPerformSoft404Check());
     if (notNeeded || externalNotNeeded) {
         cancelAndRelease();
         if (m_owner)
@@ -272,8 +273,8 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
         m_data.reserve(m_data.size() + qsizetype(announced));
 }
 
-std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(
-    myNSURLConnection *connection, const QByteArray &cachedData)
+std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *connection,
+                                                            const QByteArray &cachedData)
 {
     if (kindOf(connection) == ValidatorRequest)
         return cachedData;
@@ -284,8 +285,8 @@ std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(
 
 // ---- Data ------------------------------------------------------------------------------------
 
-void LinkCheckerUrl::didReceiveData(
-    myNSURLConnection *connection, const char *bytes, qsizetype length)
+void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *bytes,
+                                    qsizetype length)
 {
     const int kind = adoptConnection(connection);
     if (ownerStopPressed()) {

@@ -132,9 +132,9 @@ QString LinkCheckerUrl::getLinkUrlForTesting() const
 bool LinkCheckerUrl::contains(const QString &text) const
 {
     return QString::fromUtf8(m_linkUrl).contains(text, Qt::CaseInsensitive)
-        || QString::fromUtf8(m_redir).contains(text, Qt::CaseInsensitive)
-        || getLinkText().contains(text, Qt::CaseInsensitive)
-        || m_status.contains(text, Qt::CaseInsensitive);
+            || QString::fromUtf8(m_redir).contains(text, Qt::CaseInsensitive)
+            || getLinkText().contains(text, Qt::CaseInsensitive)
+            || m_status.contains(text, Qt::CaseInsensitive);
 }
 
 bool LinkCheckerUrl::isEqualToTitle(const QString &title) const

@@ -98,8 +98,8 @@ QString OnPageList::textAt(qsizetype i) const
     if (!(e.textBits & HasTextBit))
         return QString();
     // Never null, also when empty: a block's data pointer is valid from its reservation on.
-    return QString(
-        e.textBlock->chars.constData() + e.textStart, qsizetype(e.textBits >> LengthShift));
+    return QString(e.textBlock->chars.constData() + e.textStart,
+                   qsizetype(e.textBits >> LengthShift));
 }
 
 bool OnPageList::nofollowAt(qsizetype i) const

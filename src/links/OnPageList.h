@@ -66,9 +66,7 @@ public:
 private:
     struct Shared : QSharedData
     {
-        explicit Shared(const QString &s)
-            : text(s)
-        { }
+        explicit Shared(const QString &s) : text(s) { }
         QString text;
     };
     using Ref = QExplicitlySharedDataPointer<Shared>;
@@ -112,7 +110,7 @@ private:
 } // namespace orel
 
 // The entries hold only counted pointers and integers, so moving one is a plain byte copy.
-template <>
+template<>
 class QTypeInfo<orel::OnPageList::Entry> : public QTypeInfoMerger<orel::OnPageList::Entry, int>
 {
 public:

@@ -26,18 +26,9 @@ void OrelDataObject::releaseAll() { }
 bool OrelDataObject::isNumber(const QString &name)
 {
     static const char *const numeric[] = {
-        "distancefromhome",
-        "responsetime",
-        "loadtime",
-        "filesize",
-        "filesizecompressed",
-        "imageqty",
-        "imageweight",
-        "totalocurrences",
-        "ocurrencesinarchive",
-        "validatorwarnings",
-        "validatorerrors",
-        "linkcount",
+        "distancefromhome",    "responsetime",      "loadtime",        "filesize",
+        "filesizecompressed",  "imageqty",          "imageweight",     "totalocurrences",
+        "ocurrencesinarchive", "validatorwarnings", "validatorerrors", "linkcount",
         "wordcount",
     };
     for (const char *n : numeric) {

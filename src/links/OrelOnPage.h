@@ -12,10 +12,7 @@ class OrelOnPage : public OrelDataObject
 {
 public:
     OrelOnPage() = default;
-    OrelOnPage(LinkCheckerUrl *record, int index)
-        : m_lcurl(record)
-        , m_index(index)
-    { }
+    OrelOnPage(LinkCheckerUrl *record, int index) : m_lcurl(record), m_index(index) { }
 
     LinkCheckerUrl *getLcurl() const { return m_lcurl; }
     void setLcurl(LinkCheckerUrl *record) { m_lcurl = record; }

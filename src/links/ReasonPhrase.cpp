@@ -81,12 +81,7 @@ constexpr Phrase phrases[] = {
 
 // Unregistered codes of a known class read as their class.
 constexpr const char *classPhrases[] = {
-    nullptr,
-    "informational",
-    "success",
-    "redirection",
-    "client error",
-    "server error",
+    nullptr, "informational", "success", "redirection", "client error", "server error",
 };
 
 } // namespace
@@ -108,8 +103,8 @@ QString statusText(int code)
     static const QHash<int, QString> registered = [] {
         QHash<int, QString> texts;
         for (const Phrase &p : phrases)
-            texts.insert(
-                p.code, QString::number(p.code) + QLatin1Char(' ') + QLatin1String(p.text));
+            texts.insert(p.code,
+                         QString::number(p.code) + QLatin1Char(' ') + QLatin1String(p.text));
         return texts;
     }();
     const auto it = registered.constFind(code);

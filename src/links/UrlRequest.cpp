@@ -24,7 +24,7 @@ void UrlRequest::setHeader(const QByteArray &name, const QByteArray &value)
             return;
         }
     }
-    headers.append({name, value});
+    headers.append({ name, value });
 }
 
 } // namespace orel

@@ -35,7 +35,7 @@ constexpr qint64 FileSlice = 1 << 20;
 bool hasScheme(const QString &url, QLatin1StringView scheme)
 {
     return url.size() > scheme.size() && url.at(scheme.size()) == QLatin1Char(':')
-        && url.startsWith(scheme, Qt::CaseInsensitive);
+            && url.startsWith(scheme, Qt::CaseInsensitive);
 }
 
 // libcurl refuses spaces and raw non-ASCII in a URL; everything else is passed as given. A
@@ -139,16 +139,15 @@ struct myNSURLConnection::Private final : public CurlTransfer
     bool *alive = nullptr;
     std::unique_ptr<QFile> file;
 
-    Private(myNSURLConnection *owner, ConnectionDelegate *d)
-        : q(owner)
-        , delegate(d)
+    Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d)
     {
         errorBuffer[0] = 0;
     }
     ~Private() { release(); }
 
     // Runs one delegate call; false when the connection was cancelled or deleted meanwhile.
-    template <typename F> bool call(F &&f)
+    template<typename F>
+    bool call(F &&f)
     {
         bool living = true;
         bool *outer = alive;
@@ -196,10 +195,9 @@ struct myNSURLConnection::Private final : public CurlTransfer
     static size_t writeCallback(char *ptr, size_t size, size_t count, void *userdata);
 };
 
-myNSURLConnection::myNSURLConnection(
-    const UrlRequest &request, ConnectionDelegate *delegate, int identifier)
-    : d(new Private(this, delegate))
-    , m_identifier(identifier)
+myNSURLConnection::myNSURLConnection(const UrlRequest &request, ConnectionDelegate *delegate,
+                                     int identifier)
+    : d(new Private(this, delegate)), m_identifier(identifier)
 {
     ++s_active;
     // libcurl and the delegate calls live on the main thread; a connection made elsewhere (a
@@ -208,7 +206,7 @@ myNSURLConnection::myNSURLConnection(
         moveToThread(app->thread());
     // The delegate hears from the connection only once control is back in the event loop.
     QMetaObject::invokeMethod(
-        this, [this, request] { d->begin(request); }, Qt::QueuedConnection);
+            this, [this, request] { d->begin(request); }, Qt::QueuedConnection);
 }
 
 myNSURLConnection::~myNSURLConnection()
@@ -223,7 +221,7 @@ void myNSURLConnection::cancel()
 {
     if (QThread::currentThread() != thread()) {
         QMetaObject::invokeMethod(
-            this, [this] { cancel(); }, Qt::QueuedConnection);
+                this, [this] { cancel(); }, Qt::QueuedConnection);
         return;
     }
     if (m_cancelled)
@@ -257,7 +255,7 @@ void myNSURLConnection::Private::markEnded()
 bool myNSURLConnection::Private::drainable() const
 {
     return easy && headersComplete && body == Body::Deliver && !bodyStarted
-        && (request.method == "HEAD" || (expectedLength >= 0 && expectedLength <= DrainLimit));
+            && (request.method == "HEAD" || (expectedLength >= 0 && expectedLength <= DrainLimit));
 }
 
 void myNSURLConnection::Private::release(bool drain)
@@ -404,8 +402,8 @@ bool myNSURLConnection::Private::configure()
     }
     for (const auto &[name, value] : std::as_const(request.headers)) {
         // "Name;" is libcurl's way of sending a header with an empty value.
-        const QByteArray line
-            = value.isEmpty() ? QByteArray(name + ';') : QByteArray(name + ": " + value);
+        const QByteArray line =
+                value.isEmpty() ? QByteArray(name + ';') : QByteArray(name + ": " + value);
         headerList = curl_slist_append(headerList, line.constData());
     }
     if (headerList)
@@ -413,8 +411,8 @@ bool myNSURLConnection::Private::configure()
     return true;
 }
 
-size_t myNSURLConnection::Private::headerCallback(
-    char *ptr, size_t size, size_t count, void *userdata)
+size_t myNSURLConnection::Private::headerCallback(char *ptr, size_t size, size_t count,
+                                                  void *userdata)
 {
     auto *d = static_cast<Private *>(userdata);
     const size_t total = size * count;
@@ -453,12 +451,12 @@ size_t myNSURLConnection::Private::headerCallback(
     const qsizetype colon = line.indexOf(':');
     if (colon > 0)
         d->headers.append({ line.first(colon).trimmed().toByteArray(),
-            line.sliced(colon + 1).trimmed().toByteArray() });
+                            line.sliced(colon + 1).trimmed().toByteArray() });
     return total;
 }
 
-size_t myNSURLConnection::Private::writeCallback(
-    char *ptr, size_t size, size_t count, void *userdata)
+size_t myNSURLConnection::Private::writeCallback(char *ptr, size_t size, size_t count,
+                                                 void *userdata)
 {
     auto *d = static_cast<Private *>(userdata);
     const size_t total = size * count;
@@ -489,7 +487,7 @@ UrlResponse myNSURLConnection::Private::makeResponse() const
     if (found) {
         const qsizetype semicolon = type.indexOf(';');
         r.mimeType = QString::fromLatin1((semicolon < 0 ? type : type.left(semicolon)).trimmed())
-                         .toLower();
+                             .toLower();
     }
     const QByteArray length = headerValue(headers, "Content-Length", &found);
     if (found) {
@@ -569,21 +567,21 @@ void myNSURLConnection::Private::followRedirect()
         char *resolved = nullptr;
         curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &resolved);
         target = resolved
-            ? QString::fromUtf8(resolved)
-            : QUrl(request.url).resolved(QUrl(QString::fromUtf8(location))).toString();
+                ? QString::fromUtf8(resolved)
+                : QUrl(request.url).resolved(QUrl(QString::fromUtf8(location))).toString();
     }
     CurlMultiDriver::instance()->detach(easy);
 
     UrlRequest proposed = request;
     proposed.url = target;
     const bool toGet = ((status == 301 || status == 302) && proposed.method == "POST")
-        || (status == 303 && proposed.method != "GET" && proposed.method != "HEAD");
+            || (status == 303 && proposed.method != "GET" && proposed.method != "HEAD");
     if (toGet) {
         proposed.method = "GET";
         proposed.body.clear();
         proposed.headers.removeIf([](const auto &h) {
             return h.first.compare("Content-Type", Qt::CaseInsensitive) == 0
-                || h.first.compare("Content-Length", Qt::CaseInsensitive) == 0;
+                    || h.first.compare("Content-Length", Qt::CaseInsensitive) == 0;
         });
     }
     if (!proposed.header("Host").isEmpty() && !target.isEmpty())
@@ -681,8 +679,8 @@ void myNSURLConnection::Private::startFile()
     file = std::make_unique<QFile>(path);
     if (!file->open(QIODevice::ReadOnly)) {
         fail(CURLE_FILE_COULDNT_READ_FILE,
-            QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE))
-                + QStringLiteral(": ") + file->errorString());
+             QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE))
+                     + QStringLiteral(": ") + file->errorString());
         return;
     }
     static const QMimeDatabase mimeDatabase;

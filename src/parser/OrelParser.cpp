@@ -184,7 +184,9 @@ void OrelParser::setBytes(const QByteArray &bytesIn)
 }
 
 std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
-    const QString &userAgent, bool seo, bool cachePage, bool checkNoIndex, bool checkNofollow)
+                                                     const QString &userAgent, bool seo,
+                                                     bool cachePage, bool checkNoIndex,
+                                                     bool checkNofollow)
 {
     Q_UNUSED(userAgent);
     Q_UNUSED(seo); // word counting stays off for pages of a crawl
@@ -229,8 +231,8 @@ std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
     return p;
 }
 
-std::unique_ptr<OrelParser> OrelParser::initWithUrl(
-    const QString &urlString, const QString &userAgent)
+std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
+                                                    const QString &userAgent)
 {
     std::unique_ptr<OrelParser> p(new OrelParser);
     p->plaintextmode = false;
@@ -409,8 +411,8 @@ bool OrelParser::moveIntoNextTag()
                 const qint32 start = counter;
                 for (;;) {
                     const void *hit = counter < static_cast<qint32>(l)
-                        ? std::memchr(bytes + counter, '>', l - counter)
-                        : nullptr;
+                            ? std::memchr(bytes + counter, '>', l - counter)
+                            : nullptr;
                     if (!hit) {
                         if (counter < static_cast<qint32>(l)) {
                             aBuffer = static_cast<signed char>(bytes[l - 1]);
@@ -432,8 +434,8 @@ bool OrelParser::moveIntoNextTag()
             // Without word counting every byte up to the next "<" would only be looked at and
             // dropped, so jump straight to it.
             const void *hit = counter < static_cast<qint32>(l)
-                ? std::memchr(bytes + counter, '<', l - counter)
-                : nullptr;
+                    ? std::memchr(bytes + counter, '<', l - counter)
+                    : nullptr;
             if (!hit) {
                 if (counter < static_cast<qint32>(l)) {
                     aBuffer = static_cast<signed char>(bytes[l - 1]);
@@ -691,8 +693,8 @@ bool OrelParser::readTagBytes(bool alreadyInside, TagBytes &tag)
         } else {
             const qint32 from = counter;
             const void *hit = from < static_cast<qint32>(l)
-                ? std::memchr(bytes + from, '>', l - from)
-                : nullptr;
+                    ? std::memchr(bytes + from, '>', l - from)
+                    : nullptr;
             if (!hit) {
                 if (from < static_cast<qint32>(l)) {
                     aBuffer = static_cast<signed char>(bytes[l - 1]);

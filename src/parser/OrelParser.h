@@ -26,7 +26,9 @@ public:
     // invalid"); an empty one gives a parser of length 0. seo is accepted and not used: word
     // counting stays off here.
     static std::unique_ptr<OrelParser> initWithData(const QByteArray &data,
-        const QString &userAgent, bool seo, bool cachePage, bool checkNoIndex, bool checkNofollow);
+                                                    const QString &userAgent, bool seo,
+                                                    bool cachePage, bool checkNoIndex,
+                                                    bool checkNofollow);
     // Fetches the page synchronously (60 s time-out; blocks the calling thread). nullptr for a
     // skipped extension (no fetch), a malformed URL, a failed fetch or a non-HTML content type.
     static std::unique_ptr<OrelParser> initWithUrl(const QString &url, const QString &userAgent);
@@ -137,10 +139,10 @@ public:
     // Marks every occurrence of badLink with style and, when the page has no base of its own,
     // inserts one after <head>. Returns the changed bytes (also the parser's data), or none.
     std::optional<QByteArray> highlightBadink(const QString &badLink, const QString &style,
-        const QString &basHref, bool ignoringQS, bool trim);
+                                              const QString &basHref, bool ignoringQS, bool trim);
     // Style attributes for highlightBadink(); colour components are fractions 0..1.
-    static QString borderStyle(
-        const QString &width, const QString &lineStyle, double red, double green, double blue);
+    static QString borderStyle(const QString &width, const QString &lineStyle, double red,
+                               double green, double blue);
     static QString backgroundStyle(double red, double green, double blue);
 
 private:

@@ -72,10 +72,10 @@ void OrelParser::findKeywordsAndDescription()
             // The Open Graph description is not the page's description.
             if (!parsertext::containsIgnoringCase(tag.buf, tag.n, "og:description"))
                 metadescription = withoutLineBreaks(
-                    pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
+                        pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
         } else if (meta && parsertext::containsIgnoringCase(tag.buf, tag.n, "keywords")) {
             keywords = withoutLineBreaks(
-                pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
+                    pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
         } else if (parsertext::containsIgnoringCase(tag.buf, tag.n, "canonical")) {
             canonical = withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n, nullptr)));
         }
@@ -134,7 +134,8 @@ bool OrelParser::headContainsNoFollow()
 }
 
 std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, const QString &style,
-    const QString &basHref, bool ignoringQS, bool trim)
+                                                      const QString &basHref, bool ignoringQS,
+                                                      bool trim)
 {
     const QUrl base(basHref);
     // Work on a private copy; the cached length stays as it was, so the scan below stops short
@@ -162,7 +163,7 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
             }
         }
         insertAtCursor(
-            parsertext::asciiLossy(QStringLiteral("\n<base href = \"%1\">\n").arg(basHref)));
+                parsertext::asciiLossy(QStringLiteral("\n<base href = \"%1\">\n").arg(basHref)));
     }
     reset();
     const QByteArray styleBytes = parsertext::asciiLossy(style);
@@ -172,7 +173,7 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
         const QString plain = absolute.toString();
         const bool match = ignoringQS ? (badLink.contains(encoded) || badLink.contains(plain))
                                       : (compareIgnoringTrailingSlash(badLink, encoded)
-                                          || compareIgnoringTrailingSlash(badLink, plain));
+                                         || compareIgnoringTrailingSlash(badLink, plain));
         if (!match)
             continue;
         // Back to just after the tag name's first letter; the style goes in there.
@@ -183,22 +184,22 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
     return data;
 }
 
-QString OrelParser::borderStyle(
-    const QString &width, const QString &lineStyle, double red, double green, double blue)
+QString OrelParser::borderStyle(const QString &width, const QString &lineStyle, double red,
+                                double green, double blue)
 {
     return QStringLiteral(" style = \"border:%1 %2 rgb(%3,%4,%5);\"")
-        .arg(width, lineStyle)
-        .arg(static_cast<int>(red * 255))
-        .arg(static_cast<int>(green * 255))
-        .arg(static_cast<int>(blue * 255));
+            .arg(width, lineStyle)
+            .arg(static_cast<int>(red * 255))
+            .arg(static_cast<int>(green * 255))
+            .arg(static_cast<int>(blue * 255));
 }
 
 QString OrelParser::backgroundStyle(double red, double green, double blue)
 {
     return QStringLiteral(" style = \"background:rgb(%1,%2,%3);\"")
-        .arg(static_cast<int>(red * 255))
-        .arg(static_cast<int>(green * 255))
-        .arg(static_cast<int>(blue * 255));
+            .arg(static_cast<int>(red * 255))
+            .arg(static_cast<int>(green * 255))
+            .arg(static_cast<int>(blue * 255));
 }
 
 } // namespace orel

@@ -37,9 +37,9 @@ QString cellClass(const QString &columnId, bool alternate)
 QString rgbStyle(const Colour &c)
 {
     return QStringLiteral("style = \"background:rgb(%1,%2,%3)\"")
-        .arg(int(c.r * 255))
-        .arg(int(c.g * 255))
-        .arg(int(c.b * 255));
+            .arg(int(c.r * 255))
+            .arg(int(c.g * 255))
+            .arg(int(c.b * 255));
 }
 
 QString headerCells(const QList<TableColumn> &columns)
@@ -54,8 +54,7 @@ QString headerCells(const QList<TableColumn> &columns)
 class ExportProgress
 {
 public:
-    explicit ExportProgress(int rows)
-        : m_rows(rows)
+    explicit ExportProgress(int rows) : m_rows(rows)
     {
         Dialogs::current().showProgress(localized("Exporting"), 100);
     }
@@ -76,8 +75,7 @@ private:
 
 } // namespace
 
-bhDataSource::bhDataSource(bool ownsItems)
-    : m_ownsItems(ownsItems)
+bhDataSource::bhDataSource(bool ownsItems) : m_ownsItems(ownsItems)
 {
     if (QCoreApplication *app = QCoreApplication::instance())
         m_mainThreadContext.moveToThread(app->thread());
@@ -257,8 +255,8 @@ int bhDataSource::numberOfRowsInTableView(TableDescription *table)
     return int(m_collection.size());
 }
 
-QString bhDataSource::objectValueForTableColumn(
-    TableDescription *table, const QString &columnId, int row)
+QString bhDataSource::objectValueForTableColumn(TableDescription *table, const QString &columnId,
+                                                int row)
 {
     Q_UNUSED(table);
     OrelDataObject *item = getnthItem(row);
@@ -274,8 +272,8 @@ std::optional<Colour> bhDataSource::labelColorForRow(TableDescription *table, in
     return std::nullopt;
 }
 
-QString bhDataSource::objectValueByItem(
-    TableDescription *outline, const QString &columnId, OutlineItem item)
+QString bhDataSource::objectValueByItem(TableDescription *outline, const QString &columnId,
+                                        OutlineItem item)
 {
     Q_UNUSED(outline);
     Q_UNUSED(columnId);
@@ -291,7 +289,7 @@ void bhDataSource::didClickTableColumn(TableDescription *table)
     if (!descriptor || descriptor->key.isEmpty())
         return;
     sortByColumn(descriptor->key, descriptor->ascending,
-        OrelDataObject::isNumber(descriptor->key) ? SortAsNumber : SortAsText);
+                 OrelDataObject::isNumber(descriptor->key) ? SortAsNumber : SortAsText);
     reloadData();
 }
 
@@ -305,8 +303,8 @@ void bhDataSource::sortByColumn(const QString &columnId, bool ascending, int opt
         sortAsNumber(columnId, ascending, options);
 }
 
-int bhDataSource::compare(
-    const OrelDataObject *a, const OrelDataObject *b, const QString &columnId, int options) const
+int bhDataSource::compare(const OrelDataObject *a, const OrelDataObject *b, const QString &columnId,
+                          int options) const
 {
     const float x = a->getFieldAsNumberByName(columnId);
     const float y = b->getFieldAsNumberByName(columnId);
@@ -423,7 +421,7 @@ QString bhDataSource::getDataAsCSV()
             if (c > 0)
                 out += QLatin1Char(',');
             out += QLatin1Char('"') + objectValueForTableColumn(table, columns[c].identifier, r)
-                + QLatin1Char('"');
+                    + QLatin1Char('"');
         }
         out += QLatin1Char('\r');
     }
@@ -437,7 +435,7 @@ QString bhDataSource::getDataAsHTML()
     QString out = QStringLiteral("<table cellpadding=2 cellspacing=2 border=0><tr>");
     for (const TableColumn &column : columns)
         out += QLatin1String("<th style = background:#cccccc>") + column.title
-            + QLatin1String("</th>");
+                + QLatin1String("</th>");
     out += QLatin1String("</tr>");
     const int rows = numberOfRowsInTableView(table);
     for (int r = 0; r < rows; ++r) {
@@ -447,7 +445,7 @@ QString bhDataSource::getDataAsHTML()
             if (r % 2 == 1)
                 out += QLatin1String("style = background:#f0f0ff");
             out += QLatin1Char('>') + objectValueForTableColumn(table, column.identifier, r)
-                + QLatin1String("</td>");
+                    + QLatin1String("</td>");
         }
         out += QLatin1String("</tr>");
     }
@@ -481,7 +479,7 @@ QString bhDataSource::getDataAsHTMLusingTableView(TableDescription *table)
                 out += value;
             else if (validator)
                 out += QLatin1String("<a href = ") + checkAddress + QLatin1String("?uri=") + value
-                    + QLatin1String(" >") + value + QLatin1String("</a>");
+                        + QLatin1String(" >") + value + QLatin1String("</a>");
             else
                 out += anchor(value);
             out += QLatin1String("</td>");
@@ -555,7 +553,7 @@ QString bhDataSource::getDataAsCSVusingOutlineView(TableDescription *outline)
             if (child && columns[c].identifier == outlineColumn)
                 out += QLatin1Char('\t');
             out += source->objectValueByItem(outline, columns[c].identifier, item)
-                + QLatin1Char('"');
+                    + QLatin1Char('"');
         }
         out += QLatin1Char('\r');
         progress.rowDone(r);

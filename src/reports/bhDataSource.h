@@ -81,13 +81,13 @@ public:
     // --- Row questions of the views (subclasses override) ----------------------------------
     virtual int numberOfRowsInTableView(TableDescription *table);
     // The value of a cell: getnthItem(row)'s field of the column; "" when there is no item.
-    virtual QString objectValueForTableColumn(
-        TableDescription *table, const QString &columnId, int row);
+    virtual QString objectValueForTableColumn(TableDescription *table, const QString &columnId,
+                                              int row);
     // The colour of a row; none in the base.
     virtual std::optional<Colour> labelColorForRow(TableDescription *table, int row);
     // The value of a cell of an outline; a null string (none) in the base.
-    virtual QString objectValueByItem(
-        TableDescription *outline, const QString &columnId, OutlineItem item);
+    virtual QString objectValueByItem(TableDescription *outline, const QString &columnId,
+                                      OutlineItem item);
     // A click on a column header: sorts by the view's first sort descriptor (numerically for
     // numeric fields) and reloads.
     virtual void didClickTableColumn(TableDescription *table);
@@ -97,7 +97,7 @@ public:
     // -1, 0 or 1 comparing the numeric values of a field; always 0 unless options is 1.
     // An infinite value logs "overflow" and counts as equal.
     int compare(const OrelDataObject *a, const OrelDataObject *b, const QString &columnId,
-        int options) const;
+                int options) const;
 
     // --- Renderers ------------------------------------------------------------------------
     // The own view with this source's row answers; values are not escaped, lines end in "\r".

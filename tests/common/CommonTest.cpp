@@ -22,24 +22,20 @@ TEST(SettingsControls, SetByNameParsesEachKindAndRefusesBadInput)
         const char *readBack;
     };
     const Case cases[] = {
-        {"linksLimit", "5000", true, "5000"},
-        {"levelsLimit", "3", true, "3"},
-        {"numberOfThreads", "0", true, "0"},
-        {"timeoutField", "2.5", true, "2.5"},
-        {"soft404Button", "mixed", true, "mixed"},
-        {"soft404Button", "on", true, "on"},
-        {"subdomainButton", "YES", true, "on"},
-        {"hashIsBad", "no", true, "off"},
-        {"userAgentString", "Bot/1", true, "Bot/1"},
-        {"linksLimit", "12abc", false, "5000"},
-        {"timeoutField", "", false, "2.5"},
-        {"hashIsBad", "perhaps", false, "off"},
+        { "linksLimit", "5000", true, "5000" },        { "levelsLimit", "3", true, "3" },
+        { "numberOfThreads", "0", true, "0" },         { "timeoutField", "2.5", true, "2.5" },
+        { "soft404Button", "mixed", true, "mixed" },   { "soft404Button", "on", true, "on" },
+        { "subdomainButton", "YES", true, "on" },      { "hashIsBad", "no", true, "off" },
+        { "userAgentString", "Bot/1", true, "Bot/1" }, { "linksLimit", "12abc", false, "5000" },
+        { "timeoutField", "", false, "2.5" },          { "hashIsBad", "perhaps", false, "off" },
     };
     for (const Case &tc : cases) {
         QString error;
-        EXPECT_EQ(c.setByName(QString::fromLatin1(tc.name), QString::fromLatin1(tc.value), &error), tc.ok)
+        EXPECT_EQ(c.setByName(QString::fromLatin1(tc.name), QString::fromLatin1(tc.value), &error),
+                  tc.ok)
                 << tc.name << "=" << tc.value;
-        EXPECT_EQ(c.valueByName(QString::fromLatin1(tc.name)), QString::fromLatin1(tc.readBack)) << tc.name;
+        EXPECT_EQ(c.valueByName(QString::fromLatin1(tc.name)), QString::fromLatin1(tc.readBack))
+                << tc.name;
         EXPECT_EQ(error.isEmpty(), tc.ok) << tc.name;
     }
     QString error;

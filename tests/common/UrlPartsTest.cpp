@@ -52,12 +52,12 @@ TEST(UrlParts, AgreesWithQUrl)
             const UrlParts parts = UrlParts::of(url, encoded);
             EXPECT_EQ(parts.scheme, parsed.scheme()) << text;
             EXPECT_EQ(parts.host, parsed.host(encoded ? QUrl::FullyEncoded : QUrl::FullyDecoded))
-                << text << " encoded=" << encoded;
+                    << text << " encoded=" << encoded;
             EXPECT_EQ(parts.port, parsed.port()) << text;
         }
     }
     EXPECT_EQ(UrlParts::of(QStringLiteral("http://h.test:8080/")).hostAndPort(),
-        QStringLiteral("h.test:8080"));
-    EXPECT_EQ(
-        UrlParts::of(QStringLiteral("http://h.test/")).hostAndPort(), QStringLiteral("h.test"));
+              QStringLiteral("h.test:8080"));
+    EXPECT_EQ(UrlParts::of(QStringLiteral("http://h.test/")).hostAndPort(),
+              QStringLiteral("h.test"));
 }

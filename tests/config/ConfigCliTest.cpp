@@ -22,7 +22,7 @@ std::tuple<int, QString, QString> cli(const QStringList &args)
     if (!p.waitForFinished(60000))
         return { -1, {}, {} };
     return { p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-        QString::fromUtf8(p.readAllStandardError()) };
+             QString::fromUtf8(p.readAllStandardError()) };
 }
 
 // Runs a command that must succeed; answers its output.
@@ -39,19 +39,23 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
 {
     if (!QFileInfo::exists(QStringLiteral(ORRELWICK_CLI_PATH)))
         GTEST_SKIP() << "orrelwick-cli has not been built";
-    const QVariantMap blog { { u"contains"_s, u"blog"_s }, { u"priority"_s, u"0.3"_s },
-        { u"update"_s, u"daily"_s } };
+    const QVariantMap blog { { u"contains"_s, u"blog"_s },
+                             { u"priority"_s, u"0.3"_s },
+                             { u"update"_s, u"daily"_s } };
     writeConfig(u"httpexampletest"_s,
-        { { u"url"_s, u"http://example.test/"_s }, { u"name"_s, u"Example site"_s },
-            { u"checkBlacklist"_s, u"logout , print"_s }, { u"timeOut"_s, u"0"_s },
-            { u"status"_s, u"no bad links"_s }, { u"sitemapRules"_s, QVariantList { blog } } });
+                { { u"url"_s, u"http://example.test/"_s },
+                  { u"name"_s, u"Example site"_s },
+                  { u"checkBlacklist"_s, u"logout , print"_s },
+                  { u"timeOut"_s, u"0"_s },
+                  { u"status"_s, u"no bad links"_s },
+                  { u"sitemapRules"_s, QVariantList { blog } } });
     EXPECT_EQ(ok({ u"list"_s }), u"Example site\thttp://example.test/\thttpexampletest\n"_s);
     // By display name or file name: sorted "key = value" lines of the settings as loaded.
     for (const QString &name : { u"Example site"_s, u"httpexampletest"_s }) {
         const QStringList lines = ok({ u"show"_s, name }).split(u'\n', Qt::SkipEmptyParts);
         for (const QString &expected :
-            { u"checkBlacklist = logout,print"_s, u"timeOut = 30"_s, u"status = no bad links"_s,
-                u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
+             { u"checkBlacklist = logout,print"_s, u"timeOut = 30"_s, u"status = no bad links"_s,
+               u"sitemapRules = contains=blog priority=0.3 update=daily"_s })
             EXPECT_TRUE(lines.contains(expected)) << expected.toStdString();
         QStringList sorted = lines;
         sorted.sort(Qt::CaseInsensitive);
@@ -67,18 +71,23 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
 
     // Every mistake: status 2, nothing on stdout, one line on stderr.
     writeBytes(out + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
-    const QStringList mistakes[]
-        = { {}, { u"frobnicate"_s }, { u"show"_s }, { u"show"_s, u"No such site"_s },
-              { u"export"_s, u"Example site"_s }, { u"export"_s, u"Nope"_s, out + u"/x"_s },
-              { u"export"_s, u"Example site"_s, out + u"/no/such/dir/x.lcsettings"_s },
-              { u"import"_s, out + u"/missing.lcsettings"_s },
-              { u"import"_s, out + u"/garbage.lcsettings"_s }, { u"list"_s, u"extra"_s } };
+    const QStringList mistakes[] = { {},
+                                     { u"frobnicate"_s },
+                                     { u"show"_s },
+                                     { u"show"_s, u"No such site"_s },
+                                     { u"export"_s, u"Example site"_s },
+                                     { u"export"_s, u"Nope"_s, out + u"/x"_s },
+                                     { u"export"_s, u"Example site"_s,
+                                       out + u"/no/such/dir/x.lcsettings"_s },
+                                     { u"import"_s, out + u"/missing.lcsettings"_s },
+                                     { u"import"_s, out + u"/garbage.lcsettings"_s },
+                                     { u"list"_s, u"extra"_s } };
     for (const QStringList &args : mistakes) {
         const auto [status, stdOut, err] = cli(args);
         const std::string what = args.join(u' ').toStdString() + ": " + err.toStdString();
         EXPECT_EQ(status, 2) << what;
         EXPECT_TRUE(stdOut.isEmpty()) << what;
         EXPECT_TRUE(QRegularExpression(u"^orrelwick-cli: [^\n]+\n$"_s).match(err).hasMatch())
-            << what;
+                << what;
     }
 }

@@ -15,21 +15,30 @@ const QString NO = u"NO"_s;
 
 QVariantMap rule(const QString &contains, const QString &priority)
 {
-    return { { u"contains"_s, contains }, { u"priority"_s, priority },
-        { u"update"_s, u"weekly"_s } };
+    return { { u"contains"_s, contains },
+             { u"priority"_s, priority },
+             { u"update"_s, u"weekly"_s } };
 }
 
 // A configuration as the program writes it: every key, values in their canonical form.
 QVariantMap fullConfig(const QString &url, const QString &name)
 {
     QVariantMap d = OrelConfigManager::compileBlankDict();
-    d.insert({ { u"url"_s, url }, { u"name"_s, name }, { u"checkBlacklist"_s, u"logout,/print/"_s },
-        { u"followBlacklist"_s, u"calendar"_s }, { u"numberOfThreads"_s, u"8"_s },
-        { u"timeOut"_s, u"45"_s }, { u"delay"_s, u"0.5"_s }, { u"followQuerystring"_s, YES },
-        { u"ignoreSlash"_s, NO }, { u"KestovanAttemptAuthentication"_s, NO },
-        { u"OrrelwickMainWindowEdited"_s, NO }, { u"selectedConfig"_s, u"0"_s },
-        { u"status"_s, u"2 bad links"_s }, { u"dateStamp"_s, u"2024-05-06 07:08:09"_s },
-        { u"sitemapRules"_s, QVariantList { rule(u"blog"_s, u"0.3"_s) } } });
+    d.insert({ { u"url"_s, url },
+               { u"name"_s, name },
+               { u"checkBlacklist"_s, u"logout,/print/"_s },
+               { u"followBlacklist"_s, u"calendar"_s },
+               { u"numberOfThreads"_s, u"8"_s },
+               { u"timeOut"_s, u"45"_s },
+               { u"delay"_s, u"0.5"_s },
+               { u"followQuerystring"_s, YES },
+               { u"ignoreSlash"_s, NO },
+               { u"KestovanAttemptAuthentication"_s, NO },
+               { u"OrrelwickMainWindowEdited"_s, NO },
+               { u"selectedConfig"_s, u"0"_s },
+               { u"status"_s, u"2 bad links"_s },
+               { u"dateStamp"_s, u"2024-05-06 07:08:09"_s },
+               { u"sitemapRules"_s, QVariantList { rule(u"blog"_s, u"0.3"_s) } } });
     return d;
 }
 
@@ -48,34 +57,44 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
 {
     // "key=value" loaded (or nothing), control, its valueByName. "followCheckbox" of NO means
     // single-page mode; without "url" the address field is left as it was.
-    const char *const cases[][3] = { { "timeOut=0", "timeoutField", "30" },
-        { "timeOut=0.9", "timeoutField", "30" }, { "timeOut=abc", "timeoutField", "30" },
-        { "timeOut=45", "timeoutField", "45" }, { "timeOut=2.5", "timeoutField", "2.5" },
+    const char *const cases[][3] = {
+        { "timeOut=0", "timeoutField", "30" },
+        { "timeOut=0.9", "timeoutField", "30" },
+        { "timeOut=abc", "timeoutField", "30" },
+        { "timeOut=45", "timeoutField", "45" },
+        { "timeOut=2.5", "timeoutField", "2.5" },
         { "numberOfThreads=999", "numberOfThreads", "64" },
         { "numberOfThreads=0", "numberOfThreads", "1" },
         { "numberOfThreads=-5", "numberOfThreads", "1" },
         { "numberOfThreads=8 threads", "numberOfThreads", "8" },
-        { "delay=1.5", "delayField", "1.5" }, { "", "delayField", "0" },
-        { "", "slashButton", "on" }, { "", "followButton", "off" }, { "", "imgButton", "off" },
-        { "", "qsButton", "on" }, { "ignoreSlash=NO", "slashButton", "off" },
+        { "delay=1.5", "delayField", "1.5" },
+        { "", "delayField", "0" },
+        { "", "slashButton", "on" },
+        { "", "followButton", "off" },
+        { "", "imgButton", "off" },
+        { "", "qsButton", "on" },
+        { "ignoreSlash=NO", "slashButton", "off" },
         { "followCheckbox=NO", "followButton", "on" },
         { "followCheckbox=YES", "followButton", "off" },
         { "followQuerystring=YES", "qsButton", "off" },
-        { "followQuerystring=yes", "qsButton", "on" }, { "checkImages=YES", "imgButton", "on" },
+        { "followQuerystring=yes", "qsButton", "on" },
+        { "checkImages=YES", "imgButton", "on" },
         { "uniqueTitles=YES", "uniqueTitleButton", "on" },
         { "OrrelwickSitemapOnly=YES", "sitemapOnly", "on" },
         { "blacklistCheckContent=YES", "blacklistCheckContentCheckBox", "on" },
         { "KestovanAttemptAuthentication=YES", "attemptAuthentication", "on" },
-        { "url=http://a.test/", "urlField", "http://a.test/" }, { "", "urlField", "kept" } };
+        { "url=http://a.test/", "urlField", "http://a.test/" },
+        { "", "urlField", "kept" }
+    };
     for (const auto &c : cases) {
         controls->setDefaults();
         controls->urlField = u"kept"_s;
         const QString kv = QLatin1String(c[0]);
-        manager->implementSettingsFromDictionary(kv.isEmpty()
-                ? QVariantMap()
-                : QVariantMap { { kv.section(u'=', 0, 0), kv.section(u'=', 1) } });
+        manager->implementSettingsFromDictionary(
+                kv.isEmpty() ? QVariantMap()
+                             : QVariantMap { { kv.section(u'=', 0, 0), kv.section(u'=', 1) } });
         EXPECT_EQ(controls->valueByName(QLatin1String(c[1])), QLatin1String(c[2]))
-            << c[0] << " " << c[1];
+                << c[0] << " " << c[1];
     }
     // Files written by other tools may hold booleans.
     manager->implementSettingsFromDictionary({ { u"checkImages"_s, true } });
@@ -85,9 +104,10 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
 TEST_F(ConfigTest, NewFileNamesKeepLettersAndCountUp)
 {
     const QString url = u"http://www.example.com/a/b.html"_s, file = u"httpwwwexamplecomabhtml"_s;
-    const std::pair<QString, QString> cases[] = { { url, file }, { {}, u"nourl"_s },
-        { url, file + u"-1"_s }, { url, file + u"-2"_s }, { {}, u"nourl-1"_s },
-        { u"temp"_s, u"temp-1"_s } }; // never the crawl's working folder
+    const std::pair<QString, QString> cases[] = {
+        { url, file },           { {}, u"nourl"_s },   { url, file + u"-1"_s },
+        { url, file + u"-2"_s }, { {}, u"nourl-1"_s }, { u"temp"_s, u"temp-1"_s }
+    }; // never the crawl's working folder
     for (const auto &[url, fileName] : cases) {
         manager->newURL();
         controls->urlField = url;
@@ -155,8 +175,8 @@ TEST_F(ConfigTest, ListingSkipsWhatIsNotAConfigurationFindsThumbsAndFewCloseTheD
     // The sitemap upload details are kept in the folder too, privately, the password never logged.
     test::LogCapture logs;
     manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"s3cret-pw"_s });
-    EXPECT_TRUE(logs.contains(
-        u"saveFtpDetails called, writing to "_s + OrelConfigManager::ftpDetailsPath()));
+    EXPECT_TRUE(logs.contains(u"saveFtpDetails called, writing to "_s
+                              + OrelConfigManager::ftpDetailsPath()));
     EXPECT_FALSE(logs.lines.join(u' ').contains(u"s3cret-pw"_s));
     const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
     EXPECT_EQ((QFile::permissions(OrelConfigManager::ftpDetailsPath()) & others).toInt(), 0);
@@ -228,7 +248,7 @@ TEST_F(ConfigTest, StatusAndDateStampGoToTheFileAndTheStatusLine)
     const QVariantMap stored = readConfig(u"site"_s);
     const QString stamp = stored.value(u"dateStamp"_s).toString();
     EXPECT_TRUE(QDateTime::fromString(stamp, u"yyyy-MM-dd HH:mm:ss"_s).isValid())
-        << stamp.toStdString();
+            << stamp.toStdString();
     EXPECT_EQ(stored.value(u"status"_s), u"no bad links"_s);
     EXPECT_EQ(manager->statusLine(), u"Last checked "_s + stamp + u" no bad links"_s);
     // Applying the file builds the other form of the line, with a comma.
@@ -252,7 +272,7 @@ TEST_F(ConfigTest, UnsavedChangesAreSavedOnlyWhenTheUserSaysSo)
         manager->newURL();
         EXPECT_EQ(test::dialogs().calls.last().title, u"Unsaved changes"_s);
         EXPECT_EQ(readConfig(u"site"_s).value(u"numberOfThreads"_s).toString(),
-            answer == 0 ? u"5"_s : QString());
+                  answer == 0 ? u"5"_s : QString());
         EXPECT_TRUE(manager->isCreatingNewConfig());
     }
     // Without edits nobody is asked.
@@ -305,9 +325,12 @@ TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRowAndBlankOnesAsDefaults)
     // Blank settings: 12 threads, 30 s, and a "followCheckbox" of NO means single-page mode.
     manager->saveBlankSettings();
     other.implementLastUsedSettings();
-    for (const auto &[name, value] :
-        { std::pair { "numberOfThreads", "12" }, { "timeoutField", "30" }, { "followButton", "on" },
-            { "qsButton", "on" }, { "slashButton", "on" }, { "urlField", "" } })
+    for (const auto &[name, value] : { std::pair { "numberOfThreads", "12" },
+                                       { "timeoutField", "30" },
+                                       { "followButton", "on" },
+                                       { "qsButton", "on" },
+                                       { "slashButton", "on" },
+                                       { "urlField", "" } })
         EXPECT_EQ(otherControls.valueByName(QLatin1String(name)), QLatin1String(value)) << name;
     EXPECT_EQ(other.rulesRowCount(), 0);
 }
@@ -315,15 +338,17 @@ TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRowAndBlankOnesAsDefaults)
 TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
 {
     // Key, value, whether accepted.
-    const std::tuple<const char *, const char *, bool> cases[] = { { "noSuchKey", "1", false },
-        { "numberOfThreads", "many", false }, { "numberOfThreads", "4", true },
-        { "timeOut", "1.5s", false }, { "timeOut", "0", true }, { "checkImages", "maybe", false },
-        { "checkImages", "yes", true }, { "followCheckbox", "off", true },
-        { "sitemapRules", "junk", false } };
+    const std::tuple<const char *, const char *, bool> cases[] = {
+        { "noSuchKey", "1", false },      { "numberOfThreads", "many", false },
+        { "numberOfThreads", "4", true }, { "timeOut", "1.5s", false },
+        { "timeOut", "0", true },         { "checkImages", "maybe", false },
+        { "checkImages", "yes", true },   { "followCheckbox", "off", true },
+        { "sitemapRules", "junk", false }
+    };
     for (const auto &[key, value, ok] : cases) {
         QString error;
         EXPECT_EQ(manager->applySettingsKey(QLatin1String(key), QLatin1String(value), &error), ok)
-            << key << "=" << value;
+                << key << "=" << value;
         EXPECT_EQ(error.isEmpty(), ok) << key;
     }
     // The load rules still apply, and the other settings are untouched.
@@ -332,8 +357,8 @@ TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
     EXPECT_EQ(controls->imgButton, CheckState::On);
     EXPECT_EQ(controls->followButton, CheckState::On);
 
-    const QString rules
-        = u"contains=blog priority=0.3 update=daily; contains=a b priority=1 update=never"_s;
+    const QString rules =
+            u"contains=blog priority=0.3 update=daily; contains=a b priority=1 update=never"_s;
     ASSERT_TRUE(manager->applySettingsKey(u"sitemapRules"_s, rules));
     EXPECT_EQ(OrelConfigManager::showSitemapRules(manager->getSitemapRules()), rules);
     EXPECT_EQ(manager->sitemapRuleValue(1, u"contains"_s), u"a b"_s);
@@ -343,13 +368,15 @@ TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderEditsMoveToTheEndAndLoadin
 {
     using M = OrelConfigManager;
     for (const auto &[text, kind] : { std::pair { u"only"_s, M::OnlyFollow },
-             { u"check1"_s, M::DoNotCheck }, { u"  "_s, M::DoNotFollow },
-             { u"check2"_s, M::DoNotCheck }, { u"follow"_s, M::DoNotFollow } })
+                                      { u"check1"_s, M::DoNotCheck },
+                                      { u"  "_s, M::DoNotFollow },
+                                      { u"check2"_s, M::DoNotCheck },
+                                      { u"follow"_s, M::DoNotFollow } })
         manager->addBlacklistRule(text, kind); // blank text adds nothing
     EXPECT_TRUE(manager->isEdited());
     EXPECT_EQ(column(*manager, u"searchstring"_s), u"check1|check2|follow|only"_s);
-    EXPECT_EQ(
-        column(*manager, u"rulename"_s), u"Do not check|Do not check|Do not follow|Only follow"_s);
+    EXPECT_EQ(column(*manager, u"rulename"_s),
+              u"Do not check|Do not check|Do not follow|Only follow"_s);
     EXPECT_EQ(manager->rulesValue(3, u"scope"_s), u"urls containing:"_s);
     controls->blacklistCheckContentCheckBox = CheckState::On;
     // Every kind says "content", whatever it is.
@@ -367,10 +394,11 @@ TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderEditsMoveToTheEndAndLoadin
 
     // Stored comma-joined, trimmed on load; applying a configuration replaces the rules.
     manager->implementSettingsFromDictionary(
-        { { u"checkBlacklist"_s, u" logout , /print/ ,\n,\ttmp dir\r\n"_s },
-            { u"followBlacklist"_s, QString() }, { u"followWhitelist"_s, u"a,b"_s } });
+            { { u"checkBlacklist"_s, u" logout , /print/ ,\n,\ttmp dir\r\n"_s },
+              { u"followBlacklist"_s, QString() },
+              { u"followWhitelist"_s, u"a,b"_s } });
     EXPECT_EQ(manager->getCheckBlacklistArray(),
-        (QStringList { u"logout"_s, u"/print/"_s, u"tmp dir"_s }));
+              (QStringList { u"logout"_s, u"/print/"_s, u"tmp dir"_s }));
     EXPECT_TRUE(manager->getFollowBlacklistArray().isEmpty());
     const QVariantMap dict = manager->compileConfigDict();
     EXPECT_EQ(dict.value(u"checkBlacklist"_s), u"logout,/print/,tmp dir"_s);
@@ -383,17 +411,21 @@ TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderEditsMoveToTheEndAndLoadin
 
 TEST_F(ConfigTest, LastApplicableSitemapRuleWinsIgnoringCaseAndTheTableEditsRules)
 {
-    manager->implementSettingsFromDictionary({ { u"sitemapRules"_s,
-        QVariantList { rule(u"blog"_s, u"0.3"_s), rule(u"blog/archive"_s, u"0.1"_s),
-            rule(QString(), u"0.9"_s) } } }); // an empty fragment is found nowhere
+    manager->implementSettingsFromDictionary(
+            { { u"sitemapRules"_s,
+                QVariantList {
+                        rule(u"blog"_s, u"0.3"_s), rule(u"blog/archive"_s, u"0.1"_s),
+                        rule(QString(), u"0.9"_s) } } }); // an empty fragment is found nowhere
     // URL, priority of the rule that applies ("": none).
-    const std::pair<const char *, const char *> cases[]
-        = { { "http://x.test/BLOG/archive/2020", "0.1" }, { "http://x.test/blog/post", "0.3" },
-              { "http://x.test/Blog", "0.3" }, { "http://x.test/about", "" } };
+    const std::pair<const char *, const char *> cases[] = { { "http://x.test/BLOG/archive/2020",
+                                                              "0.1" },
+                                                            { "http://x.test/blog/post", "0.3" },
+                                                            { "http://x.test/Blog", "0.3" },
+                                                            { "http://x.test/about", "" } };
     for (const auto &[url, priority] : cases) {
         const auto r = manager->ruleThatApplies(QLatin1String(url));
         EXPECT_EQ(r ? r->value(u"priority"_s).toString() : QString(), QLatin1String(priority))
-            << url;
+                << url;
     }
 
     manager->addSitemapRule();
@@ -405,6 +437,6 @@ TEST_F(ConfigTest, LastApplicableSitemapRuleWinsIgnoringCaseAndTheTableEditsRule
     EXPECT_EQ(manager->sitemapRuleValue(2, u"contains"_s), u"news"_s);
     EXPECT_FALSE(manager->ruleThatApplies(u"http://x.test/blog"_s));
     // Stored whole as a list of dictionaries.
-    EXPECT_EQ(
-        manager->compileConfigDict().value(u"sitemapRules"_s).toList(), manager->getSitemapRules());
+    EXPECT_EQ(manager->compileConfigDict().value(u"sitemapRules"_s).toList(),
+              manager->getSitemapRules());
 }

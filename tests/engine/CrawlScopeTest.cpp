@@ -26,7 +26,8 @@ QString orNone(const std::optional<QString> &v)
 TEST(CrawlScope, NormalisesTypedStartUrls)
 {
     const Row cases[] = {
-        { "", "" }, { "example", "http://example" },
+        { "", "" },
+        { "example", "http://example" },
         { "ftp:x", "http://ftp:x" }, // short texts get the prefix whatever they hold
         { "www.example.com/x", "http://www.example.com/x" },
         { "https://example.com/a b", "https://example.com/a b" },
@@ -41,10 +42,14 @@ TEST(CrawlScope, NormalisesTypedStartUrls)
 TEST(CrawlScope, DirectoryLimitCutsAtFirstOccurrenceOfLastComponent)
 {
     const Row cases[] = {
-        { "http://h/dir/page.html", "/dir" }, { "http://h/dir/", "/dir" },
-        { "http://h/dir", "/dir" }, { "http://h/a/b/c/", "/a/b/c" },
-        { "http://h/index.html", "<none>" }, { "http://h/", "<none>" },
-        { "http://h", "<none>" }, { "http://Example.COM/Docs/x.htm", "/Docs" },
+        { "http://h/dir/page.html", "/dir" },
+        { "http://h/dir/", "/dir" },
+        { "http://h/dir", "/dir" },
+        { "http://h/a/b/c/", "/a/b/c" },
+        { "http://h/index.html", "<none>" },
+        { "http://h/", "<none>" },
+        { "http://h", "<none>" },
+        { "http://Example.COM/Docs/x.htm", "/Docs" },
         { "http://h/x.html/sub/x.html", "" }, // first occurrence wins
         { "file:///home/me/site/index.html", "/home/me/site" },
         { "http://h:8080/d/i.html", ":8080/d" },
@@ -65,7 +70,8 @@ TEST(CrawlScope, LookupKeyMatchesRecordTrimming)
         { "http://h/a/", false, true, "http://h/a" },
         { "http://h/a/", false, false, "http://h/a/" },
         { "http://h/a//", false, true, "http://h/a/" }, // only one slash goes
-        { "http://h/a/#x", true, true, "http://h/a" }, { "http://h/?x/", true, true, "http://h" },
+        { "http://h/a/#x", true, true, "http://h/a" },
+        { "http://h/?x/", true, true, "http://h" },
     };
     for (const auto &[url, trimQuery, ignoreSlash, key] : cases)
         EXPECT_EQ(CrawlScope::lookupKey(q(url), trimQuery, ignoreSlash), q(key)) << url;
@@ -94,11 +100,10 @@ TEST(CrawlScope, HostMatchingWithAndWithoutSubdomains)
 TEST(CrawlScope, SkippedSchemesAndTermLists)
 {
     const std::pair<const char *, bool> hrefs[] = {
-        { "mailto:a@b.c", true },       { "MAILTO:a@b.c", true },
-        { "x:SKYPE:me", true },         { "http://h/hotel:1", true }, // "tel:" anywhere
-        { "javascript:void(0)", true }, { "callto:123", true },
-        { "tel.html", false },          { "http://h/mailto.html", false },
-        { "page.html", false },         { "", false },
+        { "mailto:a@b.c", true },          { "MAILTO:a@b.c", true }, { "x:SKYPE:me", true },
+        { "http://h/hotel:1", true }, // "tel:" anywhere
+        { "javascript:void(0)", true },    { "callto:123", true },   { "tel.html", false },
+        { "http://h/mailto.html", false }, { "page.html", false },   { "", false },
     };
     for (const auto &[href, skipped] : hrefs)
         EXPECT_EQ(CrawlScope::isMailtoEtc(q(href)), skipped) << href;
@@ -119,12 +124,15 @@ TEST(CrawlScope, ResolvesHrefsAgainstTheBase)
 {
     const QUrl base(QStringLiteral("http://h.com/dir/page.html"));
     const Row cases[] = {
-        { "other.html", "http://h.com/dir/other.html" }, { "../up.html", "http://h.com/up.html" },
+        { "other.html", "http://h.com/dir/other.html" },
+        { "../up.html", "http://h.com/up.html" },
         { "/root.html", "http://h.com/root.html" },
         { "my page.html", "http://h.com/dir/my%20page.html" },
-        { "?q=1", "http://h.com/dir/page.html?q=1" }, { "https://x.org/a", "https://x.org/a" },
+        { "?q=1", "http://h.com/dir/page.html?q=1" },
+        { "https://x.org/a", "https://x.org/a" },
         { "//cdn.org/s.js", "http://cdn.org/s.js" },
-        { "caf\xc3\xa9.html", "http://h.com/dir/caf%C3%A9.html" }, { "MCMS zref", "<none>" },
+        { "caf\xc3\xa9.html", "http://h.com/dir/caf%C3%A9.html" },
+        { "MCMS zref", "<none>" },
         { "http://bad host/", "<none>" },
     };
     for (const auto &[href, absolute] : cases)

@@ -38,8 +38,9 @@ TEST_F(HubTest, CrawlsALocalSiteBreadthFirst)
               "<html><head><title>Home</title></head><body><a href=\"a.html\">A</a>"
               "<a href=\"sub/b.html\">B</a><a href=\"missing.html\">M</a>"
               "<a href=\"mailto:me@site.test\">mail</a></body></html>");
-    writeFile(root + "/a.html", "<a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a>"
-                                "<a href=\"gone.html\">G</a>");
+    writeFile(root + "/a.html",
+              "<a href=\"index.html\">home</a><a href=\"sub/b.html\">B</a>"
+              "<a href=\"gone.html\">G</a>");
     writeFile(root + "/sub/b.html",
               "<a href=\"../a.html\">A</a><a href=\"../index.html\">home</a>");
     controls.numberOfThreads = 1; // a fixed order of reading, so a fixed order of pages
@@ -83,8 +84,10 @@ TEST_F(HubTest, CrawlsAnHttpSiteThenRechecksOnlyTheBadLinks)
     controls.numberOfThreads = 4;
     ASSERT_TRUE(crawl(server.url("/index.html")));
     const std::pair<const char *, const char *> statuses[] = {
-        { "/index.html", "200 no error" }, { "/page.html", "200 no error" },
-        { "/status/404", "404 not found" }, { "/type/pdf", "200 no error" },
+        { "/index.html", "200 no error" },
+        { "/page.html", "200 no error" },
+        { "/status/404", "404 not found" },
+        { "/type/pdf", "200 no error" },
         { "/final", "200 no error < 301 moved permanently" },
         { "/redirect/to", "redirection to nowhere" }, // the query is trimmed: no target left
         { "/junk.html", "200 no error" }, // binary garbage is read like any page
@@ -116,8 +119,9 @@ TEST_F(HubTest, CrawlsAnHttpSiteThenRechecksOnlyTheBadLinks)
 // back by the delay when there is one.
 TEST_F(HubTest, SlotsAndDelayBoundTheFetchesInFlight)
 {
-    const std::tuple<int, double, int> cases[] = { { 4, 0, 4 }, { 1, 0, 1 }, { 0, 0, 1 },
-                                                   { -3, 0, 1 }, { 3, 0.4, 3 } };
+    const std::tuple<int, double, int> cases[] = {
+        { 4, 0, 4 }, { 1, 0, 1 }, { 0, 0, 1 }, { -3, 0, 1 }, { 3, 0.4, 3 }
+    };
     for (const auto &[slots, delay, inFlight] : cases) {
         controls.numberOfThreads = slots;
         controls.delayField = delay;

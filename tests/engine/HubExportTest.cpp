@@ -25,8 +25,9 @@ TEST_F(HubTest, ExportsOfTheTable)
     const QStringList csv = hub->csvText().split('\r', Qt::SkipEmptyParts);
     ASSERT_EQ(csv.size(), 6); // header, the start file, index, a, other, b
     EXPECT_EQ(csv.at(0), "\"Status\",\"URL\",\"Redirected To\",\"Link Text\",\"On Page\"");
-    EXPECT_EQ(csv.at(3), "\"200 no error\",\"http://site.test/a.html\",\"\",\"A \"quoted\"\","
-                         "\"http://site.test/index.html\"");
+    EXPECT_EQ(csv.at(3),
+              "\"200 no error\",\"http://site.test/a.html\",\"\",\"A \"quoted\"\","
+              "\"http://site.test/index.html\"");
     EXPECT_EQ(hub->tdlText().split('\r').at(3), QString(csv.at(3)).replace("\",\"", "\"\t\""));
     // The flat form: one line per page a link is on; the start file and index are on no page
     // but index is on a.html.
@@ -44,9 +45,10 @@ TEST_F(HubTest, ExportsOfTheTable)
     // Internal pages only; "clean" draws a page as a target only before it has its own node.
     const QString graph = "digraph \"file:///orrelwick-no-such-start.html\" {\r";
     EXPECT_EQ(hub->dotText(1000, false, true),
-              graph + "\"/index.html\" -> \"/a.html\" [color=red];\r"
-                      "\"/a.html\" -> \"/index.html\" [color=orange];\r"
-                      "\"/a.html\" -> \"/b.html\" [color=orange];\r}");
+              graph
+                      + "\"/index.html\" -> \"/a.html\" [color=red];\r"
+                        "\"/a.html\" -> \"/index.html\" [color=orange];\r"
+                        "\"/a.html\" -> \"/b.html\" [color=orange];\r}");
     EXPECT_EQ(hub->dotText(1000, true, false),
               graph + "\"/index.html\" -> \"/a.html\";\r\"/a.html\" -> \"/b.html\";\r}");
     EXPECT_EQ(hub->dotText(0, false, false), QStringLiteral("digraph \"\" {\r}"));
@@ -115,14 +117,17 @@ TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
 TEST_F(HubTest, SavedLinkListsLoadButNeverSave)
 {
     QTemporaryDir dir;
-    const QVariantMap one { { "linkUrl", "http://site.test/a.html" }, { "status", "404 not found" },
-                            { "redir", "http://site.test/b.html" }, { "isHTML", "yes" },
-                            { "isInternal", "YES" }, { "onPageUrl", "http://site.test/" },
+    const QVariantMap one { { "linkUrl", "http://site.test/a.html" },
+                            { "status", "404 not found" },
+                            { "redir", "http://site.test/b.html" },
+                            { "isHTML", "yes" },
+                            { "isInternal", "YES" },
+                            { "onPageUrl", "http://site.test/" },
                             { "linkText", "A" } };
     const QVariantMap two { { "linkUrl", "http://site.test/a.html" }, { "isHTML", "YES" } };
     const QString path = dir.filePath("links.plist");
-    ASSERT_TRUE(Plist::writeFile(
-            path, QVariantMap { { "linkcheckerUrls", QVariantList { one, two } } }));
+    ASSERT_TRUE(Plist::writeFile(path,
+                                 QVariantMap { { "linkcheckerUrls", QVariantList { one, two } } }));
     newHub();
     test::dialogs().panelAnswers.enqueue(path);
     test::LogCapture logs;

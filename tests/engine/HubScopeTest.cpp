@@ -62,8 +62,9 @@ TEST_F(HubTest, EachLinkIsRecordedOnceWithEveryOccurrenceUpToTheLimit)
 {
     pausedHub();
     LinkCheckerUrl *p = addPage("http://site.test/dir/page.html", 2);
-    read(p, page(anchor("a.html", "first") + anchor("../b.html") + anchor("a.html#top", "second")
-                 + anchor("my page.html") + anchor("http://site.test/dir/a.html", "third")));
+    read(p,
+         page(anchor("a.html", "first") + anchor("../b.html") + anchor("a.html#top", "second")
+              + anchor("my page.html") + anchor("http://site.test/dir/a.html", "third")));
     LinkCheckerUrl *a = byUrl("http://site.test/dir/a.html");
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->getOnPageUrlArray(), QStringList(3, p->getActualLinkUrl()));
@@ -114,9 +115,7 @@ TEST_F(HubTest, ALongPageKeepsEveryOccurrenceInPageOrder)
         EXPECT_EQ(r->getOnPageLinkTextArray(),
                   (QStringList { "text " + n + "/0", "text " + n + "/1", "text " + n + "/2" }));
         EXPECT_EQ(r->getLinkText(), "text " + n + "/2");
-        EXPECT_EQ(r->getNofollowArray(),
-                  (QList<bool> { i % 2 == 1, i % 2 == 0, i % 2 == 1 }))
-                << i;
+        EXPECT_EQ(r->getNofollowArray(), (QList<bool> { i % 2 == 1, i % 2 == 0, i % 2 == 1 })) << i;
         EXPECT_EQ(r->getOnPageUrlArray(), QStringList(3, p->getActualLinkUrl()));
     }
 }

@@ -72,8 +72,8 @@ TEST(FetchLive, AnswersBecomeStatusesAndOwnerMessages)
     const QString read = QStringLiteral("statusHasChangedFordO performSoft404CheckOnThisUrl "
                                         "incNumberDone extractLinks threadHasFinished");
     const QString notRead = QStringLiteral("statusHasChangedFordO incNumberDone threadHasFinished");
-    const QString failRead
-        = QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished");
+    const QString failRead =
+            QStringLiteral("statusHasChangedFordO incNumberDone extractLinks threadHasFinished");
     const struct
     {
         const char *url; // a server path, or a whole URL
@@ -89,12 +89,12 @@ TEST(FetchLive, AnswersBecomeStatusesAndOwnerMessages)
         { "/type/html", false, false, "200 no error", "/type/html", false, notRead },
         { "/auth/basic", true, false, "401 unauthorized", "/auth/basic", false, failRead },
         { "/redirect/loop?i=0", true, false, "recurring redirect", "/redirect/loop?i=100", true,
-            QStringLiteral("incNumberDone threadHasFinished") },
+          QStringLiteral("incNumberDone threadHasFinished") },
         // Only a slash added: absorbed into the start's own URL, not a redirect.
         { "/dir", true, true, "200 no error", "/dir/", false,
-            QStringLiteral("addToLookup resetDomain ") + read },
+          QStringLiteral("addToLookup resetDomain ") + read },
         { "file:///nonexistent-orrelwick/page.html", false, false, "file doesnt exist", "page.html",
-            false, notRead },
+          false, notRead },
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.url);
@@ -115,9 +115,9 @@ TEST(FetchLive, ValidatorAnswerAndSelfSignedStartPage)
 {
     FixtureServer server;
     ASSERT_TRUE(server.isRunning());
-    LiveFetch v(server.url(
-        QStringLiteral("/respond?status=200&type=text/html&body=x&h=X-W3c-Validator-Status:Invalid"
-                       "&h=X-W3c-Validator-Errors:4&h=X-W3c-Validator-Warnings:1")));
+    LiveFetch v(server.url(QStringLiteral(
+            "/respond?status=200&type=text/html&body=x&h=X-W3c-Validator-Status:Invalid"
+            "&h=X-W3c-Validator-Errors:4&h=X-W3c-Validator-Warnings:1")));
     EXPECT_EQ(v.run(ValidatorRequest), QStringLiteral("incNumberValidated"));
     EXPECT_EQ(v.record->getValidatorStatus(), QStringLiteral("Invalid"));
     EXPECT_EQ(v.record->getValidatorErrors(), 4);

@@ -65,7 +65,7 @@ struct Fixture
         return all.join(QLatin1Char(' '));
     }
     std::optional<UrlRequest> send(const QString &url, const UrlResponse *redirect = nullptr,
-        myNSURLConnection *conn = nullptr)
+                                   myNSURLConnection *conn = nullptr)
     {
         UrlRequest request;
         request.url = url;
@@ -96,7 +96,7 @@ struct Fixture
                 redirect(arg);
             } else if (verb == u"respond") {
                 respond(arg.section(u' ', 0, 0).toInt(),
-                    type.isEmpty() ? htmlHeaders : HeaderList { { "Content-Type", type } });
+                        type.isEmpty() ? htmlHeaders : HeaderList { { "Content-Type", type } });
             } else if (verb == u"file") {
                 UrlResponse response;
                 response.mimeType = arg;
@@ -111,9 +111,10 @@ struct Fixture
                 AuthChallenge c;
                 c.method = arg == u"trust" ? AuthMethod::ServerTrust : AuthMethod::HttpBasic;
                 record.didReceiveAuthenticationChallenge(nullptr, c);
-                owner.calls << (c.answer == AuthChallenge::Answer::Cancel   ? "answer:cancel"
-                        : c.answer == AuthChallenge::Answer::UseServerTrust ? "answer:trust"
-                                                                            : "answer:other");
+                owner.calls << (c.answer == AuthChallenge::Answer::Cancel ? "answer:cancel"
+                                        : c.answer == AuthChallenge::Answer::UseServerTrust
+                                        ? "answer:trust"
+                                        : "answer:other");
             } else {
                 FAIL() << "unknown event " << verb.toStdString();
             }
@@ -126,12 +127,12 @@ struct Fixture
 TEST(Fetch, EventsGiveStatusAndOwnerMessagesInOrder)
 {
     const QString readAt0 = QStringLiteral("incNumberDone extractLinks:0 | threadHasFinished");
-    const QString doneAtResponse
-        = QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished");
+    const QString doneAtResponse =
+            QStringLiteral("statusHasChangedFordO incNumberDone | threadHasFinished");
     const QString ended = QStringLiteral("| incNumberDone threadHasFinished");
     const QString cancelled = QStringLiteral("incNumberDone answer:cancel | threadHasFinished");
-    const QString rechecked
-        = QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |");
+    const QString rechecked =
+            QStringLiteral("incNumberDone statusHasChangedFordO threadHasFinished |");
     const struct
     {
         const char *flags, *url, *events, *status, *redir;
@@ -139,45 +140,45 @@ TEST(Fetch, EventsGiveStatusAndOwnerMessagesInOrder)
     } cases[] = {
         // A page is archived, tested, counted and parsed (body still there) before it is freed.
         { "archive", "", "send; respond 200; body <html>; body </html>; finish", "200 no error", "",
-            "statusHasChangedFordO archivePage performSoft404CheckOnThisUrl incNumberDone "
-            "extractLinks:13 | threadHasFinished" },
+          "statusHasChangedFordO archivePage performSoft404CheckOnThisUrl incNumberDone "
+          "extractLinks:13 | threadHasFinished" },
         { "rechecking", "", "respond 200; finish", "200 no error", "",
-            "statusHasChangedFordO performSoft404CheckOnThisUrl incNumberDone | "
-            "threadHasFinished" },
+          "statusHasChangedFordO performSoft404CheckOnThisUrl incNumberDone | "
+          "threadHasFinished" },
         { "soft404", "", "respond 200; finish", "404 'soft 404' < 200 no error", "",
-            "statusHasChangedFordO performSoft404CheckOnThisUrl " + readAt0 },
+          "statusHasChangedFordO performSoft404CheckOnThisUrl " + readAt0 },
         { "soft404", "", "respond 404; finish", "404 not found", "",
-            "statusHasChangedFordO " + readAt0 },
+          "statusHasChangedFordO " + readAt0 },
         // The body is not needed: finished at the response.
         { "", "", "respond 200 application/pdf", "200 no error", "", doneAtResponse },
         { "external", "", "respond 200 text/html", "200 no error", "", doneAtResponse },
         { "external soft404Check", "", "respond 200 text/html", "200 no error", "",
-            "statusHasChangedFordO |" },
+          "statusHasChangedFordO |" },
         { "", "", "respond 200 text/html", "200 no error", "", "statusHasChangedFordO |" },
         // A non-HTTP answer takes "HTML" from the MIME type; a start page keeps any body.
         { "", "file:///d/a.txt", "file text/plain", "200 no error (not http)", "", doneAtResponse },
         { "", "file:///d/a.htm", "file text/html", "200 no error (not http)", "",
-            "statusHasChangedFordO |" },
+          "statusHasChangedFordO |" },
         { "start", "file:///d/a.txt", "file text/plain", "200 no error (not http)", "",
-            "statusHasChangedFordO |" },
+          "statusHasChangedFordO |" },
         // A start page redirected only to add a slash keeps its URL when slashes are ignored.
         { "start ignoreSlash", "http://h/dir", "redirect http://h/dir/", "", "",
-            "addToLookup:http://h/dir resetDomain:http://h/dir/ |" },
+          "addToLookup:http://h/dir resetDomain:http://h/dir/ |" },
         { "", "http://h/dir", "redirect http://h/dir/", "301 moved permanently", "http://h/dir/",
-            "|" },
+          "|" },
         { "", "", "send; redirect ", "redirection to nowhere", "", ended },
         // A re-check replaces the status and needs no body.
         { "recheck", "", "respond 200", "200 no error", "", rechecked },
         { "recheck", "", "fail The request timed out.", "The request timed out.", "", rechecked },
         { "", "", "fail Could not connect to server", "Could not connect to server", "",
-            "statusHasChangedFordO incNumberDone | threadHasFinished" },
+          "statusHasChangedFordO incNumberDone | threadHasFinished" },
         // The site's own certificate is trusted; anything else ends the check.
         { "", "", "challenge trust", "", "", "answer:trust |" },
         { "external", "", "challenge trust", "requires authentication", "", cancelled },
         { "", "", "challenge basic", "requires authentication", "", cancelled },
         // Stop pressed, or a request never stamped as sent: every callback is silent.
         { "stop", "", "respond 200; body x; challenge basic; fail failed; finish", "", "",
-            "answer:other |" },
+          "answer:other |" },
         { "unsent", "", "respond 200; finish", "", "", "|" },
     };
     for (const auto &c : cases) {
@@ -250,8 +251,8 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
         // Not handed over with setConnection(): the calling connection is the one cancelled.
         auto *validator = new myNSURLConnection(UrlRequest(), &f.record, ValidatorRequest);
         f.respond(200,
-            { { p + "Status", "Invalid" }, { p + "Errors", "3" }, { p + "Warnings", "2" } },
-            validator);
+                  { { p + "Status", "Invalid" }, { p + "Errors", "3" }, { p + "Warnings", "2" } },
+                  validator);
         EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Invalid"));
         EXPECT_EQ(f.record.getValidatorErrors(), 3);
         EXPECT_EQ(f.record.getValidatorWarnings(), 2);
@@ -270,8 +271,8 @@ TEST(Fetch, ValidatorHeadersInBothSpellings)
     EXPECT_EQ(f.record.getValidatorStatus(), QString());
     EXPECT_FALSE(validator->isCancelled());
     EXPECT_EQ(f.trace(), QStringLiteral("|"));
-    f.record.didFailWithError(
-        validator, UrlError { 7, QStringLiteral("Could not connect to server") });
+    f.record.didFailWithError(validator,
+                              UrlError { 7, QStringLiteral("Could not connect to server") });
     EXPECT_EQ(f.record.getValidatorStatus(), QStringLiteral("Could not connect to server"));
     EXPECT_EQ(f.trace(), QStringLiteral("| incNumberValidated"));
     QCoreApplication::processEvents(); // let the cancelled connections go
@@ -293,7 +294,7 @@ TEST(Fetch, ImagesAndPageWeightMeasureTheBody)
     g.record.setIsImage(true);
     g.respond(200, { { "Content-Type", "image/png" } });
     EXPECT_TRUE(log.contains(
-        QStringLiteral("Content-Length header isn't available for http://h/logo.png")));
+            QStringLiteral("Content-Length header isn't available for http://h/logo.png")));
     g.record.didReceiveData(nullptr, QByteArray(2048, 'x').constData(), 2048);
     g.finish();
     EXPECT_EQ(g.record.getFileSizeCompressedInKBytes(), 2); // the body length stands in

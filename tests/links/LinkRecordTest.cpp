@@ -36,7 +36,7 @@ TEST(LinkRecordClassification, RulesApplyInTheirOrder)
         { "200 no error", "", false, false, 0, true, true, false, false },
         { "200 no error < 301 moved permanently", "", false, false, 0, true, true, false, false },
         { "200 no error < 301 moved permanently", "http://h/b", false, false, 2, true, true, false,
-            false },
+          false },
         { "301 moved permanently", "http://h/b", false, false, 2, true, false, true, false },
         { "404 not found", "", false, false, 3, false, false, true, false },
         { "404 not found", "", true, true, 3, false, false, true, false }, // 4xx before blacklist
@@ -190,8 +190,8 @@ TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
     EXPECT_EQ(r.getOnPageUrlArray(), QStringList({ "no url", "no url", "http://h/p" }));
     EXPECT_EQ(r.getOnPageNameArray(), QStringList({ "untitled" }));
     EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "no text" }));
-    EXPECT_EQ(
-        owner.calls, QStringList({ "addLink:no url", "addLink:no url", "addLink:http://h/p" }));
+    EXPECT_EQ(owner.calls,
+              QStringList({ "addLink:no url", "addLink:no url", "addLink:http://h/p" }));
     EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:http://h/x")), 2);
     EXPECT_EQ(log.count(QStringLiteral("empty string submitted to url:http://h/x")), 1);
     EXPECT_EQ(r.getLastOnPageUrl(), QStringLiteral("http://h/p"));
@@ -261,8 +261,8 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     EXPECT_EQ(r.getOnPagesCSV(), QStringLiteral("http://h/1\rhttp://h/2"));
     EXPECT_EQ(r.getOnPagesText(), QStringLiteral("http://h/1,http://h/2"));
     EXPECT_EQ(r.getOnPagesHTML(),
-        QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
-                       "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
+              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
+                             "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
 
     r.setStatus(QStringLiteral("404 not found"));
     const std::tuple<int, const char *, const char *> pairs[] = {
@@ -276,8 +276,8 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     };
     for (const auto &[index, key, value] : pairs)
         EXPECT_EQ(OrelOnPage(&r, index).getFieldByName(QString::fromLatin1(key)),
-            QString::fromLatin1(value))
-            << index << " " << key;
+                  QString::fromLatin1(value))
+                << index << " " << key;
     EXPECT_EQ(OrelOnPage(&r, 1).getColour(), 3);
     EXPECT_EQ(OrelOnPage().getColour(), 0);
 
@@ -285,8 +285,8 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     owner.titles = true;
     EXPECT_EQ(r.getOnPagesText(), QStringLiteral("One,Two"));
     EXPECT_EQ(r.getOnPagesHTML(),
-        QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
-                       "<a href = \"http://h/2\" target=\"_blank\">Two</a>"));
+              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
+                             "<a href = \"http://h/2\" target=\"_blank\">Two</a>"));
     EXPECT_EQ(r.getFieldByName(QStringLiteral("onpageurlarray")), QStringLiteral("One\rTwo"));
 
     // The inspector's appears-on table.
@@ -303,18 +303,14 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
 TEST(LinkRecordSEO, OverlappingCaseInsensitiveCounts)
 {
     const std::tuple<const char *, const char *, int> cases[] = {
-        { "aa", "aaaa", 3 },
-        { "AA", "aaaa", 3 },
-        { "ab", "xabyABz", 2 },
-        { "abc", "ab", 0 },
-        { "", "aaaa", 0 },
-        { "a", "", 0 },
+        { "aa", "aaaa", 3 }, { "AA", "aaaa", 3 }, { "ab", "xabyABz", 2 },
+        { "abc", "ab", 0 },  { "", "aaaa", 0 },   { "a", "", 0 },
     };
     for (const auto &[term, text, count] : cases)
-        EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(
-                      QString::fromLatin1(term), QString::fromLatin1(text)),
-            count)
-            << term << " in " << text;
+        EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(QString::fromLatin1(term),
+                                                          QString::fromLatin1(text)),
+                  count)
+                << term << " in " << text;
 }
 
 TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
@@ -335,7 +331,7 @@ TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
 
     ASSERT_TRUE(QDir().mkpath(AppSupport::archiveFolder()));
     QFile f(AppSupport::archiveFolder() + QLatin1Char('/')
-        + archiveFileNameForUrl(r.getActualLinkUrl()));
+            + archiveFileNameForUrl(r.getActualLinkUrl()));
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     f.write("<title>Widget shop</title><meta content=\"widget WIDGET\"> widgets and widgets");
     f.close();
@@ -345,8 +341,8 @@ TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
     EXPECT_EQ(r.getOcurrencesInArchive(), 2); // 5 minus the title's 1 and description's 2
     EXPECT_EQ(r.getTotalOccurrences(), 6);
     EXPECT_EQ(r.getFieldByName(QStringLiteral("totalOcurrences")), QStringLiteral("6"));
-    EXPECT_TRUE(
-        r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing"), QStringLiteral("SHOP") }));
+    EXPECT_TRUE(r.archiveContainsOneOfTheseTerms(
+            { QStringLiteral("nothing"), QStringLiteral("SHOP") }));
     EXPECT_FALSE(r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing") }));
     EXPECT_FALSE(r.countSEOTerm(QStringLiteral("gadget")));
     test::wipeHome();

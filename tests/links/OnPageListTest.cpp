@@ -71,8 +71,8 @@ TEST(OnPageList, ColumnsStayIndependent)
     list.setTexts({});
     list.setNofollows({});
     c = columnsOf(list);
-    EXPECT_TRUE(
-        c.urls.isEmpty() && c.names.isEmpty() && c.texts.isEmpty() && c.nofollows.isEmpty());
+    EXPECT_TRUE(c.urls.isEmpty() && c.names.isEmpty() && c.texts.isEmpty()
+                && c.nofollows.isEmpty());
     list.appendText(QStringLiteral("again"));
     EXPECT_EQ(list.texts(), QStringList({ "again" }));
     list.clear();

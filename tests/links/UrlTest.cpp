@@ -105,8 +105,9 @@ TEST(LinkUrl, CanonicalTooHighTestingUrlAndTextTests)
     r.setCanonical(QStringLiteral("http://h/other"));
     EXPECT_FALSE(r.canonicalMatchesUrl());
 
-    for (const auto &[url, tooHigh] : { std::pair { "http://h/dir/page", false },
-             std::pair { "http://h/../x", true }, std::pair { "http://h/a..b", false } }) {
+    for (const auto &[url, tooHigh] :
+         { std::pair { "http://h/dir/page", false }, std::pair { "http://h/../x", true },
+           std::pair { "http://h/a..b", false } }) {
         LinkCheckerUrl u;
         u.setLinkUrl(QString::fromLatin1(url), false);
         EXPECT_EQ(u.directoryTooHigh(), tooHigh) << url;
@@ -123,8 +124,9 @@ TEST(LinkUrl, CanonicalTooHighTestingUrlAndTextTests)
     // The views' filter ignores case over URL, link text and status.
     r.setLinkText(QStringLiteral("Click Here"));
     r.setStatus(QStringLiteral("404 not found"));
-    for (const auto &[text, found] : { std::pair { "DIR/PAGE", true }, std::pair { "click", true },
-             std::pair { "NOT FOUND", true }, std::pair { "absent", false } })
+    for (const auto &[text, found] :
+         { std::pair { "DIR/PAGE", true }, std::pair { "click", true },
+           std::pair { "NOT FOUND", true }, std::pair { "absent", false } })
         EXPECT_EQ(r.contains(QString::fromLatin1(text)), found) << text;
 
     EXPECT_TRUE(r.linkContainsOneOfTheseTerms({ QStringLiteral("zzz"), QStringLiteral("/dir/") }));
@@ -152,7 +154,7 @@ TEST(ArchiveName, PathAfterHostWithSlashesEscaped)
     };
     for (const auto &[url, name] : cases)
         EXPECT_EQ(archiveFileNameForUrl(QString::fromLatin1(url)), QString::fromLatin1(name))
-            << url;
+                << url;
 }
 
 TEST(ReasonPhrase, StatusTexts)

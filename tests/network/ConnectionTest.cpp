@@ -64,14 +64,14 @@ public:
         if (hook)
             hook(c);
     }
-    std::optional<UrlRequest> willSendRequest(
-        Conn *c, const UrlRequest &proposed, const UrlResponse *redirect) override
+    std::optional<UrlRequest> willSendRequest(Conn *c, const UrlRequest &proposed,
+                                              const UrlResponse *redirect) override
     {
         proposals << proposed;
         if (redirect)
             redirects << *redirect;
-        note(
-            c, redirect ? QStringLiteral(">%1").arg(redirect->statusCode) : QStringLiteral("send"));
+        note(c,
+             redirect ? QStringLiteral(">%1").arg(redirect->statusCode) : QStringLiteral("send"));
         return onSend ? onSend(proposed, redirect) : std::optional(proposed);
     }
     bool canAuthenticateAgainstProtectionSpace(Conn *c, AuthMethod m) override
@@ -197,13 +197,13 @@ TEST_F(Connection, RedirectsAreFollowedHopByHop)
 {
     // path, trace, the paths proposed for the redirects
     for (const auto &[path, trace, proposed] : {
-             std::tuple { "/redirect/chain?n=3", "send >302 >302 >302 200 data finish",
-                 "/redirect/chain?n=2 /redirect/chain?n=1 /final" },
-             // Relative Locations resolve against the URL that answered.
-             { "/redirect/chain?n=3&rel=1", "send >302 >302 >302 200 data finish",
-                 "/redirect/chain?n=2&rel=1 /redirect/chain?n=1&rel=1 /final" },
-             { "/dir", "send >301 200 data finish", "/dir/" },
-             { "/status/404", "send 404 data finish", "" },
+                 std::tuple { "/redirect/chain?n=3", "send >302 >302 >302 200 data finish",
+                              "/redirect/chain?n=2 /redirect/chain?n=1 /final" },
+                 // Relative Locations resolve against the URL that answered.
+                 { "/redirect/chain?n=3&rel=1", "send >302 >302 >302 200 data finish",
+                   "/redirect/chain?n=2&rel=1 /redirect/chain?n=1&rel=1 /final" },
+                 { "/dir", "send >301 200 data finish", "/dir/" },
+                 { "/status/404", "send 404 data finish", "" },
          }) {
         SCOPED_TRACE(path);
         Recorder rec;
@@ -222,18 +222,19 @@ TEST_F(Connection, RedirectsAreFollowedHopByHop)
 TEST_F(Connection, DelegateCanReplaceOrRefuseTheNextRequest)
 {
     enum Answer { Replace, RefuseRedirect, RefuseFirst, Follow };
-    for (const auto &[path, answer, trace] :
-        {
-            // The changed request is what gets sent: no second redirect.
-            std::tuple { "/redirect/chain?n=2", Replace, std::string("send >302 200 data finish") },
-            // No answer ends the transfer without another call.
-            { "/redirect/chain?n=2", RefuseRedirect, "send >302" },
-            { "/final", RefuseFirst, "send" },
-            { "/redirect/empty", RefuseRedirect, "send >302" }, // proposed as an empty URL
-            // A redirect loop goes on until the delegate stops it (after 101 hops here).
-            { "/redirect/loop", Follow,
-                "send" + QStringLiteral(" >302").repeated(101).toStdString() },
-        }) {
+    for (const auto &[path, answer, trace] : {
+                 // The changed request is what gets sent: no second redirect.
+                 std::tuple { "/redirect/chain?n=2", Replace,
+                              std::string("send >302 200 data finish") },
+                 // No answer ends the transfer without another call.
+                 { "/redirect/chain?n=2", RefuseRedirect, "send >302" },
+                 { "/final", RefuseFirst, "send" },
+                 { "/redirect/empty", RefuseRedirect, "send >302" }, // proposed as an empty URL
+                 // A redirect loop goes on until the delegate stops it (after 101
+                 // hops here).
+                 { "/redirect/loop", Follow,
+                   "send" + QStringLiteral(" >302").repeated(101).toStdString() },
+         }) {
         SCOPED_TRACE(path);
         Recorder rec;
         int calls = 0;
@@ -248,7 +249,7 @@ TEST_F(Connection, DelegateCanReplaceOrRefuseTheNextRequest)
         EXPECT_EQ(rec.trace(), trace);
         EXPECT_EQ(rec.proposals.last().url.isEmpty(), QLatin1String(path) == "/redirect/empty");
         EXPECT_EQ(rec.response ? rec.response->mimeType : QString(),
-            answer == Replace ? QStringLiteral("text/plain") : QString());
+                  answer == Replace ? QStringLiteral("text/plain") : QString());
     }
 }
 
@@ -262,12 +263,12 @@ TEST_F(Connection, RequestIsSentAsGivenAndRedirectsTurnPostIntoGet)
     run(rec, r);
     EXPECT_TRUE(rec.body.startsWith("GET /echo"));
     for (const char *line : { "User-Agent: OrrelwickTest/1\n",
-             "Referer: http://example.invalid/from\n", "Host: 127.0.0.1\n" })
+                              "Referer: http://example.invalid/from\n", "Host: 127.0.0.1\n" })
         EXPECT_TRUE(rec.body.contains(line)) << line;
     EXPECT_FALSE(rec.body.contains("Cookie"));
 
     for (const auto &[code, start] :
-        { std::pair { 302, "GET /echo" }, { 303, "GET /echo" }, { 307, "POST /echo" } }) {
+         { std::pair { 302, "GET /echo" }, { 303, "GET /echo" }, { 307, "POST /echo" } }) {
         SCOPED_TRACE(code);
         UrlRequest post = get(url(QStringLiteral("/redirect/to?url=/echo&code=%1").arg(code)));
         post.method = "POST";
@@ -286,15 +287,17 @@ TEST_F(Connection, AuthenticationAndUntrustedCertificatesAreAskedAbout)
     ASSERT_TRUE(tls.isRunning());
     const QString trusted = tls.url("/redirect/chain?n=1");
     for (const auto &[u, accept, answer, trace] : {
-             std::tuple { url("/auth/basic"), false, A::None, "send auth-basic 401 data finish" },
-             { url("/auth/digest"), true, A::ContinueWithoutCredential,
-                 "send auth-digest challenge 401 data finish" },
-             { url("/auth/other"), true, A::Cancel, "send auth-other challenge" },
-             // The site stays trusted for the redirect to the same host.
-             { trusted, true, A::UseServerTrust, "send auth-trust challenge >302 200 data finish" },
-             { trusted, true, A::Cancel, "send auth-trust challenge" },
-             { trusted, false, A::None, "send auth-trust fail" },
-             { trusted, true, A::ContinueWithoutCredential, "send auth-trust challenge fail" },
+                 std::tuple { url("/auth/basic"), false, A::None,
+                              "send auth-basic 401 data finish" },
+                 { url("/auth/digest"), true, A::ContinueWithoutCredential,
+                   "send auth-digest challenge 401 data finish" },
+                 { url("/auth/other"), true, A::Cancel, "send auth-other challenge" },
+                 // The site stays trusted for the redirect to the same host.
+                 { trusted, true, A::UseServerTrust,
+                   "send auth-trust challenge >302 200 data finish" },
+                 { trusted, true, A::Cancel, "send auth-trust challenge" },
+                 { trusted, false, A::None, "send auth-trust fail" },
+                 { trusted, true, A::ContinueWithoutCredential, "send auth-trust challenge fail" },
          }) {
         SCOPED_TRACE(u.toStdString() + " answer " + std::to_string(int(answer)));
         Recorder rec;
@@ -307,7 +310,7 @@ TEST_F(Connection, AuthenticationAndUntrustedCertificatesAreAskedAbout)
             EXPECT_TRUE(rec.body.contains("authorization required"));
         }
         EXPECT_TRUE(!rec.error || rec.error->localizedDescription.contains("certificate"))
-            << rec.error->localizedDescription.toStdString();
+                << rec.error->localizedDescription.toStdString();
     }
 }
 
@@ -317,18 +320,19 @@ TEST_F(Connection, FailuresCarryClearTexts)
     QDir(dir).mkpath("a folder");
     const QString local = QUrl::fromLocalFile(dir).toString();
     for (const auto &[u, timeout, trace, code, text, maxMs] : {
-             std::tuple { url("/slow?ms=3000"), 0.5, "send fail", UrlError::TimedOut,
-                 "The request timed out.", 2000 },
-             { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()), 5,
-                 "send fail", 7, "Couldn't connect to server: Failed to connect", 2000 },
-             { url("/closed"), 5, "send 200 data fail", 18, "Transferred a partial file", 2000 },
-             { "http://no-such-host.invalid/", 5, "send fail", 6, "Couldn't resolve host name",
-                 4000 },
-             { "ftp://127.0.0.1/", 5, "send fail", 1, "Unsupported protocol", 2000 },
-             { local + "/missing.html", 5, "send fail", UrlError::FileDoesntExist,
-                 "file doesnt exist", 2000 },
-             { local + "/a%20folder", 5, "send fail", UrlError::FileIsDirectory,
-                 "file is directory", 2000 },
+                 std::tuple { url("/slow?ms=3000"), 0.5, "send fail", UrlError::TimedOut,
+                              "The request timed out.", 2000 },
+                 { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()), 5,
+                   "send fail", 7, "Couldn't connect to server: Failed to connect", 2000 },
+                 { url("/closed"), 5, "send 200 data fail", 18, "Transferred a partial file",
+                   2000 },
+                 { "http://no-such-host.invalid/", 5, "send fail", 6, "Couldn't resolve host name",
+                   4000 },
+                 { "ftp://127.0.0.1/", 5, "send fail", 1, "Unsupported protocol", 2000 },
+                 { local + "/missing.html", 5, "send fail", UrlError::FileDoesntExist,
+                   "file doesnt exist", 2000 },
+                 { local + "/a%20folder", 5, "send fail", UrlError::FileIsDirectory,
+                   "file is directory", 2000 },
          }) {
         SCOPED_TRACE(u.toStdString());
         Recorder rec;
@@ -340,7 +344,7 @@ TEST_F(Connection, FailuresCarryClearTexts)
         ASSERT_TRUE(rec.error);
         EXPECT_EQ(rec.error->code, code);
         EXPECT_TRUE(rec.error->localizedDescription.startsWith(text))
-            << rec.error->localizedDescription.toStdString();
+                << rec.error->localizedDescription.toStdString();
     }
 
     // A local file answers without HTTP, but a web server's redirect cannot lead there.
@@ -416,7 +420,8 @@ TEST(ConnectionThroughput, ManyShortTransfersWithSixteenInFlight)
         // Nothing arrives after a cancel.
         EXPECT_EQ(rec.body.size(), cancelAtResponse ? 0 : qint64(Total) * page.size());
         std::printf("[ INFO     ] %d transfers%s in %lld ms (%lld per second)\n", Total,
-            cancelAtResponse ? " cancelled at the response" : "", ms, qint64(Total) * 1000 / ms);
+                    cancelAtResponse ? " cancelled at the response" : "", ms,
+                    qint64(Total) * 1000 / ms);
         // A loose bound that still catches serialised transfers.
         EXPECT_LT(ms, 30000);
         EXPECT_TRUE(allEnded());
@@ -431,13 +436,13 @@ TEST_F(Connection, CancellingOrDeletingInsideAnyCallbackStopsEverything)
     for (bool deleteIt : { false, true }) {
         // where: the start of the event that ends it; "" before the event loop runs
         for (const auto &[path, where, trace] : {
-                 std::tuple { "/final", "", "" },
-                 { "/redirect/chain?n=1", "send", "send" },
-                 { "/redirect/chain?n=1", ">", "send >302" },
-                 { "/type/pdf", "200", "send 200" },
-                 { "/big?n=3000000", "data", "send 200 data" },
-                 { "/final", "finish", "send 200 data finish" },
-                 { "/closed", "fail", "send 200 data fail" },
+                     std::tuple { "/final", "", "" },
+                     { "/redirect/chain?n=1", "send", "send" },
+                     { "/redirect/chain?n=1", ">", "send >302" },
+                     { "/type/pdf", "200", "send 200" },
+                     { "/big?n=3000000", "data", "send 200 data" },
+                     { "/final", "finish", "send 200 data finish" },
+                     { "/closed", "fail", "send 200 data fail" },
              }) {
             SCOPED_TRACE(std::string(where) + (deleteIt ? " delete" : " cancel"));
             Recorder rec;
@@ -537,9 +542,9 @@ TEST(ConnectionUrls, StaticSiteNamesWithSpacesAndNonAsciiAreSentEncoded)
     ASSERT_TRUE(server.isRunning());
     // A folder without its slash is redirected; without an index page it is missing.
     for (const auto &[path, trace] :
-        { std::pair { "/sub/caf\u00e9 menu.html", "send 200 data finish" },
-            { "/sub/caf%C3%A9%20menu.html", "send 200 data finish" },
-            { "/sub", "send >301 404 data finish" } }) {
+         { std::pair { "/sub/caf\u00e9 menu.html", "send 200 data finish" },
+           { "/sub/caf%C3%A9%20menu.html", "send 200 data finish" },
+           { "/sub", "send >301 404 data finish" } }) {
         SCOPED_TRACE(path);
         Recorder rec;
         run(rec, get(server.url(QString::fromUtf8(path))));

@@ -57,7 +57,7 @@ TEST(ParserLinks, BaseHrefIsNormalised)
         { "<base href='/'>", "", "" },
         { "<base href=''>", "", "" },
         { "<head><BASE HREF=\"http://example.com/dir/\"></head>", "http://example.com/dir/",
-            "http://example.com/dir/" },
+          "http://example.com/dir/" },
         { "<base href=\"abc\">", "http://abc", "http://abc" },
         { "<base href=\"ab\">", "ab", "ab" },
         { "<base href=\" https://x.org/ \">", "https://x.org/", "https://x.org/" },
@@ -67,12 +67,12 @@ TEST(ParserLinks, BaseHrefIsNormalised)
     };
     for (const auto &[page, base, codebase] : cases) {
         auto p = scan(page);
-        EXPECT_EQ(
-            p->findBaseHref(), base ? std::optional<QString>(QLatin1String(base)) : std::nullopt)
-            << page;
+        EXPECT_EQ(p->findBaseHref(),
+                  base ? std::optional<QString>(QLatin1String(base)) : std::nullopt)
+                << page;
         const auto url = p->getBaseHref();
         EXPECT_EQ(url ? url->toString(QUrl::FullyEncoded) : QString(), QLatin1String(codebase))
-            << page;
+                << page;
     }
     orel::test::LogCapture log;
     EXPECT_EQ(scan("<base zref=\"x\">")->findBaseHref(), QStringLiteral("MCMS zref"));
@@ -89,8 +89,8 @@ TEST(ParserLinks, PlainTextAndXmlModesYieldTokensAndLocTexts)
         found << *s;
         EXPECT_EQ(text->getData(), QString());
     }
-    EXPECT_EQ(
-        found, (QStringList { "http://a.com/x", "http://b.com/y", "http://c.com/z", "d", "e&f" }));
+    EXPECT_EQ(found,
+              (QStringList { "http://a.com/x", "http://b.com/y", "http://c.com/z", "d", "e&f" }));
 
     orel::test::LogCapture log;
     auto xml = scan("<?xml version=\"1.0\"?><urlset><url><loc>\n http://a/ \n</loc></url>"
@@ -105,19 +105,25 @@ TEST(ParserLinks, PlainTextAndXmlModesYieldTokensAndLocTexts)
 
 TEST(ParserLinks, StringHelpers)
 {
-    const std::pair<const char *, const char *> pulls[]
-        = { { "link rel='canonical' href='/a'", "/a" }, { "link HREF=\"x'y\"", "x'y" },
-              { "a href=x", "" }, { "a rel='x'", "" }, { "a href='unclosed", "" } };
+    const std::pair<const char *, const char *> pulls[] = { { "link rel='canonical' href='/a'",
+                                                              "/a" },
+                                                            { "link HREF=\"x'y\"", "x'y" },
+                                                            { "a href=x", "" },
+                                                            { "a rel='x'", "" },
+                                                            { "a href='unclosed", "" } };
     for (const auto &[text, expected] : pulls)
         EXPECT_EQ(OrelParser::pullOutHref(QLatin1String(text)), QLatin1String(expected)) << text;
 
-    const std::tuple<const char *, const char *, bool> compares[]
-        = { { "http://a/b/", "HTTP://A/B", true }, { "http://a/b", "http://a/b/", true },
-              { "http://a/b//", "http://a/b", false }, { "http://a/b", "http://a/c", false } };
+    const std::tuple<const char *, const char *, bool> compares[] = {
+        { "http://a/b/", "HTTP://A/B", true },
+        { "http://a/b", "http://a/b/", true },
+        { "http://a/b//", "http://a/b", false },
+        { "http://a/b", "http://a/c", false }
+    };
     for (const auto &[a, b, equal] : compares)
-        EXPECT_EQ(
-            OrelParser::compareIgnoringTrailingSlash(QLatin1String(a), QLatin1String(b)), equal)
-            << a << " " << b;
+        EXPECT_EQ(OrelParser::compareIgnoringTrailingSlash(QLatin1String(a), QLatin1String(b)),
+                  equal)
+                << a << " " << b;
 
     char url[] = " \x01'\"x y\"' \xff";
     OrelParser::trimWhitespaceFromUrl(url);

@@ -37,7 +37,7 @@ TEST(ParserMetadata, TitleDescriptionKeywordsAndCanonicalComeFromTheHead)
     EXPECT_EQ(q->getDescription(), QStringLiteral("yz"));
 
     EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta content=\"a 'b'\"")),
-        QStringLiteral("a 'b'"));
+              QStringLiteral("a 'b'"));
     EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta name=x")), QString());
 }
 
@@ -57,13 +57,13 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHeadAndHeadingsOnlyBar
         EXPECT_EQ(p->getHeadContainsNoFollow(), headNofollow) << page;
     }
     // Unchecked markers are not looked for.
-    auto p = OrelParser::initWithData(
-        "<meta name=robots content='noindex,nofollow'>", QString(), true, true, false, false);
+    auto p = OrelParser::initWithData("<meta name=robots content='noindex,nofollow'>", QString(),
+                                      true, true, false, false);
     EXPECT_TRUE(p->getShouldBeIndexed());
     EXPECT_FALSE(p->getHeadContainsNoFollow());
 
     EXPECT_EQ(scan("<h1>A</h1><h2>x</h2><H1> B </H1><h1></h1></body><h1>C</h1>")->findHeadings(),
-        QStringLiteral("A, B"));
+              QStringLiteral("A, B"));
     EXPECT_EQ(scan("<h1 class=x>A</h1><h2>x</h2>")->findHeadings(), QString());
 }
 
@@ -72,7 +72,7 @@ static const QByteArray style = " style = \"S\"";
 static std::optional<QByteArray> highlight(OrelParser &p, const char *bad, bool ignoringQS = false)
 {
     return p.highlightBadink(QLatin1String(bad), QString::fromLatin1(style),
-        QStringLiteral("http://s/"), ignoringQS, false);
+                             QStringLiteral("http://s/"), ignoringQS, false);
 }
 
 TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
@@ -80,7 +80,7 @@ TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
     const QByteArray page = "<html><head><title>t</title></head><body>\n"
                             "<a href=\"bad.html\">one</a>\n<a href=\"ok.html\">two</a>\n"
                             "<a\nhref=\"http://s/bad.html\">three</a>\n<p>"
-        + QByteArray(200, '.') + "</p></body></html>";
+            + QByteArray(200, '.') + "</p></body></html>";
     auto p = scan(page);
     const auto out = highlight(*p, "http://s/bad.html");
     ASSERT_TRUE(out);
@@ -99,8 +99,9 @@ TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
     // Every insertion shortens the part of the page still scanned, so the last link stays
     // unmarked.
     EXPECT_EQ(*marked,
-        "<base href=\"http://s/\"><a" + style + " href=x>1</a><a" + style + " href='X/'>2</a><f"
-            + style + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
+              "<base href=\"http://s/\"><a" + style + " href=x>1</a><a" + style
+                      + " href='X/'>2</a><f" + style
+                      + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
 
     // Ignoring the query, a link matches when the bad link contains it.
     for (bool ignoringQS : { true, false }) {
@@ -129,7 +130,7 @@ TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
 TEST(ParserHighlight, StyleTextsScaleColourFractions)
 {
     EXPECT_EQ(OrelParser::borderStyle(QStringLiteral("2px"), QStringLiteral("solid"), 1.0, 0.5, 0),
-        QStringLiteral(" style = \"border:2px solid rgb(255,127,0);\""));
+              QStringLiteral(" style = \"border:2px solid rgb(255,127,0);\""));
     EXPECT_EQ(OrelParser::backgroundStyle(0.2, 0.999, 1.0),
-        QStringLiteral(" style = \"background:rgb(51,254,255);\""));
+              QStringLiteral(" style = \"background:rgb(51,254,255);\""));
 }

@@ -24,8 +24,8 @@ namespace orel::test {
 
 inline std::unique_ptr<OrelParser> scan(const QByteArray &page, bool checkNofollow = false)
 {
-    return OrelParser::initWithData(
-        page, QStringLiteral("test"), false, false, true, checkNofollow);
+    return OrelParser::initWithData(page, QStringLiteral("test"), false, false, true,
+                                    checkNofollow);
 }
 
 // Every URL getNextHref() yields (images included), in order; withText makes each "url|text".

@@ -71,7 +71,7 @@ TEST(ParserScan, RecognisesTagsByTheirExactBytesSkipsCommentsAndScriptsAndReadsV
 
     // A value is cut at 1,000 bytes and scanning goes on after it.
     EXPECT_EQ(hrefs("<a href='" + QByteArray(1500, 'u') + "'>x</a><a href=next>"),
-        (QStringList { QString(1000, QLatin1Char('u')), QStringLiteral("next") }));
+              (QStringList { QString(1000, QLatin1Char('u')), QStringLiteral("next") }));
 }
 
 TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
@@ -83,14 +83,14 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
         { "<a href=x></a>", { "x|" } },
         { "<a href=x>Fish &amp; Chips</a>", { "x|Fish & Chips" } },
         { "<a href=x>&AMP;lt;b&Gt; &quot;q&quot; &apos;s&apos; &nbsp;&#169;</a>",
-            { "x|<b> \"q\" 's' &nbsp;&#169;" } },
+          { "x|<b> \"q\" 's' &nbsp;&#169;" } },
         // &quot; is replaced before &amp;, so an escaped &quot; stays half done.
         { "<a href=x>&amp;amp; &amp;quot;&QUOT; &#38; &copy;</a>",
-            { "x|&amp; &quot;\" &#38; &copy;" } },
+          { "x|&amp; &quot;\" &#38; &copy;" } },
         { "<a href=x>caf\xc3\xa9</a>", { "x|caf\xc3\xa9" } },
         { "<a href=x>caf\xe9</a>", { "x|caf\xc3\xa9" } }, // ISO Latin 1 that is not UTF-8
         { "<a href=x><img src='y.gif' alt='Go'></a>",
-            { "x|[linked img]:Go", "y.gif|[img src]:Go" } },
+          { "x|[linked img]:Go", "y.gif|[img src]:Go" } },
         { "<a href=x>Go <IMG SRC=y.gif></a>", { "x|Go [linked img]", "y.gif|[img src]" } },
         { "<img src='a b.png' alt='Logo'>", { "a%20b.png|[img src]:Logo" } },
         { "<img src=\"a.png\" alt=\"It's\">", { "a.png|[img src]:It's" } },
@@ -103,7 +103,7 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
 
     // Without images the linked image is still named in the link text; a run stops at 1,500.
     auto p = scan("<a href=x><img src='y.gif' alt='Go'></a><a href=z>" + QByteArray(2000, 'w')
-        + "</a><a href=y>Y</a>");
+                  + "</a><a href=y>Y</a>");
     EXPECT_EQ(p->getNextHref(false, false), QStringLiteral("x"));
     EXPECT_EQ(p->getData(), QStringLiteral("[linked img]:Go"));
     EXPECT_EQ(p->getNextHref(false, false), QStringLiteral("z"));
@@ -134,8 +134,8 @@ TEST(ParserScan, TagReaderMarksClosingTagsAndCutsAt1000Bytes)
     while (auto tag = p->getTag(false))
         tags << tag->getData() + QLatin1String(tag->isClosing() ? "/" : "");
     EXPECT_EQ(tags,
-        (QStringList {
-            "br/", "P class=x", "p/", "img src=\"a/b\"/", QString(1000, QLatin1Char('q')) }));
+              (QStringList { "br/", "P class=x", "p/", "img src=\"a/b\"/",
+                             QString(1000, QLatin1Char('q')) }));
 }
 
 TEST(ParserScan, ItemReaderTurnsRecordFileIntoRows)
@@ -153,11 +153,11 @@ TEST(ParserScan, ItemReaderTurnsRecordFileIntoRows)
     QStringList rows; // data|name|parent|grandparent|new parent
     while (auto item = p->getItem())
         rows << QStringList { item->getData(), item->getName(), item->getParentName(),
-            item->getGrandParentName(), item->isNewParent() ? "new" : "" }
-                    .join(QLatin1Char('|'));
+                              item->getGrandParentName(), item->isNewParent() ? "new" : "" }
+                        .join(QLatin1Char('|'));
     EXPECT_EQ(rows,
-        (QStringList { "http://a/?x=1&y=2|url|link|root|new", "200 no error|status|link|root|",
-            "http://b/|url|link|root|new" }));
+              (QStringList { "http://a/?x=1&y=2|url|link|root|new",
+                             "200 no error|status|link|root|", "http://b/|url|link|root|new" }));
     EXPECT_FALSE(OrelParser::initWithFilePath(path + QStringLiteral(".missing")));
 }
 

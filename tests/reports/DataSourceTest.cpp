@@ -28,9 +28,7 @@ class Item : public OrelDataObject
 {
 public:
     explicit Item(const QString &name = {}, float number = 0, const QString &status = {})
-        : name(name)
-        , status(status)
-        , number(number)
+        : name(name), status(status), number(number)
     { }
     QString getFieldByName(const QString &field) const override
     {
@@ -48,7 +46,7 @@ class FakeTable : public TableDescription
 public:
     QString id = QStringLiteral("table");
     QList<TableColumn> cols = { { QStringLiteral("name"), QStringLiteral("URL"), 200 },
-        { QStringLiteral("status"), QStringLiteral("Status"), 110 } };
+                                { QStringLiteral("status"), QStringLiteral("Status"), 110 } };
     QList<const void *> rows, expandable; // outline rows and which of them have children
     std::optional<SortDescriptor> sort;
     bhDataSource *source = nullptr;
@@ -80,8 +78,8 @@ public:
         rowsAsked.push_back(row);
         return colours.contains(row) ? std::optional(colours[row]) : std::nullopt;
     }
-    QString objectValueByItem(
-        TableDescription *, const QString &columnId, OutlineItem item) override
+    QString objectValueByItem(TableDescription *, const QString &columnId,
+                              OutlineItem item) override
     {
         return static_cast<const Item *>(item)->getFieldByName(columnId);
     }
@@ -108,22 +106,22 @@ QString sortedNames(const bhDataSource &source)
 
 // Pieces of the table-view and outline HTML: two columns, "alt" on alternate rows, an optional
 // colour style.
-const QString kViewHead
-    = QStringLiteral("<table><tr><th class = name>URL</th><th class = status>Status</th></tr>");
+const QString kViewHead =
+        QStringLiteral("<table><tr><th class = name>URL</th><th class = status>Status</th></tr>");
 QString anchor(const QString &url, const QString &prefix = {})
 {
     return "<a href = " + prefix + url + " >" + url + "</a>";
 }
 QString viewRow(bool alt, const QString &rgb, const QString &url, const QString &status)
 {
-    const QString style
-        = rgb.isEmpty() ? QString() : QStringLiteral("style = \"background:rgb(%1)\"").arg(rgb);
+    const QString style =
+            rgb.isEmpty() ? QString() : QStringLiteral("style = \"background:rgb(%1)\"").arg(rgb);
     const auto cell = [&](const QString &id, const QString &value) {
         const QString cls = (alt ? QStringLiteral("\"%1 alt\" ") : QStringLiteral("%1 ")).arg(id);
         return QString("<td class = " + cls + style + ">" + value + "</td>");
     };
     return "<tr>" + cell(QStringLiteral("name"), url) + cell(QStringLiteral("status"), status)
-        + "</tr>";
+            + "</tr>";
 }
 
 } // namespace
@@ -254,20 +252,16 @@ TEST(DataSource, CompareAnswersAndOverflow)
 {
     using Case = std::tuple<float, float, int, int, bool>; // a, b, options, answer, logs overflow
     const Case cases[] = {
-        { 2, 1, 1, 1, false },
-        { 1, 2, 1, -1, false },
-        { 1, 1, 1, 0, false },
-        { 2, 1, 0, 0, false }, // only the numeric option compares
-        { 1, 2, 2, 0, false },
-        { NAN, 1, 1, 0, false },
-        { 1, -INFINITY, 1, 0, true },
-        { INFINITY, 1, 0, 0, false },
+        { 2, 1, 1, 1, false },        { 1, 2, 1, -1, false },
+        { 1, 1, 1, 0, false },        { 2, 1, 0, 0, false }, // only the numeric option compares
+        { 1, 2, 2, 0, false },        { NAN, 1, 1, 0, false },
+        { 1, -INFINITY, 1, 0, true }, { INFINITY, 1, 0, 0, false },
     };
     for (const auto &[x, y, options, expected, overflow] : cases) {
         Item a({}, x), b({}, y);
         test::LogCapture log;
         EXPECT_EQ(bhDataSource(false).compare(&a, &b, kSize, options), expected)
-            << x << " " << y << " " << options;
+                << x << " " << y << " " << options;
         EXPECT_EQ(log.count(QStringLiteral("overflow")) > 0, overflow) << x << " " << y;
     }
 }
@@ -313,7 +307,7 @@ TEST(DataSource, LargeCollectionsStayFast)
 TEST(Render, TablesAsCSVAndHTML)
 {
     Item first("http://a/", 0, "ok"), hidden("http://hidden/", 0, "x"),
-        coloured("https://c/x", 0, "404 not found"), quoted("say \"hi\"", 0, "");
+            coloured("https://c/x", 0, "404 not found"), quoted("say \"hi\"", 0, "");
     hidden.setVisible(false);
     for (const char *identifier : { "seo", "validator" }) {
         ColouredSource source(false);
@@ -324,26 +318,28 @@ TEST(Render, TablesAsCSVAndHTML)
         table.id = QString::fromLatin1(identifier);
         source.setTableView(&table);
         EXPECT_EQ(source.getDataAsCSV(),
-            "\"URL\",\"Status\"\r\"http://a/\",\"ok\"\r\"http://hidden/\",\"x\"\r"
-            "\"https://c/x\",\"404 not found\"\r\"say \"hi\"\",\"\"\r");
+                  "\"URL\",\"Status\"\r\"http://a/\",\"ok\"\r\"http://hidden/\",\"x\"\r"
+                  "\"https://c/x\",\"404 not found\"\r\"say \"hi\"\",\"\"\r");
         EXPECT_EQ(source.getDataAsHTML(),
-            "<table cellpadding=2 cellspacing=2 border=0><tr><th style = "
-            "background:#cccccc>URL</th>"
-            "<th style = background:#cccccc>Status</th></tr><tr><td >http://a/</td><td "
-            ">ok</td></tr>"
-            "<tr><td style = background:#f0f0ff>http://hidden/</td><td style = background:#f0f0ff>x"
-            "</td></tr><tr><td >https://c/x</td><td >404 not found</td></tr><tr><td style = "
-            "background:#f0f0ff>say \"hi\"</td><td style = background:#f0f0ff></td></tr>"
-            "</table><br />");
+                  "<table cellpadding=2 cellspacing=2 border=0><tr><th style = "
+                  "background:#cccccc>URL</th>"
+                  "<th style = background:#cccccc>Status</th></tr><tr><td >http://a/</td><td "
+                  ">ok</td></tr>"
+                  "<tr><td style = background:#f0f0ff>http://hidden/</td><td style = "
+                  "background:#f0f0ff>x"
+                  "</td></tr><tr><td >https://c/x</td><td >404 not found</td></tr><tr><td style = "
+                  "background:#f0f0ff>say \"hi\"</td><td style = background:#f0f0ff></td></tr>"
+                  "</table><br />");
 
         const QString check = QByteArray(identifier) == "validator"
-            ? QStringLiteral("https://validator.w3.org/check?uri=")
-            : QString();
-        EXPECT_EQ(source.getDataAsHTMLusingTableView(&table),
-            QString(kViewHead + viewRow(false, {}, anchor("http://a/", check), "ok")
-                + viewRow(true, "255,127,63", anchor("https://c/x", check), "404 not found")
-                + viewRow(false, {}, "say \"hi\"", "") + "</table><br />"))
-            << identifier;
+                ? QStringLiteral("https://validator.w3.org/check?uri=")
+                : QString();
+        EXPECT_EQ(
+                source.getDataAsHTMLusingTableView(&table),
+                QString(kViewHead + viewRow(false, {}, anchor("http://a/", check), "ok")
+                        + viewRow(true, "255,127,63", anchor("https://c/x", check), "404 not found")
+                        + viewRow(false, {}, "say \"hi\"", "") + "</table><br />"))
+                << identifier;
         EXPECT_EQ(source.rowsAsked, (std::vector<int> { 0, 2, 3 })) << identifier;
     }
 }
@@ -363,13 +359,13 @@ TEST(Render, OutlineAsCSVAndHTMLWithIndentedChildrenAndProgress)
     using Case = std::tuple<const char *, QString (bhDataSource::*)(TableDescription *), QString>;
     const Case cases[] = {
         { "csv", &bhDataSource::getDataAsCSVusingOutlineView,
-            "\"URL\",\"Status\"\r\"http://p/\",\"200 no error\"\r\"\tpage one\",\"x\"\r"
-            "\"\thttp://q/\",\"\"\r" },
+          "\"URL\",\"Status\"\r\"http://p/\",\"200 no error\"\r\"\tpage one\",\"x\"\r"
+          "\"\thttp://q/\",\"\"\r" },
         { "html", &bhDataSource::getDataAsHTMLusingOutlineView,
-            QString(kViewHead + viewRow(false, {}, anchor("http://p/"), "200 no error")
-                + viewRow(true, "0,0,255", "&nbsp;&nbsp;page one", "x")
-                + viewRow(false, {}, "&nbsp;&nbsp;" + anchor("http://q/"), {})
-                + "</table><br />") },
+          QString(kViewHead + viewRow(false, {}, anchor("http://p/"), "200 no error")
+                  + viewRow(true, "0,0,255", "&nbsp;&nbsp;page one", "x")
+                  + viewRow(false, {}, "&nbsp;&nbsp;" + anchor("http://q/"), {})
+                  + "</table><br />") },
     };
     for (const auto &[what, render, expected] : cases) {
         bhDataSource renderer(false);

@@ -30,8 +30,8 @@ quint16 loopback(quint16 port)
     socklen_t len = sizeof addr;
     auto *a = reinterpret_cast<sockaddr *>(&addr);
     const bool ok = fd >= 0
-        && (port ? ::connect(fd, a, len) == 0
-                 : ::bind(fd, a, len) == 0 && ::getsockname(fd, a, &len) == 0);
+            && (port ? ::connect(fd, a, len) == 0
+                     : ::bind(fd, a, len) == 0 && ::getsockname(fd, a, &len) == 0);
     if (fd >= 0)
         ::close(fd);
     return ok ? ntohs(addr.sin_port) : 0;
@@ -60,10 +60,10 @@ quint16 FixtureServer::freePort()
 }
 
 FixtureServer::FixtureServer(Mode mode, const QString &root)
-    : m_mode(mode)
-    , m_dir(new QTemporaryDir)
-    , m_process(new QProcess)
-    , m_logPath(m_dir->filePath(QStringLiteral("requests.log")))
+    : m_mode(mode),
+      m_dir(new QTemporaryDir),
+      m_process(new QProcess),
+      m_logPath(m_dir->filePath(QStringLiteral("requests.log")))
 {
     m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     // The server dies with the test, even when the test crashes.
@@ -81,16 +81,17 @@ FixtureServer::FixtureServer(Mode mode, const QString &root)
         }
         conf.close();
         m_process->start(QStringLiteral("nginx"),
-            { QStringLiteral("-p"), dir, QStringLiteral("-c"), confPath, QStringLiteral("-e"),
-                dir + QStringLiteral("/error.log") });
+                         { QStringLiteral("-p"), dir, QStringLiteral("-c"), confPath,
+                           QStringLiteral("-e"), dir + QStringLiteral("/error.log") });
         waitUntilAccepting(port, 10000);
         return;
     }
     // Running a test binary by hand (no ORRELWICK_SOURCE_DIR): the script next to this file.
     const QString source = qEnvironmentVariable("ORRELWICK_SOURCE_DIR",
-        QFileInfo(QStringLiteral(__FILE__)).absolutePath() + QStringLiteral("/../.."));
+                                                QFileInfo(QStringLiteral(__FILE__)).absolutePath()
+                                                        + QStringLiteral("/../.."));
     QStringList args { source + QStringLiteral("/tests/fixtures/fixture_server.py"),
-        QStringLiteral("--log"), m_logPath };
+                       QStringLiteral("--log"), m_logPath };
     if (mode == Tls)
         args << QStringLiteral("--tls");
     if (!root.isEmpty())
@@ -132,8 +133,8 @@ FixtureServer::~FixtureServer()
 QString FixtureServer::baseUrl() const
 {
     return QStringLiteral("%1://127.0.0.1:%2")
-        .arg(m_mode == Tls ? QStringLiteral("https") : QStringLiteral("http"))
-        .arg(m_port);
+            .arg(m_mode == Tls ? QStringLiteral("https") : QStringLiteral("http"))
+            .arg(m_port);
 }
 
 QStringList FixtureServer::requestLog() const

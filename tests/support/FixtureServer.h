@@ -24,9 +24,7 @@ public:
 
     // root: a folder whose files are served as a static site (files win over fixed routes).
     explicit FixtureServer(Mode mode = Plain, const QString &root = QString());
-    explicit FixtureServer(const QString &root)
-        : FixtureServer(Plain, root)
-    { }
+    explicit FixtureServer(const QString &root) : FixtureServer(Plain, root) { }
     ~FixtureServer();
     Q_DISABLE_COPY(FixtureServer)
 

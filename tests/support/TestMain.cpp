@@ -15,7 +15,7 @@ namespace orel::test {
 namespace {
 QTemporaryDir *homeDir = nullptr;
 ScriptedDialogs *scripted = nullptr;
-}
+} // namespace
 
 QString home()
 {
@@ -25,7 +25,8 @@ QString home()
 void wipeHome()
 {
     QDir dir(home());
-    for (const QFileInfo &fi : dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+    for (const QFileInfo &fi :
+         dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
         if (fi.isDir())
             QDir(fi.filePath()).removeRecursively();
         else
