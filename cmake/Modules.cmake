@@ -1,63 +1,40 @@
-# Helpers for the subsystem object libraries and the executables built from them.
+# Helpers for the module libraries of src/ and the programs, tests, benchmarks and fuzz targets
+# built on them.
 
-# orrelwick_module(NAME SOURCES... [DEPENDS module...] [QT component...])
-# Declares the object library orrelwick_<NAME>. DEPENDS lists other modules whose objects a
-# consumer also needs; they are pulled in by orrelwick_link_modules().
+# Warnings for every target of the project; errors with ORRELWICK_WERROR (the test build).
+add_library(orrelwick_warnings INTERFACE)
+target_compile_options(orrelwick_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wno-missing-field-initializers
+  $<$<BOOL:${ORRELWICK_WERROR}>:-Werror>)
+
+# orrelwick_module(NAME SOURCES... [PUBLIC target...] [PRIVATE target...])
+# Declares the static library orrelwick_<NAME> from the folder src/<NAME>. Its headers are
+# included as "<NAME>/Header.h" through an include root that holds only a link to that folder,
+# so a module sees the headers of the modules it links to and of no other: an include from a
+# layer above fails to build. PUBLIC lists what the module's own headers include.
 function(orrelwick_module name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
-  add_library(orrelwick_${name} OBJECT ${ARG_SOURCES})
-  target_link_libraries(orrelwick_${name} PUBLIC Qt6::Core CURL::libcurl)
-  set_property(GLOBAL APPEND PROPERTY ORRELWICK_MODULE_TARGETS orrelwick_${name})
-  set_property(TARGET orrelwick_${name} PROPERTY ORRELWICK_DEPENDS "${ARG_DEPENDS}")
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  set(root ${PROJECT_BINARY_DIR}/include/${name})
+  file(MAKE_DIRECTORY ${root})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${name} SYMBOLIC)
+  add_library(orrelwick_${name} STATIC ${ARG_SOURCES})
+  target_include_directories(orrelwick_${name} PUBLIC ${root})
+  target_link_libraries(orrelwick_${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE}
+                        orrelwick_warnings)
 endfunction()
 
-# Collects a module and, recursively, the modules it depends on.
-function(_orrelwick_closure out)
-  set(result "")
-  set(queue ${ARGN})
-  while(queue)
-    list(POP_FRONT queue m)
-    if(NOT m IN_LIST result)
-      list(APPEND result ${m})
-      get_property(deps TARGET orrelwick_${m} PROPERTY ORRELWICK_DEPENDS)
-      list(APPEND queue ${deps})
-    endif()
-  endwhile()
-  set(${out} ${result} PARENT_SCOPE)
-endfunction()
-
-# orrelwick_link_modules(TARGET module...): links the objects of the modules and their
-# dependencies into TARGET. Tests use it to build against just the subsystems they need.
-function(orrelwick_link_modules target)
-  _orrelwick_closure(mods ${ARGN})
-  foreach(m IN LISTS mods)
-    target_sources(${target} PRIVATE $<TARGET_OBJECTS:orrelwick_${m}>)
-    target_link_libraries(${target} PRIVATE Qt6::Core CURL::libcurl)
-    target_include_directories(${target} PRIVATE
-      $<TARGET_PROPERTY:orrelwick_${m},INTERFACE_INCLUDE_DIRECTORIES>)
-  endforeach()
-endfunction()
-
-function(orrelwick_core_library)
-  get_property(targets GLOBAL PROPERTY ORRELWICK_MODULE_TARGETS)
-  set(objects "")
-  foreach(t IN LISTS targets)
-    list(APPEND objects $<TARGET_OBJECTS:${t}>)
-  endforeach()
-  add_library(orrelwick_core STATIC ${objects})
-  target_link_libraries(orrelwick_core PUBLIC Qt6::Core CURL::libcurl)
-endfunction()
-
-# orrelwick_test(NAME SOURCES... MODULES module...): a GoogleTest executable registered with CTest.
+# orrelwick_test(NAME SOURCES... MODULES module... [LIBS target...]): a GoogleTest executable
+# on the named modules, registered with CTest.
 function(orrelwick_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;MODULES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  orrelwick_link_modules(${name} ${ARG_MODULES})
-  target_sources(${name} PRIVATE $<TARGET_OBJECTS:orrelwick_testmain>)
-  target_link_libraries(${name} PRIVATE GTest::gtest GTest::gmock ${ARG_LIBS})
-  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/support)
+  list(TRANSFORM ARG_MODULES PREPEND orrelwick_)
+  target_link_libraries(${name} PRIVATE orrelwick_testmain ${ARG_MODULES} GTest::gtest GTest::gmock
+                        ${ARG_LIBS} orrelwick_warnings)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ASAN_OPTIONS=detect_leaks=0;ORRELWICK_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ORRELWICK_SOURCE_DIR=${PROJECT_SOURCE_DIR};ASAN_OPTIONS=detect_leaks=1"
     TIMEOUT 600)
 endfunction()

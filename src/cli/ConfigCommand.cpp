@@ -1,5 +1,5 @@
 // "orrelwick-cli config …": list, show, export and import the saved site configurations.
-#include "cli/Commands.h"
+#include "Commands.h"
 
 #include "common/Log.h"
 #include "common/Plist.h"

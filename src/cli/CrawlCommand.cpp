@@ -1,7 +1,7 @@
 // "orrelwick-cli crawl": one crawl run without a window. Settings come from a configuration
 // file or a saved configuration, then from --set, then the URL argument; the results go to a
 // flat CSV file and the summary line to standard output.
-#include "cli/Commands.h"
+#include "Commands.h"
 
 #include "common/Log.h"
 #include "common/SettingsControls.h"

@@ -1,4 +1,4 @@
-#include "cli/Commands.h"
+#include "Commands.h"
 
 namespace orel::cli {
 

@@ -1,5 +1,5 @@
 // The command-line front end: dispatches to the config and crawl commands.
-#include "cli/Commands.h"
+#include "Commands.h"
 
 #include <QCoreApplication>
 #include <QStringList>

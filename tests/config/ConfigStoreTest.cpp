@@ -103,10 +103,10 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
 
 TEST_F(ConfigTest, NewFileNamesKeepLettersAndCountUp)
 {
-    const QString url = u"http://www.example.com/a/b.html"_s, file = u"httpwwwexamplecomabhtml"_s;
+    const QString site = u"http://www.example.com/a/b.html"_s, file = u"httpwwwexamplecomabhtml"_s;
     const std::pair<QString, QString> cases[] = {
-        { url, file },           { {}, u"nourl"_s },   { url, file + u"-1"_s },
-        { url, file + u"-2"_s }, { {}, u"nourl-1"_s }, { u"temp"_s, u"temp-1"_s }
+        { site, file },           { {}, u"nourl"_s },   { site, file + u"-1"_s },
+        { site, file + u"-2"_s }, { {}, u"nourl-1"_s }, { u"temp"_s, u"temp-1"_s }
     }; // never the crawl's working folder
     for (const auto &[url, fileName] : cases) {
         manager->newURL();

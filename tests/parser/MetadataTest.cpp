@@ -106,9 +106,9 @@ TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
     // Ignoring the query, a link matches when the bad link contains it.
     for (bool ignoringQS : { true, false }) {
         auto q = scan("<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' '));
-        const auto marked = highlight(*q, "http://s/p.html?x=1", ignoringQS);
-        ASSERT_TRUE(marked);
-        EXPECT_EQ(marked->contains(style), ignoringQS);
+        const auto result = highlight(*q, "http://s/p.html?x=1", ignoringQS);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->contains(style), ignoringQS);
     }
 }
 

@@ -27,8 +27,8 @@ const QString kSize = QStringLiteral("filesize"); // a numeric column
 class Item : public OrelDataObject
 {
 public:
-    explicit Item(const QString &name = {}, float number = 0, const QString &status = {})
-        : name(name), status(status), number(number)
+    explicit Item(const QString &nameText = {}, float value = 0, const QString &statusText = {})
+        : name(nameText), status(statusText), number(value)
     { }
     QString getFieldByName(const QString &field) const override
     {
