@@ -54,7 +54,6 @@ QString hostHeaderFor(const QString &url)
 LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *configManager,
                                QObject *parent)
     : QObject(parent),
-      bhDataSource(true),
       m_controls(controls),
       m_configManager(configManager),
       m_seo(std::make_unique<SEOManager>())
@@ -65,7 +64,6 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
 LinkCheckerHub::~LinkCheckerHub()
 {
     ++m_generation;
-    qDeleteAll(m_pairings);
     m_seo->clear();
     // Connections still running would call back into records that are about to go.
     for (OrelDataObject *item : items()) {
@@ -111,7 +109,6 @@ void LinkCheckerHub::go()
             connection->cancel();
         record->releaseAll();
     }
-    qDeleteAll(m_pairings);
     m_pairings.clear();
     m_pagesNeedingAttention.reset();
     bhDataSource::clear();
@@ -150,11 +147,11 @@ void LinkCheckerHub::go()
                          .arg(0)
                          .arg(localized("links checked")));
 
-    auto *start = new LinkCheckerUrl(this);
+    auto start = std::make_unique<LinkCheckerUrl>(this);
     start->setLinkUrl(url, SettingsControls::isOn(m_controls->qsButton));
     start->setIsStartingPoint(true);
     start->setDistanceFromHome(0);
-    add(start);
+    add(std::move(start));
     reloadData();
 
     if (!isPlainTextMode()) {

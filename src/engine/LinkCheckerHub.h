@@ -6,6 +6,7 @@
 #include "engine/HashedKey.h"
 #include "engine/RegistryTable.h"
 #include "links/LinkOwner.h"
+#include "links/OrelOnPage.h"
 #include "reports/bhDataSource.h"
 
 #include <QHash>
@@ -15,6 +16,7 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -24,7 +26,6 @@ namespace orel {
 
 class HrefResolver;
 class LinkCheckerUrl;
-class OrelOnPage;
 class OrelConfigManager;
 class SEOManager;
 class SettingsControls;
@@ -108,9 +109,10 @@ public:
     LinkCheckerUrl *getLinkCheckerUrlWithUrl(const QString &url) const;
     int countBadCollection();
     bool isInBadCollection(const LinkCheckerUrl *record) const;
-    // Appends while the collection holds fewer records than the links limit and answers true;
-    // a record refused at the limit is unregistered and deleted. nullptr is logged.
-    bool add(LinkCheckerUrl *record);
+    // Appends while the collection holds fewer records than the links limit and answers the
+    // record, now the hub's; a record refused at the limit is unregistered and deleted (nullptr
+    // then). A missing record is logged.
+    LinkCheckerUrl *add(std::unique_ptr<LinkCheckerUrl> record);
     // The records found on a page, once per appearance; nullptr when the page is unknown.
     const QList<LinkCheckerUrl *> *linksOnPage(const QString &page) const;
     int numberOfLinksOnThisPage(const QString &page) const override;
@@ -291,6 +293,8 @@ Q_SIGNALS:
     void recordAdded(LinkCheckerUrl *record);
 
 private:
+    // Whether a record is a row of the views now: visible, and bad when only bad links show.
+    bool isShown(const LinkCheckerUrl *record) const;
     // Export helpers.
     QList<TableColumn> tableColumns() const;
     std::vector<LinkCheckerUrl *> visibleRows() const;
@@ -298,19 +302,6 @@ private:
     QString tableText(const QList<TableColumn> &columns, QChar separator);
     QString flatText(const QList<TableColumn> &columns, QChar separator);
     static void saveExport(const QString &text, const QString &fileType);
-    // The progress window while an export is built: shown on creation, hidden on destruction.
-    class ExportProgress
-    {
-    public:
-        explicit ExportProgress(int rows);
-        ~ExportProgress();
-        void step(int row);
-
-    private:
-        int m_rows;
-        int m_last = -1;
-    };
-
     void setState(State state);
     void enterRunningState();
     void enterStoppedState();
@@ -405,8 +396,9 @@ private:
     // Starts without a delay wait here for one queued call that starts them all.
     std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
 
-    // Occurrence pairings handed to the outlines, one per record and index.
-    QHash<QPair<LinkCheckerUrl *, int>, OrelOnPage *> m_pairings;
+    // Occurrence pairings handed to the outlines, one per record and index; a map keeps each
+    // where it was made, so the outlines may hold on to them until the next crawl.
+    std::map<std::pair<LinkCheckerUrl *, int>, OrelOnPage> m_pairings;
     std::optional<QStringList> m_pagesNeedingAttention;
     Colour m_classColours[5]; // [0] is the "none" colour
     bool m_badLinksOnly = false;

@@ -38,7 +38,7 @@ int LinkCheckerHub::loadLinkList(const QString &path)
         auto text = [&](const char *key) { return fields.value(QLatin1String(key)).toString(); };
         auto flag = [&](const char *key) { return text(key) == QLatin1String("YES"); };
         // No owner: the record neither registers itself nor asks anything of the crawl.
-        auto *record = new LinkCheckerUrl(nullptr);
+        auto record = std::make_unique<LinkCheckerUrl>(nullptr);
         if (fields.contains(QStringLiteral("onPageName")))
             record->setOnPageName({ text("onPageName") });
         if (fields.contains(QStringLiteral("onPageUrl")))
@@ -58,7 +58,7 @@ int LinkCheckerHub::loadLinkList(const QString &path)
         record->setIsHTML(flag("isHTML"));
         record->setIsStartingPoint(flag("isStartingPoint"));
         record->setIsInternal(flag("isInternal"));
-        if (add(record))
+        if (add(std::move(record)))
             ++added;
     }
     reloadData();

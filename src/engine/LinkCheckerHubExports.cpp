@@ -7,6 +7,7 @@
 #include "common/Log.h"
 #include "engine/CrawlScope.h"
 #include "links/LinkCheckerUrl.h"
+#include "reports/ExportProgress.h"
 
 #include <QSaveFile>
 #include <QSet>
@@ -41,26 +42,6 @@ QString edgeColour(int distance)
 }
 
 } // namespace
-
-LinkCheckerHub::ExportProgress::ExportProgress(int rows) : m_rows(rows)
-{
-    Dialogs::current().showProgress(localized("Exporting"), 100);
-    Dialogs::current().setProgress(0);
-}
-
-LinkCheckerHub::ExportProgress::~ExportProgress()
-{
-    Dialogs::current().hideProgress();
-}
-
-void LinkCheckerHub::ExportProgress::step(int row)
-{
-    const int percent = m_rows > 0 ? int(qint64(row) * 100 / m_rows) : 0;
-    if (percent != m_last) {
-        m_last = percent;
-        Dialogs::current().setProgress(percent);
-    }
-}
 
 QList<TableColumn> LinkCheckerHub::tableColumns() const
 {

@@ -298,14 +298,14 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                             ResolvedHref &entry) {
         if (h.isEmpty() || h == QLatin1String("#")) {
             if (hashIsBad && !linksLimitReached()) {
-                auto *record = new LinkCheckerUrl(this);
-                addOccurrence(record, text);
+                auto record = std::make_unique<LinkCheckerUrl>(this);
+                addOccurrence(record.get(), text);
                 record->setDistanceFromHome(distance);
                 record->setStatus(localized("missing link url"));
                 record->setIsInternal(false);
                 record->setLinkUrl(h.isEmpty() ? QStringLiteral("empty quotes") : h, false);
-                incNumberDone(record);
-                add(record);
+                incNumberDone(record.get());
+                add(std::move(record));
                 getNextUrlToCrawl();
             }
             return;
@@ -313,12 +313,12 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         const QString &absolute = entry.absolute;
         if (absolute.isNull()) {
             if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
-                auto *record = new LinkCheckerUrl(this);
-                addOccurrence(record, text);
+                auto record = std::make_unique<LinkCheckerUrl>(this);
+                addOccurrence(record.get(), text);
                 record->setStatus(QStringLiteral("MCMS zref"));
                 record->addNofollow(nofollow);
-                incNumberDone(record);
-                add(record);
+                incNumberDone(record.get());
+                add(std::move(record));
             }
             return;
         }
@@ -335,10 +335,10 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         if (isMailtoEtc(h) || absolute.isEmpty() || linksLimitReached())
             return;
         const UrlParts absoluteUrl = UrlParts::of(absolute);
-        auto *record = new LinkCheckerUrl(this);
+        auto record = std::make_unique<LinkCheckerUrl>(this);
         record->setLinkUrl(absolute, trimQuery);
         record->setIsInternal(compareHost(absoluteUrl.host, m_domains));
-        addOccurrence(record, text);
+        addOccurrence(record.get(), text);
         record->setDistanceFromHome(distance);
         const QString &scheme = absoluteUrl.scheme;
         bool notChecked = false;
@@ -355,13 +355,13 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
         }
         if (notChecked) {
             record->setStatus(localized("Not checked"));
-            incNumberDone(record);
+            incNumberDone(record.get());
         }
         if (record->getIsImage())
-            page->addLinkedImage(record);
+            page->addLinkedImage(record.get());
         record->addNofollow(nofollow);
         record->setHeadContainsNoFollow(headNoFollow);
-        if (add(record))
+        if (add(std::move(record)))
             getNextUrlToCrawl();
     };
 

@@ -8,6 +8,8 @@
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
 
+#include <algorithm>
+
 namespace orel {
 
 namespace {
@@ -42,10 +44,7 @@ OrelOnPage *LinkCheckerHub::occurrence(LinkCheckerUrl *record, int index)
 {
     if (!record || index < 0)
         return nullptr;
-    OrelOnPage *&pairing = m_pairings[qMakePair(record, index)];
-    if (!pairing)
-        pairing = new OrelOnPage(record, index);
-    return pairing;
+    return &m_pairings.try_emplace({ record, index }, record, index).first->second;
 }
 
 int LinkCheckerHub::countVisibleItemsforThisPage(const QString &page) const
@@ -57,7 +56,7 @@ int LinkCheckerHub::countVisibleItemsforThisPage(const QString &page) const
         return 0;
     int n = 0;
     for (const LinkCheckerUrl *record : *links) {
-        if (record->getVisible() && (!m_badLinksOnly || record->isInBadCollection()))
+        if (isShown(record))
             ++n;
     }
     return n;
@@ -70,11 +69,8 @@ bool LinkCheckerHub::pageHasAtLeastOneVisibleItem(const QString &page) const
         return false;
     if (!m_badLinksOnly)
         return true;
-    for (const LinkCheckerUrl *record : *links) {
-        if (record->getVisible() && record->isInBadCollection())
-            return true;
-    }
-    return false;
+    return std::any_of(links->cbegin(), links->cend(),
+                       [this](const LinkCheckerUrl *record) { return isShown(record); });
 }
 
 int LinkCheckerHub::countPagesWithVisibleItems()
@@ -84,7 +80,7 @@ int LinkCheckerHub::countPagesWithVisibleItems()
         return 0;
     for (auto it = m_byPageDictionary->cbegin(); it != m_byPageDictionary->cend(); ++it) {
         for (const LinkCheckerUrl *record : it.value()) {
-            if (record->getVisible() && (!m_badLinksOnly || record->isInBadCollection())) {
+            if (isShown(record)) {
                 m_pagesNeedingAttention->append(it.key());
                 break;
             }
@@ -110,7 +106,7 @@ OrelOnPage *LinkCheckerHub::getNthVisibleItemForPage(int n, const QString &page)
     int seen = 0;
     for (qsizetype p = 0; p < links->size(); ++p) {
         LinkCheckerUrl *record = links->at(p);
-        if (!record->getVisible() || (m_badLinksOnly && !record->isInBadCollection()))
+        if (!isShown(record))
             continue;
         if (seen++ != n)
             continue;

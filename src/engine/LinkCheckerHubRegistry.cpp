@@ -134,23 +134,22 @@ bool LinkCheckerHub::isInBadCollection(const LinkCheckerUrl *record) const
     return record && record->isInBadCollection();
 }
 
-bool LinkCheckerHub::add(LinkCheckerUrl *record)
+LinkCheckerUrl *LinkCheckerHub::add(std::unique_ptr<LinkCheckerUrl> record)
 {
     if (!record)
         log(QStringLiteral("*** attempt to add null link ***"));
     if (linksLimitReached()) {
-        if (record) {
-            // Nothing may keep pointing at a record that the collection does not own.
-            unregister(record);
-            delete record;
-        }
-        return false;
+        // The refused record goes; nothing may keep pointing at it.
+        if (record)
+            unregister(record.get());
+        return nullptr;
     }
     if (!record)
-        return false;
-    bhDataSource::add(record);
-    Q_EMIT recordAdded(record);
-    return true;
+        return nullptr;
+    LinkCheckerUrl *added = record.get();
+    bhDataSource::add(std::move(record));
+    Q_EMIT recordAdded(added);
+    return added;
 }
 
 void LinkCheckerHub::unregister(LinkCheckerUrl *record)

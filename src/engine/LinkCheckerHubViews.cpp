@@ -4,6 +4,7 @@
 
 #include "common/Log.h"
 #include "links/LinkCheckerUrl.h"
+#include "reports/ExportProgress.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -65,6 +66,11 @@ void LinkCheckerHub::filter()
     reloadData();
 }
 
+bool LinkCheckerHub::isShown(const LinkCheckerUrl *record) const
+{
+    return record->getVisible() && (!m_badLinksOnly || record->isInBadCollection());
+}
+
 OrelDataObject *LinkCheckerHub::getnthItem(int index)
 {
     if (m_badLinksOnly) {
@@ -88,9 +94,7 @@ OrelDataObject *LinkCheckerHub::getnthVisibleItem(int n)
     int seen = 0;
     for (int i = 0; i < count; ++i) {
         auto *record = static_cast<LinkCheckerUrl *>(getnthSortedItem(i));
-        if (!record || !record->getVisible())
-            continue;
-        if (m_badLinksOnly && !record->isInBadCollection())
+        if (!record || !isShown(record))
             continue;
         if (seen++ == n)
             return record;
@@ -150,7 +154,7 @@ std::vector<LinkCheckerUrl *> LinkCheckerHub::visibleRows() const
     rows.reserve(std::size_t(count));
     for (int i = 0; i < count; ++i) {
         auto *record = static_cast<LinkCheckerUrl *>(getnthSortedItem(i));
-        if (record && record->getVisible() && (!m_badLinksOnly || record->isInBadCollection()))
+        if (record && isShown(record))
             rows.push_back(record);
     }
     return rows;

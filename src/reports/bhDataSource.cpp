@@ -4,6 +4,7 @@
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "links/OrelDataObject.h"
+#include "reports/ExportProgress.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -50,57 +51,23 @@ QString headerCells(const QList<TableColumn> &columns)
     return out;
 }
 
-// The progress window of the outline renderers: percent of the rows done, set when it changes.
-class ExportProgress
-{
-public:
-    explicit ExportProgress(int rows) : m_rows(rows)
-    {
-        Dialogs::current().showProgress(localized("Exporting"), 100);
-    }
-    ~ExportProgress() { Dialogs::current().hideProgress(); }
-    void rowDone(int row)
-    {
-        const int percent = int(qint64(row) * 100 / m_rows);
-        if (percent != m_percent) {
-            m_percent = percent;
-            Dialogs::current().setProgress(percent);
-        }
-    }
-
-private:
-    int m_rows;
-    int m_percent = 0;
-};
-
 } // namespace
 
-bhDataSource::bhDataSource(bool ownsItems) : m_ownsItems(ownsItems)
+bhDataSource::bhDataSource()
 {
     if (QCoreApplication *app = QCoreApplication::instance())
         m_mainThreadContext.moveToThread(app->thread());
 }
 
-bhDataSource::~bhDataSource()
-{
-    deleteOwnedItems();
-}
+bhDataSource::~bhDataSource() = default;
 
-void bhDataSource::deleteOwnedItems()
+void bhDataSource::add(std::unique_ptr<OrelDataObject> item)
 {
-    if (!m_ownsItems)
+    if (!item)
         return;
-    std::vector<OrelDataObject *> all;
-    all.reserve(m_collection.size() + m_removed.size());
-    all.insert(all.end(), m_collection.begin(), m_collection.end());
-    all.insert(all.end(), m_removed.begin(), m_removed.end());
-    // An item removed and added again appears in both lists; delete it once.
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
-    for (OrelDataObject *item : all)
-        delete item;
-    m_collection.clear();
-    m_removed.clear();
+    OrelDataObject *added = item.get();
+    m_owned.push_back(std::move(item));
+    add(added);
 }
 
 void bhDataSource::add(OrelDataObject *item)
@@ -123,9 +90,10 @@ void bhDataSource::add(OrelDataObject *item)
 void bhDataSource::clear()
 {
     m_sortArray.reset();
-    deleteOwnedItems();
     m_collection.clear();
     m_collection.shrink_to_fit();
+    m_owned.clear();
+    m_owned.shrink_to_fit();
     m_highestId = 0;
     m_lastIndex.store(0, std::memory_order_relaxed);
 }
@@ -136,8 +104,6 @@ void bhDataSource::deleteItem(OrelDataObject *item)
     if (firstRemoved == m_collection.end())
         return;
     m_collection.erase(firstRemoved, m_collection.end());
-    if (m_ownsItems)
-        m_removed.push_back(item);
 }
 
 void bhDataSource::swop(OrelDataObject *a, OrelDataObject *b)
@@ -519,7 +485,7 @@ QString bhDataSource::getDataAsHTMLusingOutlineView(TableDescription *outline)
             out += QLatin1String("</td>");
         }
         out += QLatin1String("</tr>");
-        progress.rowDone(r);
+        progress.step(r);
     }
     out += QLatin1String("</table><br />");
     return out;
@@ -556,7 +522,7 @@ QString bhDataSource::getDataAsCSVusingOutlineView(TableDescription *outline)
                     + QLatin1Char('"');
         }
         out += QLatin1Char('\r');
-        progress.rowDone(r);
+        progress.step(r);
     }
     return out;
 }

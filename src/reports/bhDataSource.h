@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -29,25 +30,25 @@ public:
     // Sort options: a text sort or a numeric insertion sort.
     enum SortOptions { SortAsText = 0, SortAsNumber = 1 };
 
-    // An owning source deletes its items on clear() and on destruction (the crawl's records);
-    // a non-owning one only references items that live elsewhere (the SEO manager's lists).
-    explicit bhDataSource(bool ownsItems = true);
+    bhDataSource();
     virtual ~bhDataSource();
 
     bhDataSource(const bhDataSource &) = delete;
     bhDataSource &operator=(const bhDataSource &) = delete;
 
-    bool ownsItems() const { return m_ownsItems; }
-
     // --- The collection -------------------------------------------------------------------
     // Appends the item (and to the end of the sorted copy when there is one). An item without
     // an id (0) gets highestId + 1; an item with an id raises highestId to it when greater.
-    // An owning source takes the item over; the same item must not be added twice to it.
+    // Given as a unique_ptr, the item is the source's own until the next clear() (the crawl's
+    // records); given as a pointer, it lives elsewhere and is only referenced (the SEO
+    // manager's lists of the crawl's records).
+    void add(std::unique_ptr<OrelDataObject> item);
     void add(OrelDataObject *item);
-    // Empties the collection, drops the sorted copy and starts the ids again from 0.
+    // Empties the collection, drops the sorted copy, deletes the items the source owns and
+    // starts the ids again from 0.
     virtual void clear();
     // Removes every occurrence of the item from the collection; the sorted copy keeps it, so an
-    // owning source keeps the item alive until the next clear().
+    // item the source owns stays alive until the next clear().
     void deleteItem(OrelDataObject *item);
     // Exchanges the places of two items in the collection (nothing when either is absent).
     void swop(OrelDataObject *a, OrelDataObject *b);
@@ -125,15 +126,14 @@ private:
     int indexOf(const OrelDataObject *item) const;
     void sortAsText(const QString &columnId, bool ascending);
     void sortAsNumber(const QString &columnId, bool ascending, int options);
-    void deleteOwnedItems();
 
     std::vector<OrelDataObject *> m_collection;
     std::optional<std::vector<OrelDataObject *>> m_sortArray;
-    // Items removed by deleteItem() from an owning source, deleted on clear().
-    std::vector<OrelDataObject *> m_removed;
+    // The items given to the source to keep, in the order they came; the collection may have
+    // let go of some (deleteItem) or hold some twice.
+    std::vector<std::unique_ptr<OrelDataObject>> m_owned;
     TableDescription *m_tableView = nullptr;
     qint32 m_highestId = 0;
-    bool m_ownsItems;
     // Where the last positional answer was found, so that walking with getNextItem() is O(1).
     // Only a hint (checked before use); atomic because a report thread may read positions.
     mutable std::atomic<std::size_t> m_lastIndex { 0 };

@@ -4,7 +4,7 @@
 
 namespace orel {
 
-SEOManager::SEOManager(QObject *parent) : QObject(parent), bhDataSource(false) { }
+SEOManager::SEOManager(QObject *parent) : QObject(parent) { }
 
 SEOManager::~SEOManager() = default;
 

@@ -17,9 +17,9 @@ namespace {
 void addMissingFiles(LinkCheckerHub &hub, int n)
 {
     for (int i = 0; i < n; ++i) {
-        auto *r = new LinkCheckerUrl(&hub);
+        auto r = std::make_unique<LinkCheckerUrl>(&hub);
         r->setLinkUrl(QStringLiteral("file:///orrelwick-no-such-dir/%1.html").arg(i), false);
-        hub.add(r);
+        hub.add(std::move(r));
     }
 }
 

@@ -58,11 +58,10 @@ protected:
 
     LinkCheckerUrl *addPage(const QString &url, int distance = 0)
     {
-        auto *record = new LinkCheckerUrl(hub.get());
+        auto record = std::make_unique<LinkCheckerUrl>(hub.get());
         record->setLinkUrl(url, SettingsControls::isOn(controls.qsButton));
         record->setDistanceFromHome(distance);
-        hub->add(record);
-        return record;
+        return hub->add(std::move(record));
     }
 
     // Reads the page as if its fetch had just finished with a 200 answer.

@@ -64,12 +64,21 @@ public:
     QString outlineColumnIdentifier() const override { return QStringLiteral("name"); }
 };
 
-// A non-owning source that colours some rows (recording which rows were asked) and answers
+// Gives a new item to the source to keep and answers it.
+template<typename... Args>
+Item *addNew(bhDataSource &source, Args &&...args)
+{
+    auto item = std::make_unique<Item>(std::forward<Args>(args)...);
+    Item *added = item.get();
+    source.add(std::move(item));
+    return added;
+}
+
+// A source that colours some rows (recording which rows were asked) and answers
 // outline cells from the items themselves.
 class ColouredSource : public bhDataSource
 {
 public:
-    using bhDataSource::bhDataSource;
     QHash<int, Colour> colours;
     std::vector<int> rowsAsked;
 
@@ -133,16 +142,17 @@ TEST(DataSource, GivesAndRaisesIdsAndClearStartsAgain)
     bhDataSource source;
     std::vector<quint32> got;
     for (quint32 id : { 0, 0, 5, 3, 0 }) {
-        auto *item = new Item;
+        auto item = std::make_unique<Item>();
         item->setID(id);
-        source.add(item);
-        got.push_back(item->getID());
+        const Item *added = item.get();
+        source.add(std::move(item));
+        got.push_back(added->getID());
     }
     EXPECT_EQ(got, (std::vector<quint32> { 1, 2, 5, 3, 6 }));
     EXPECT_EQ(source.getHighestId(), 6);
     source.sortByColumn(kSize, true, bhDataSource::SortAsNumber);
     source.clear(); // also drops the sorted copy
-    source.add(new Item);
+    addNew(source);
     EXPECT_EQ(source.getCount(), 1u);
     EXPECT_EQ(source.getnthSortedItem(0), source.getFirstItem());
     EXPECT_EQ(source.getFirstItem()->getID(), 1u);
@@ -159,10 +169,9 @@ TEST(DataSource, PositionalAndSortedQuestionsAndTheirEdges)
         EXPECT_EQ(source.getnthSortedItem(0), nullptr);
         EXPECT_EQ(log.count(QStringLiteral("count is 0")), 2); // getItemById starts at getnthItem
     }
-    auto *c = new Item(QStringLiteral("cherry")), *a = new Item(QStringLiteral("apple")),
-         *b = new Item(QStringLiteral("Banana"));
-    for (Item *item : { c, a, b })
-        source.add(item);
+    Item *c = addNew(source, QStringLiteral("cherry")),
+         *a = addNew(source, QStringLiteral("apple")),
+         *b = addNew(source, QStringLiteral("Banana"));
     test::LogCapture log;
     EXPECT_EQ(source.getnthItem(-1), nullptr);
     EXPECT_EQ(source.getnthItem(3), nullptr);
@@ -182,17 +191,15 @@ TEST(DataSource, PositionalAndSortedQuestionsAndTheirEdges)
     EXPECT_EQ(source.getNextItem(a), c);
     EXPECT_EQ(source.getnthItem(0), b);
 
-    // Every occurrence goes; an owning source still deletes a twice-added item only once.
-    auto *twice = new Item(QStringLiteral("twice"));
-    source.add(twice);
+    // Every occurrence goes; an item kept and referenced again is deleted once, on clear().
+    Item *twice = addNew(source, QStringLiteral("twice"));
     source.add(twice);
     source.deleteItem(twice);
     EXPECT_EQ(source.getCount(), 3u);
     EXPECT_EQ(source.getNextItem(c), nullptr);
 
     source.sortByColumn(QStringLiteral("name"), true);
-    auto *aardvark = new Item(QStringLiteral("aardvark"));
-    source.add(aardvark); // sits unsorted at the end until the next sort
+    Item *aardvark = addNew(source, QStringLiteral("aardvark")); // unsorted at the end for now
     EXPECT_EQ(sortedNames(source), QStringLiteral("apple Banana cherry aardvark"));
     source.deleteItem(a); // the sorted copy keeps it
     EXPECT_EQ(source.getCount(), 3u);
@@ -235,7 +242,7 @@ TEST(DataSource, SortsByTheClickedColumn)
     for (const auto &[key, ascending, values, expected] : cases) {
         bhDataSource source;
         for (const QString &v : values.split(u' '))
-            source.add(new Item(v, v.section(u'#', 0, 0).toFloat()));
+            addNew(source, v, v.section(u'#', 0, 0).toFloat());
         FakeTable table;
         table.sort = SortDescriptor { QString::fromLatin1(key), ascending };
         source.setTableView(&table);
@@ -260,7 +267,7 @@ TEST(DataSource, CompareAnswersAndOverflow)
     for (const auto &[x, y, options, expected, overflow] : cases) {
         Item a({}, x), b({}, y);
         test::LogCapture log;
-        EXPECT_EQ(bhDataSource(false).compare(&a, &b, kSize, options), expected)
+        EXPECT_EQ(bhDataSource().compare(&a, &b, kSize, options), expected)
                 << x << " " << y << " " << options;
         EXPECT_EQ(log.count(QStringLiteral("overflow")) > 0, overflow) << x << " " << y;
     }
@@ -290,7 +297,7 @@ TEST(DataSource, LargeCollectionsStayFast)
     timer.start();
     bhDataSource source;
     for (int i = 0; i < n; ++i)
-        source.add(new Item({}, float(i % 1000)));
+        addNew(source, QString(), float(i % 1000));
     int walked = 0;
     for (OrelDataObject *item = source.getFirstItem(); item; item = source.getNextItem(item))
         ++walked;
@@ -310,7 +317,7 @@ TEST(Render, TablesAsCSVAndHTML)
             coloured("https://c/x", 0, "404 not found"), quoted("say \"hi\"", 0, "");
     hidden.setVisible(false);
     for (const char *identifier : { "seo", "validator" }) {
-        ColouredSource source(false);
+        ColouredSource source;
         for (Item *item : { &first, &hidden, &coloured, &quoted })
             source.add(item);
         source.colours[2] = Colour { 1.0, 0.5, 0.25, 1.0 };
@@ -349,7 +356,7 @@ TEST(Render, TablesAsCSVAndHTML)
 TEST(Render, OutlineAsCSVAndHTMLWithIndentedChildrenAndProgress)
 {
     Item parent("http://p/", 0, "200 no error"), child("page one", 0, "x"), linked("http://q/");
-    ColouredSource answers(false);
+    ColouredSource answers;
     answers.colours[1] = Colour { 0.0, 0.0, 1.0, 1.0 };
     FakeTable outline;
     outline.rows = { &parent, &child, &linked };
@@ -368,13 +375,13 @@ TEST(Render, OutlineAsCSVAndHTMLWithIndentedChildrenAndProgress)
                   + "</table><br />") },
     };
     for (const auto &[what, render, expected] : cases) {
-        bhDataSource renderer(false);
+        bhDataSource renderer;
         ProgressRecorder progress;
         EXPECT_EQ((renderer.*render)(&outline), expected) << what;
         ASSERT_EQ(progress.countCalls(QStringLiteral("progress")), 1) << what;
         EXPECT_EQ(progress.calls.front().title, QStringLiteral("Exporting"));
         EXPECT_EQ(progress.progressMaximum, 100);
-        EXPECT_EQ(progress.steps, (std::vector<int> { 33, 66 })) << what;
+        EXPECT_EQ(progress.steps, (std::vector<int> { 0, 33, 66 })) << what;
         EXPECT_FALSE(progress.progressShown) << what;
     }
 }
