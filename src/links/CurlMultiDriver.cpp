@@ -15,8 +15,7 @@ CurlMultiDriver *s_instance = nullptr;
 constexpr int MaxPooledHandles = 64;
 
 // Installed on a handle released from inside a libcurl callback, so that libcurl, which may still
-// call it before it returns, aborts instead of reaching a transfer that no longer exists (its
-// error buffer is unhooked for the same reason).
+// call it before it returns, aborts instead of reaching a transfer that no longer exists.
 size_t refuseBytes(char *, size_t, size_t, void *)
 {
     return 0;
@@ -32,7 +31,6 @@ size_t dropBytes(char *, size_t size, size_t count, void *)
 void unhook(void *easy, curl_write_callback sink)
 {
     curl_easy_setopt(easy, CURLOPT_PRIVATE, nullptr);
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, sink);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, sink);
 }

@@ -121,7 +121,6 @@ struct myNSURLConnection::Private final : public CurlTransfer
     UrlRequest request;
     void *easy = nullptr;
     curl_slist *headerList = nullptr;
-    char errorBuffer[CURL_ERROR_SIZE];
 
     // The response being received.
     int status = 0;
@@ -139,10 +138,7 @@ struct myNSURLConnection::Private final : public CurlTransfer
     bool *alive = nullptr;
     std::unique_ptr<QFile> file;
 
-    Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d)
-    {
-        errorBuffer[0] = 0;
-    }
+    Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d) { }
     ~Private() { release(); }
 
     // Runs one delegate call; false when the connection was cancelled or deleted meanwhile.
@@ -299,11 +295,9 @@ void myNSURLConnection::Private::failCurl(int curlCode)
         fail(UrlError::TimedOut, QStringLiteral("The request timed out."));
         return;
     }
-    QString text = QString::fromUtf8(curl_easy_strerror(CURLcode(curlCode)));
-    const QString detail = QString::fromUtf8(errorBuffer).trimmed();
-    if (!detail.isEmpty() && detail != text)
-        text += QStringLiteral(": ") + detail;
-    fail(curlCode, text);
+    // libcurl's fixed text for the code, never its per-transfer message, which carries timings
+    // and addresses: one failure reads the same in every run, so records group by status.
+    fail(curlCode, QString::fromUtf8(curl_easy_strerror(CURLcode(curlCode))));
 }
 
 void myNSURLConnection::Private::begin(const UrlRequest &initial)
@@ -361,12 +355,10 @@ bool myNSURLConnection::Private::configure()
     }
     curl_slist_free_all(headerList);
     headerList = nullptr;
-    errorBuffer[0] = 0;
 
     const QByteArray url = urlBytes(request.url);
     curl_easy_setopt(easy, CURLOPT_URL, url.constData());
     curl_easy_setopt(easy, CURLOPT_PRIVATE, static_cast<CurlTransfer *>(this));
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorBuffer);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROXY, noProxyList().constData());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");

@@ -323,7 +323,7 @@ TEST_F(Connection, FailuresCarryClearTexts)
                  std::tuple { url("/slow?ms=3000"), 0.5, "send fail", UrlError::TimedOut,
                               "The request timed out.", 2000 },
                  { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()), 5,
-                   "send fail", 7, "Couldn't connect to server: Failed to connect", 2000 },
+                   "send fail", 7, "Couldn't connect to server", 2000 },
                  { url("/closed"), 5, "send 200 data fail", 18, "Transferred a partial file",
                    2000 },
                  { "http://no-such-host.invalid/", 5, "send fail", 6, "Couldn't resolve host name",
@@ -343,8 +343,8 @@ TEST_F(Connection, FailuresCarryClearTexts)
         EXPECT_EQ(rec.trace(), trace);
         ASSERT_TRUE(rec.error);
         EXPECT_EQ(rec.error->code, code);
-        EXPECT_TRUE(rec.error->localizedDescription.startsWith(text))
-                << rec.error->localizedDescription.toStdString();
+        // A fixed text for each kind of failure, without timings or addresses.
+        EXPECT_EQ(rec.error->localizedDescription, QLatin1String(text));
     }
 
     // A local file answers without HTTP, but a web server's redirect cannot lead there.
