@@ -63,11 +63,6 @@ QByteArray urlBytes(const QString &url)
     return out;
 }
 
-QString hostAndPort(const QString &url)
-{
-    return UrlParts::of(url).hostAndPort();
-}
-
 AuthMethod authMethodOf(const QByteArray &wwwAuthenticate, QString *realm)
 {
     const QByteArray value = wwwAuthenticate.trimmed();
@@ -133,7 +128,7 @@ struct myNSURLConnection::Private final : public CurlTransfer
     QByteArray heldBody;
 
     int hops = 0;
-    QString trustedHost; // whose certificate the delegate accepted for this transfer
+    QByteArray trustedHost; // whose certificate the delegate accepted for this transfer
     bool ended = false;
     bool *alive = nullptr;
     std::unique_ptr<QFile> file;
@@ -374,7 +369,7 @@ bool myNSURLConnection::Private::configure()
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 65536L);
     if (request.timeoutSeconds > 0)
         curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(request.timeoutSeconds * 1000.0));
-    if (!trustedHost.isEmpty() && hostAndPort(request.url) == trustedHost) {
+    if (!trustedHost.isEmpty() && UrlParts::hostHeader(request.url) == trustedHost) {
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
     }
@@ -520,7 +515,8 @@ bool myNSURLConnection::Private::headersDone()
 
 void myNSURLConnection::Private::transferDone(int curlCode)
 {
-    if (curlCode == CURLE_PEER_FAILED_VERIFICATION && hostAndPort(request.url) != trustedHost) {
+    if (curlCode == CURLE_PEER_FAILED_VERIFICATION
+        && UrlParts::hostHeader(request.url) != trustedHost) {
         answerServerTrust(curlCode);
         return;
     }
@@ -577,7 +573,7 @@ void myNSURLConnection::Private::followRedirect()
         });
     }
     if (!proposed.header("Host").isEmpty() && !target.isEmpty())
-        proposed.setHeader("Host", hostAndPort(target).toUtf8());
+        proposed.setHeader("Host", UrlParts::hostHeader(target));
 
     const UrlResponse response = held;
     std::optional<UrlRequest> answer;
@@ -646,7 +642,7 @@ void myNSURLConnection::Private::answerServerTrust(int curlCode)
         }
         if (challenge.answer == AuthChallenge::Answer::UseServerTrust) {
             // The same request again, this time accepting the site's certificate.
-            trustedHost = hostAndPort(request.url);
+            trustedHost = UrlParts::hostHeader(request.url);
             send(request);
             return;
         }
