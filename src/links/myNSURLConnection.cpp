@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
+#include <QPointer>
 #include <QThread>
 #include <QTimer>
 #include <QUrl>
@@ -105,7 +106,8 @@ bool isRedirectStatus(int status)
 
 // The state of one transfer: the request on the wire now, the response being received and what
 // happens with its body. Every delegate call goes through call(), which notices when the
-// delegate cancels or deletes the connection.
+// delegate cancels or deletes the connection; after a false answer nothing of the connection
+// may be touched, as it may be gone.
 struct myNSURLConnection::Private final : public CurlTransfer
 {
     // What the body of the current response is for.
@@ -130,27 +132,18 @@ struct myNSURLConnection::Private final : public CurlTransfer
     int hops = 0;
     QByteArray trustedHost; // whose certificate the delegate accepted for this transfer
     bool ended = false;
-    bool *alive = nullptr;
     std::unique_ptr<QFile> file;
 
     Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d) { }
     ~Private() { release(); }
 
-    // Runs one delegate call; false when the connection was cancelled or deleted meanwhile.
+    // Runs one delegate call; false when the delegate cancelled or deleted the connection.
     template<typename F>
     bool call(F &&f)
     {
-        bool living = true;
-        bool *outer = alive;
-        alive = &living;
+        const QPointer<myNSURLConnection> living(q);
         f();
-        if (!living) {
-            if (outer)
-                *outer = false;
-            return false;
-        }
-        alive = outer;
-        return !q->m_cancelled;
+        return living && !q->m_cancelled;
     }
 
     void begin(const UrlRequest &initial);
@@ -167,6 +160,7 @@ struct myNSURLConnection::Private final : public CurlTransfer
     bool headersDone();
     UrlResponse makeResponse() const;
     void followRedirect();
+    std::optional<AuthChallenge::Answer> askAboutChallenge(AuthMethod method, const QString &realm);
     void answerAuthentication();
     void answerServerTrust(int curlCode);
     void deliverHeld();
@@ -188,7 +182,7 @@ struct myNSURLConnection::Private final : public CurlTransfer
 
 myNSURLConnection::myNSURLConnection(const UrlRequest &request, ConnectionDelegate *delegate,
                                      int identifier)
-    : d(new Private(this, delegate)), m_identifier(identifier)
+    : d(std::make_unique<Private>(this, delegate)), m_identifier(identifier)
 {
     ++s_active;
     // libcurl and the delegate calls live on the main thread; a connection made elsewhere (a
@@ -202,10 +196,7 @@ myNSURLConnection::myNSURLConnection(const UrlRequest &request, ConnectionDelega
 
 myNSURLConnection::~myNSURLConnection()
 {
-    if (d->alive)
-        *d->alive = false;
     d->markEnded();
-    delete d;
 }
 
 void myNSURLConnection::cancel()
@@ -586,27 +577,38 @@ void myNSURLConnection::Private::followRedirect()
     send(*answer);
 }
 
-void myNSURLConnection::Private::answerAuthentication()
+// Asks the delegate about a challenge: whether it answers one from this protection space, then
+// for its answer (None when it does not). No answer when the delegate cancelled the challenge,
+// which ends the transfer silently, or when the connection ended meanwhile.
+std::optional<AuthChallenge::Answer>
+myNSURLConnection::Private::askAboutChallenge(AuthMethod method, const QString &realm)
 {
     CurlMultiDriver::instance()->detach(easy);
     AuthChallenge challenge;
-    challenge.method = authMethodOf(held.header("WWW-Authenticate"), &challenge.realm);
+    challenge.method = method;
     challenge.host = QUrl(request.url).host();
+    challenge.realm = realm;
     bool accepted = false;
-    if (!call([&] {
-            accepted = delegate->canAuthenticateAgainstProtectionSpace(q, challenge.method);
-        }))
-        return;
-    if (accepted) {
-        if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
-            return;
-        if (challenge.answer == AuthChallenge::Answer::Cancel) {
-            endSilently();
-            return;
-        }
+    if (!call([&] { accepted = delegate->canAuthenticateAgainstProtectionSpace(q, method); }))
+        return std::nullopt;
+    if (!accepted)
+        return AuthChallenge::Answer::None;
+    if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
+        return std::nullopt;
+    if (challenge.answer == AuthChallenge::Answer::Cancel) {
+        endSilently();
+        return std::nullopt;
     }
-    // Without credentials the 401 itself is the answer.
-    deliverHeld();
+    return challenge.answer;
+}
+
+// No credentials are ever sent, so whatever the answer, the 401 itself is the response.
+void myNSURLConnection::Private::answerAuthentication()
+{
+    QString realm;
+    const AuthMethod method = authMethodOf(held.header("WWW-Authenticate"), &realm);
+    if (askAboutChallenge(method, realm))
+        deliverHeld();
 }
 
 void myNSURLConnection::Private::deliverHeld()
@@ -622,30 +624,18 @@ void myNSURLConnection::Private::deliverHeld()
     finish();
 }
 
+// The certificate is accepted only when the delegate says so; then the same request is sent
+// again, trusting the site for the rest of the transfer.
 void myNSURLConnection::Private::answerServerTrust(int curlCode)
 {
-    CurlMultiDriver::instance()->detach(easy);
-    AuthChallenge challenge;
-    challenge.method = AuthMethod::ServerTrust;
-    challenge.host = QUrl(request.url).host();
-    bool accepted = false;
-    if (!call([&] {
-            accepted = delegate->canAuthenticateAgainstProtectionSpace(q, AuthMethod::ServerTrust);
-        }))
+    const std::optional<AuthChallenge::Answer> answer =
+            askAboutChallenge(AuthMethod::ServerTrust, QString());
+    if (!answer)
         return;
-    if (accepted) {
-        if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
-            return;
-        if (challenge.answer == AuthChallenge::Answer::Cancel) {
-            endSilently();
-            return;
-        }
-        if (challenge.answer == AuthChallenge::Answer::UseServerTrust) {
-            // The same request again, this time accepting the site's certificate.
-            trustedHost = UrlParts::hostHeader(request.url);
-            send(request);
-            return;
-        }
+    if (*answer == AuthChallenge::Answer::UseServerTrust) {
+        trustedHost = UrlParts::hostHeader(request.url);
+        send(request);
+        return;
     }
     failCurl(curlCode);
 }

@@ -7,6 +7,8 @@
 
 #include <QObject>
 
+#include <memory>
+
 namespace orel {
 
 // Kinds of transfer, fixed at creation.
@@ -43,7 +45,7 @@ public:
 private:
     friend class CurlMultiDriver;
     struct Private;
-    Private *d;
+    std::unique_ptr<Private> d;
     int m_identifier;
     bool m_cancelled = false;
 };
