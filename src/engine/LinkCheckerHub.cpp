@@ -429,7 +429,9 @@ bool LinkCheckerHub::isFinished()
         LinkCheckerUrl *record = recordAt(i);
         if (!record->getStatus().isEmpty()) {
             ++done;
-        } else if (record->getTimeSinceSent() > limit) {
+        } else if (record->getTimeSinceLastActivity() > limit) {
+            // Counted from the last bytes received, as the fetch's own time-out is: a transfer
+            // that is still receiving is left to end by itself.
             record->setStatus(localized("The request timed out."));
             record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
             if (myNSURLConnection *connection = record->getConnection()) {

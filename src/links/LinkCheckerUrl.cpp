@@ -741,6 +741,14 @@ double LinkCheckerUrl::getTimeSinceSent() const
     return elapsed > 0 ? elapsed / 1000.0 : 0;
 }
 
+double LinkCheckerUrl::getTimeSinceLastActivity() const
+{
+    const double sinceSent = getTimeSinceSent();
+    if (m_connection && !m_connection->isCancelled())
+        return qMin(sinceSent, m_connection->getTimeSinceLastActivity());
+    return sinceSent;
+}
+
 QString LinkCheckerUrl::getResponsetime() const
 {
     return QString::asprintf("%g", m_responseTimeInterval);

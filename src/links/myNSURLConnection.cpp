@@ -16,6 +16,7 @@
 #include <curl/curl.h>
 
 #include <atomic>
+#include <limits>
 #include <memory>
 
 namespace orel {
@@ -30,6 +31,8 @@ std::atomic<int> s_active = 0;
 constexpr qint64 DrainLimit = 64 * 1024;
 // A redirect loop that no delegate stops still ends.
 constexpr int MaxHops = 1000;
+// A transfer that keeps receiving, too slowly or without end, ends at this many time-outs.
+constexpr qint64 HardEndFactor = 10;
 // File bytes are handed over in slices so that a large file does not block the event loop.
 constexpr qint64 FileSlice = 1 << 20;
 
@@ -132,9 +135,14 @@ struct myNSURLConnection::Private final : public CurlTransfer
     int hops = 0;
     QByteArray trustedHost; // whose certificate the delegate accepted for this transfer
     bool ended = false;
+    qint64 hardEndMs = std::numeric_limits<qint64>::max(); // coarseClockMs()
+    bool pastHardEnd = false;
     std::unique_ptr<QFile> file;
 
-    Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d) { }
+    Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d)
+    {
+        m_lastActivityMs = coarseClockMs();
+    }
     ~Private() { release(); }
 
     // Runs one delegate call; false when the delegate cancelled or deleted the connection.
@@ -149,6 +157,7 @@ struct myNSURLConnection::Private final : public CurlTransfer
     void begin(const UrlRequest &initial);
     void send(const UrlRequest &next);
     bool configure();
+    bool limitTime();
     void release(bool drain = false);
     bool drainable() const;
     void markEnded();
@@ -168,6 +177,8 @@ struct myNSURLConnection::Private final : public CurlTransfer
     void startFile();
     void readFileSlice();
 
+    bool bytesArrive();
+    qint64 lastActivityMs() const { return m_lastActivityMs; }
     void transferDone(int curlCode) override;
     void driverGone() override
     {
@@ -219,6 +230,11 @@ bool myNSURLConnection::canAuthenticateAgainstProtectionSpace(AuthMethod)
 {
     log(QStringLiteral("myNSURLConnection refusing authentication"));
     return false;
+}
+
+double myNSURLConnection::getTimeSinceLastActivity() const
+{
+    return double(coarseClockMs() - d->lastActivityMs()) / 1000.0;
 }
 
 int myNSURLConnection::activeCount()
@@ -326,6 +342,27 @@ void myNSURLConnection::Private::send(const UrlRequest &next)
     CurlMultiDriver::instance()->start(easy);
 }
 
+// The time-out counts from the last byte received: libcurl's own clock limits the connect phase
+// and ends the transfer at its hard end, the driver's idle check limits every gap between bytes,
+// and bytesArrive() enforces the hard end while libcurl is busy with a body.
+bool myNSURLConnection::Private::limitTime()
+{
+    m_idleLimitMs = request.timeoutSeconds > 0 ? qMax<qint64>(1, request.timeoutSeconds * 1000) : 0;
+    m_lastActivityMs = coarseClockMs();
+    if (m_idleLimitMs == 0)
+        return true;
+    if (hardEndMs == std::numeric_limits<qint64>::max())
+        hardEndMs = m_lastActivityMs + HardEndFactor * m_idleLimitMs;
+    const qint64 left = hardEndMs - m_lastActivityMs;
+    if (left <= 0) {
+        failCurl(CURLE_OPERATION_TIMEDOUT);
+        return false;
+    }
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long(qMin(m_idleLimitMs, left)));
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(left));
+    return true;
+}
+
 bool myNSURLConnection::Private::configure()
 {
     CurlMultiDriver *driver = CurlMultiDriver::instance();
@@ -358,8 +395,8 @@ bool myNSURLConnection::Private::configure()
     // A typical page arrives in one read instead of two: libcurl follows every read with a
     // readiness poll, so this saves two system calls per page.
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 65536L);
-    if (request.timeoutSeconds > 0)
-        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(request.timeoutSeconds * 1000.0));
+    if (!limitTime())
+        return false;
     if (!trustedHost.isEmpty() && UrlParts::hostHeader(request.url) == trustedHost) {
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
@@ -394,7 +431,7 @@ size_t myNSURLConnection::Private::headerCallback(char *ptr, size_t size, size_t
 {
     auto *d = static_cast<Private *>(userdata);
     const size_t total = size * count;
-    if (d->q->m_cancelled)
+    if (d->q->m_cancelled || !d->bytesArrive())
         return 0;
     QByteArrayView line(ptr, qsizetype(total));
     while (!line.isEmpty() && (line.back() == '\n' || line.back() == '\r'))
@@ -438,7 +475,7 @@ size_t myNSURLConnection::Private::writeCallback(char *ptr, size_t size, size_t 
 {
     auto *d = static_cast<Private *>(userdata);
     const size_t total = size * count;
-    if (d->q->m_cancelled)
+    if (d->q->m_cancelled || !d->bytesArrive())
         return 0;
     switch (d->body) {
     case Body::Discard:
@@ -504,8 +541,22 @@ bool myNSURLConnection::Private::headersDone()
     return call([&] { delegate->didReceiveResponse(q, response); });
 }
 
+// Bytes arrive now: the idle clock starts again. False once the transfer is past its hard end,
+// checked here, as data arrives, because libcurl does not look at its clock while it inflates a
+// compressed body: the transfer outlives its hard end by one callback's work at most.
+bool myNSURLConnection::Private::bytesArrive()
+{
+    m_lastActivityMs = coarseClockMs();
+    if (m_lastActivityMs < hardEndMs)
+        return true;
+    pastHardEnd = true;
+    return false;
+}
+
 void myNSURLConnection::Private::transferDone(int curlCode)
 {
+    if (pastHardEnd)
+        curlCode = CURLE_OPERATION_TIMEDOUT;
     if (curlCode == CURLE_PEER_FAILED_VERIFICATION
         && UrlParts::hostHeader(request.url) != trustedHost) {
         answerServerTrust(curlCode);

@@ -51,6 +51,8 @@ public:
     std::optional<UrlResponse> response;
     std::optional<UrlError> error;
     QByteArray body;
+    qint64 received = 0;
+    bool keepBody = true;
     std::function<std::optional<UrlRequest>(const UrlRequest &, const UrlResponse *)> onSend;
     std::function<void(Conn *)> hook;
     bool acceptAuth = false;
@@ -91,7 +93,9 @@ public:
     }
     void didReceiveData(Conn *c, const char *bytes, qsizetype length) override
     {
-        body.append(bytes, length);
+        received += length;
+        if (keepBody)
+            body.append(bytes, length);
         note(c, QStringLiteral("data"));
     }
     void connectionDidFinishLoading(Conn *c) override { note(c, QStringLiteral("finish")); }
@@ -320,10 +324,8 @@ TEST_F(Connection, FailuresCarryClearTexts)
     QDir(dir).mkpath("a folder");
     const QString local = QUrl::fromLocalFile(dir).toString();
     for (const auto &[u, timeout, trace, code, text, maxMs] : {
-                 std::tuple { url("/slow?ms=3000"), 0.5, "send fail", UrlError::TimedOut,
-                              "The request timed out.", 2000 },
-                 { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()), 5,
-                   "send fail", 7, "Couldn't connect to server", 2000 },
+                 std::tuple { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()),
+                              5, "send fail", 7, "Couldn't connect to server", 2000 },
                  { url("/closed"), 5, "send 200 data fail", 18, "Transferred a partial file",
                    2000 },
                  { "http://no-such-host.invalid/", 5, "send fail", 6, "Couldn't resolve host name",
@@ -357,6 +359,44 @@ TEST_F(Connection, FailuresCarryClearTexts)
     EXPECT_EQ(rec.body, "<html><title>local</title></html>");
     run(redirected, get(url("/redirect/to?url=") + local + "/my%20page.html"));
     EXPECT_EQ(redirected.trace(), "send >302 fail");
+}
+
+// The time-out limits the connect phase and every gap between bytes; a transfer that keeps
+// receiving ends at ten times the time-out, even while libcurl inflates a body.
+TEST_F(Connection, TimeOutCountsFromTheLastByteUpToAHardEnd)
+{
+    constexpr qint64 BombBytes = 4096LL << 20; // inflated; about 4 MB on the wire
+    UrlRequest warm = get(url("/gzipbomb?mb=4096"), 30); // the server builds its bomb once
+    warm.method = "HEAD";
+    Recorder warmed;
+    run(warmed, warm, 30000);
+    for (const auto &[path, timeout, trace, due] : {
+                 // path, time-out, trace, seconds until "The request timed out." (0: none)
+                 std::tuple { "/slow?ms=3000", 0.5, "send fail", 0.5 },
+                 { "/slowbody?ms=3000", 0.5, "send 200 fail", 0.5 },
+                 { "/trickle?chunks=5&ms=200", 0.4, "send 200 data finish", 0.0 },
+                 { "/slowheaders?n=5&ms=200", 0.4, "send 200 data finish", 0.0 },
+                 { "/trickle?chunks=100&ms=50", 0.15, "send 200 data fail", 1.5 },
+                 { "/gzipbomb?mb=4096", 0.1, "send 200 data fail", 1.0 },
+         }) {
+        SCOPED_TRACE(path);
+        Recorder rec;
+        rec.keepBody = false;
+        QElapsedTimer clock;
+        clock.start();
+        run(rec, get(url(path), timeout), 30000);
+        const double seconds = clock.elapsed() / 1000.0;
+        EXPECT_EQ(rec.trace(), trace);
+        if (due > 0) {
+            ASSERT_TRUE(rec.error);
+            EXPECT_EQ(rec.error->localizedDescription, "The request timed out.");
+            EXPECT_EQ(rec.error->code, UrlError::TimedOut);
+            // Never early; late by a check period and a busy machine's slack at most.
+            EXPECT_GE(seconds, due - 0.02);
+            EXPECT_LT(seconds, due + qMax(0.1, due / 10) + 0.3);
+            EXPECT_LT(rec.received, BombBytes);
+        }
+    }
 }
 
 TEST_F(Connection, MadeOnAnotherThreadItCallsBackOnTheMainThread)
