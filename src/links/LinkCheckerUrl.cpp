@@ -3,6 +3,7 @@
 #include "links/LinkCheckerUrl.h"
 
 #include "common/AppSupport.h"
+#include "common/LocalFile.h"
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "links/ArchiveName.h"
@@ -10,7 +11,6 @@
 #include "links/LinkOwner.h"
 #include "links/myNSURLConnection.h"
 
-#include <QFile>
 #include <QLocale>
 
 namespace orel {
@@ -779,10 +779,9 @@ QString readArchive(const QString &actualUrl)
 {
     if (actualUrl.isEmpty())
         return QString();
-    QFile file(AppSupport::archiveFolder() + QLatin1Char('/') + archiveFileNameForUrl(actualUrl));
-    if (!file.open(QIODevice::ReadOnly))
-        return QString();
-    return QString::fromUtf8(file.readAll());
+    const std::optional<QByteArray> page = LocalFile::readRegular(
+            AppSupport::archiveFolder() + QLatin1Char('/') + archiveFileNameForUrl(actualUrl));
+    return page ? QString::fromUtf8(*page) : QString();
 }
 
 bool textContainsOneOf(const QString &text, const QStringList &terms)

@@ -1,12 +1,12 @@
 #include "links/myNSURLConnection.h"
 
+#include "common/LocalFile.h"
 #include "common/Log.h"
 #include "common/UrlParts.h"
 #include "links/CurlMultiDriver.h"
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QFileInfo>
 #include <QMimeDatabase>
 #include <QPointer>
 #include <QThread>
@@ -14,6 +14,7 @@
 #include <QUrl>
 
 #include <curl/curl.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <limits>
@@ -691,25 +692,38 @@ void myNSURLConnection::Private::answerServerTrust(int curlCode)
     failCurl(curlCode);
 }
 
+// Only a regular file is ever opened: a FIFO or a device would block the program or never end.
 void myNSURLConnection::Private::startFile()
 {
     if (q->m_cancelled)
         return;
     const QString path = QUrl(request.url).toLocalFile();
-    const QFileInfo info(path);
-    if (path.isEmpty() || !info.exists()) {
+    LocalFile::Kind kind = LocalFile::Kind::Missing;
+    int error = 0;
+    const int fd = LocalFile::openRegular(path, &kind, &error);
+    switch (kind) {
+    case LocalFile::Kind::Regular:
+        break;
+    case LocalFile::Kind::Missing:
         fail(UrlError::FileDoesntExist, QStringLiteral("file doesnt exist"));
         return;
-    }
-    if (info.isDir()) {
+    case LocalFile::Kind::Directory:
         fail(UrlError::FileIsDirectory, QStringLiteral("file is directory"));
         return;
-    }
-    file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::ReadOnly)) {
+    case LocalFile::Kind::NotRegular:
+        fail(UrlError::FileIsNotRegular, QStringLiteral("file is not a regular file"));
+        return;
+    case LocalFile::Kind::Unreadable:
         fail(CURLE_FILE_COULDNT_READ_FILE,
              QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE))
-                     + QStringLiteral(": ") + file->errorString());
+                     + QStringLiteral(": ") + qt_error_string(error));
+        return;
+    }
+    file = std::make_unique<QFile>();
+    if (!file->open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        fail(CURLE_FILE_COULDNT_READ_FILE,
+             QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE)));
         return;
     }
     static const QMimeDatabase mimeDatabase;
@@ -717,8 +731,8 @@ void myNSURLConnection::Private::startFile()
     response.url = request.url;
     response.isHttp = false;
     response.statusCode = 0;
-    response.mimeType = mimeDatabase.mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
-    response.expectedContentLength = info.size();
+    response.mimeType = mimeDatabase.mimeTypeForFile(path, QMimeDatabase::MatchExtension).name();
+    response.expectedContentLength = file->size();
     if (!call([&] { delegate->didReceiveResponse(q, response); }))
         return;
     QTimer::singleShot(0, q, [this] { readFileSlice(); });

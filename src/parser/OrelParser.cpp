@@ -1,13 +1,13 @@
 // The scanner's construction, cursor, tag recognisers, text runs and XML tag reading.
 #include "parser/OrelParser.h"
 
+#include "common/LocalFile.h"
 #include "common/Log.h"
 #include "parser/OrelDbItem.h"
 #include "parser/OrelParserText.h"
 #include "parser/OrelXmlTag.h"
 
 #include <QDir>
-#include <QFile>
 #include <QStringDecoder>
 
 #include <curl/curl.h>
@@ -322,13 +322,13 @@ std::unique_ptr<OrelParser> OrelParser::initWithFilePath(const QString &path)
         expanded = QDir::homePath();
     else if (expanded.startsWith(QLatin1String("~/")))
         expanded = QDir::homePath() + expanded.mid(1);
-    QFile file(expanded);
-    if (!file.open(QIODevice::ReadOnly))
+    // Only a regular file: a FIFO or a device would block or never end.
+    const std::optional<QByteArray> all = LocalFile::readRegular(expanded);
+    if (!all)
         return nullptr;
     std::unique_ptr<OrelParser> p(new OrelParser);
     p->plaintextmode = true;
-    QByteArray all = file.readAll();
-    p->setBytes(all.isNull() ? QByteArray("") : all);
+    p->setBytes(all->isNull() ? QByteArray("") : *all);
     p->indent = 0;
     return p;
 }

@@ -20,6 +20,7 @@
 #include <QUrl>
 
 #include <ctime>
+#include <sys/stat.h>
 #include <functional>
 #include <string>
 #include <thread>
@@ -322,6 +323,8 @@ TEST_F(Connection, FailuresCarryClearTexts)
 {
     const QString dir = writeFile("files/my page.html", "<html><title>local</title></html>");
     QDir(dir).mkpath("a folder");
+    // Opening a FIFO without a writer would wait for ever.
+    ASSERT_EQ(::mkfifo(QFile::encodeName(dir + "/pipe.html").constData(), 0600), 0);
     const QString local = QUrl::fromLocalFile(dir).toString();
     for (const auto &[u, timeout, trace, code, text, maxMs] : {
                  std::tuple { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()),
@@ -335,6 +338,10 @@ TEST_F(Connection, FailuresCarryClearTexts)
                    "file doesnt exist", 2000 },
                  { local + "/a%20folder", 5, "send fail", UrlError::FileIsDirectory,
                    "file is directory", 2000 },
+                 { local + "/pipe.html", 5, "send fail", UrlError::FileIsNotRegular,
+                   "file is not a regular file", 2000 },
+                 { "file:///dev/zero", 5, "send fail", UrlError::FileIsNotRegular,
+                   "file is not a regular file", 2000 },
          }) {
         SCOPED_TRACE(u.toStdString());
         Recorder rec;
