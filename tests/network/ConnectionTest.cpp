@@ -3,6 +3,7 @@
 #include "FixtureServer.h"
 #include "TestHome.h"
 
+#include "links/SynchronousFetch.h"
 #include "links/myNSURLConnection.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +20,9 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <curl/curl.h>
+
+#include <atomic>
 #include <ctime>
 #include <sys/stat.h>
 #include <functional>
@@ -404,6 +408,55 @@ TEST_F(Connection, TimeOutCountsFromTheLastByteUpToAHardEnd)
             EXPECT_LT(rec.received, BombBytes);
         }
     }
+}
+
+TEST_F(Connection, SynchronousFetchAnswersTheLastResponse)
+{
+    const QString refused = QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort());
+    // url, status, Content-Type, final URL, start of the body, error
+    for (const auto &[u, status, type, final, body, error] : {
+                 std::tuple { url("/redirect/chain?n=2"), 200, "text/html; charset=utf-8",
+                              url("/final"), "<html><head><title>final page", "" },
+                 { url("/type/pdf"), 200, "application/pdf", url("/type/pdf"), "%PDF-1.4", "" },
+                 // No credentials are offered: the 401 is the answer.
+                 { url("/auth/basic"), 401, "text/html; charset=utf-8", url("/auth/basic"),
+                   "<html><head><title>authorization required", "" },
+                 { url("/redirect/loop"), 0, "", QString(), "",
+                   "Number of redirects hit maximum amount" },
+                 { refused, 0, "", QString(), "", "Couldn't connect to server" },
+         }) {
+        SCOPED_TRACE(u.toStdString());
+        const FetchResult r = fetchSynchronously(get(u));
+        EXPECT_EQ(r.statusCode(), status);
+        EXPECT_EQ(r.response ? r.response->header("Content-Type") : QByteArray(), type);
+        EXPECT_EQ(r.finalUrl(), final);
+        EXPECT_TRUE(r.body.startsWith(body)) << r.body.left(60).constData();
+        EXPECT_EQ(r.error ? r.error->localizedDescription : QString(), QLatin1String(error));
+        EXPECT_EQ(r.ok(), !*error);
+    }
+
+    // From a worker thread the fetch runs on the main thread's event loop.
+    FetchResult fromWorker;
+    std::atomic<bool> done = false;
+    std::thread worker([&] {
+        fromWorker = fetchSynchronously(get(url("/final")));
+        done = true;
+    });
+    EXPECT_TRUE(waitFor([&] { return done.load(); }));
+    worker.join();
+    EXPECT_EQ(fromWorker.statusCode(), 200);
+
+    // Inside a libcurl callback libcurl cannot be entered again: refused at once.
+    Recorder rec;
+    std::optional<FetchResult> inside;
+    rec.hook = [&](Conn *) {
+        if (!inside && rec.events.last() == "data")
+            inside = fetchSynchronously(get(url("/final")));
+    };
+    run(rec, get(url("/trickle?chunks=2&ms=10")));
+    ASSERT_TRUE(inside);
+    EXPECT_FALSE(inside->ok());
+    EXPECT_EQ(inside->error->code, CURLE_RECURSIVE_API_CALL);
 }
 
 TEST_F(Connection, MadeOnAnotherThreadItCallsBackOnTheMainThread)
