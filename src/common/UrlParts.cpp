@@ -12,8 +12,8 @@ bool isHostChar(char16_t c)
 }
 
 // Splits "scheme://host[:port]" followed by the end, "/", "?" or "#"; false when any part is
-// not plain, so that QUrl decides.
-bool splitPlain(QStringView url, UrlParts &parts)
+// not plain, so that QUrl decides. The views point into url.
+bool splitPlain(QStringView url, QStringView &scheme, QStringView &host, int &port)
 {
     const qsizetype n = url.size();
     qsizetype i = 0;
@@ -33,7 +33,7 @@ bool splitPlain(QStringView url, UrlParts &parts)
         || !url[hostEnd - 1].isLetterOrNumber()
         || url.sliced(hostStart, hostEnd - hostStart).contains(u".."))
         return false;
-    int port = -1;
+    port = -1;
     if (i < n && url[i] == QLatin1Char(':')) {
         ++i;
         const qsizetype portStart = i;
@@ -49,9 +49,8 @@ bool splitPlain(QStringView url, UrlParts &parts)
     if (i < n && url[i] != QLatin1Char('/') && url[i] != QLatin1Char('?')
         && url[i] != QLatin1Char('#'))
         return false;
-    parts.scheme = url.first(schemeEnd).toString();
-    parts.host = url.sliced(hostStart, hostEnd - hostStart).toString();
-    parts.port = port;
+    scheme = url.first(schemeEnd);
+    host = url.sliced(hostStart, hostEnd - hostStart);
     return true;
 }
 
@@ -60,8 +59,12 @@ bool splitPlain(QStringView url, UrlParts &parts)
 UrlParts UrlParts::of(const QString &url, bool encodedHost)
 {
     UrlParts parts;
-    if (splitPlain(url, parts))
+    QStringView scheme, host;
+    if (splitPlain(url, scheme, host, parts.port)) {
+        parts.scheme = scheme.toString();
+        parts.host = host.toString();
         return parts;
+    }
     const QUrl parsed(url);
     parts.scheme = parsed.scheme();
     parts.host = parsed.host(encodedHost ? QUrl::FullyEncoded : QUrl::FullyDecoded);
@@ -69,9 +72,26 @@ UrlParts UrlParts::of(const QString &url, bool encodedHost)
     return parts;
 }
 
-QString UrlParts::hostAndPort() const
+QByteArray UrlParts::hostHeader(const QString &url)
 {
-    return port >= 0 ? host + QLatin1Char(':') + QString::number(port) : host;
+    QStringView scheme, host;
+    int port = -1;
+    QByteArray out;
+    if (splitPlain(url, scheme, host, port)) {
+        out = host.toLatin1();
+    } else {
+        const QUrl parsed(url);
+        QString name = parsed.host(QUrl::FullyEncoded);
+        if (name.contains(QLatin1Char(':')))
+            name = QLatin1Char('[') + name + QLatin1Char(']'); // an IPv6 address
+        out = name.toLatin1();
+        port = parsed.port();
+    }
+    if (port >= 0) {
+        out += ':';
+        out += QByteArray::number(port);
+    }
+    return out;
 }
 
 } // namespace orel

@@ -2,6 +2,7 @@
 // any thread.
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 namespace orel {
@@ -19,8 +20,10 @@ struct UrlParts
     // answer is the same either way. The crawl asks this for every new link and every request.
     static UrlParts of(const QString &url, bool encodedHost = false);
 
-    // "host" or "host:port", as sent in a "Host" header.
-    QString hostAndPort() const;
+    // "host" or "host:port" of a URL as sent in a "Host" header: the host as on the wire (an
+    // international name in its ASCII form, an IPv6 address in brackets), the port when one is
+    // written. Read from the text when it is plain; asked for every request of a crawl.
+    static QByteArray hostHeader(const QString &url);
 };
 
 } // namespace orel

@@ -7,6 +7,7 @@
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "common/SettingsControls.h"
+#include "common/UrlParts.h"
 #include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
@@ -28,26 +29,6 @@ constexpr const char *kBrantholmPage = "https://orrelwick.invalid/brantholm";
 
 // Totals beyond this many links since the last congratulation earn one.
 constexpr double kCongratulationStep = 100000;
-
-// The "Host" header of a request: the URL's host, with the port when the URL names one (a
-// server builds its redirects from it). Read from the text, as a URL parse per request costs
-// more than the rest of starting it.
-QString hostHeaderFor(const QString &url)
-{
-    const qsizetype scheme = url.indexOf(QLatin1String("://"));
-    if (scheme <= 0)
-        return {};
-    const qsizetype start = scheme + 3;
-    qsizetype end = start;
-    while (end < url.size() && url.at(end) != QLatin1Char('/') && url.at(end) != QLatin1Char('?')
-           && url.at(end) != QLatin1Char('#'))
-        ++end;
-    QStringView authority = QStringView(url).mid(start, end - start);
-    const qsizetype at = authority.lastIndexOf(QLatin1Char('@'));
-    if (at >= 0)
-        authority = authority.mid(at + 1);
-    return authority.toString().toLower();
-}
 
 } // namespace
 
@@ -413,9 +394,10 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
     const QString referer = record->getLastOnPageUrl();
     if (!referer.isEmpty())
         request.setHeader("Referer", referer.toUtf8());
-    const QString host = hostHeaderFor(request.url);
+    // A server builds its redirects from the "Host" header, so it names the port when the URL does.
+    const QByteArray host = UrlParts::hostHeader(request.url);
     if (!host.isEmpty())
-        request.setHeader("Host", host.toUtf8());
+        request.setHeader("Host", host);
 
     record->setSentRequest();
     auto *connection = new myNSURLConnection(request, record,
@@ -444,7 +426,9 @@ bool LinkCheckerHub::isFinished()
         LinkCheckerUrl *record = recordAt(i);
         if (!record->getStatus().isEmpty()) {
             ++done;
-        } else if (record->getTimeSinceSent() > limit) {
+        } else if (record->getTimeSinceLastActivity() > limit) {
+            // Counted from the last bytes received, as the fetch's own time-out is: a transfer
+            // that is still receiving is left to end by itself.
             record->setStatus(localized("The request timed out."));
             record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
             if (myNSURLConnection *connection = record->getConnection()) {

@@ -5,6 +5,8 @@
 
 #include <curl/curl.h>
 
+#include <poll.h>
+
 namespace orel {
 
 namespace {
@@ -14,9 +16,18 @@ CurlMultiDriver *s_instance = nullptr;
 // Keeps a handful of easy handles for reuse; creating one costs several allocations.
 constexpr int MaxPooledHandles = 64;
 
+// Period of the idle check: a time-out fires at most this much (plus the clock's few ms) late.
+constexpr int IdleCheckMs = 50;
+
+CurlTransfer *transferOf(void *easy)
+{
+    CurlTransfer *transfer = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
+    return transfer;
+}
+
 // Installed on a handle released from inside a libcurl callback, so that libcurl, which may still
-// call it before it returns, aborts instead of reaching a transfer that no longer exists (its
-// error buffer is unhooked for the same reason).
+// call it before it returns, aborts instead of reaching a transfer that no longer exists.
 size_t refuseBytes(char *, size_t, size_t, void *)
 {
     return 0;
@@ -32,7 +43,6 @@ size_t dropBytes(char *, size_t size, size_t count, void *)
 void unhook(void *easy, curl_write_callback sink)
 {
     curl_easy_setopt(easy, CURLOPT_PRIVATE, nullptr);
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, sink);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, sink);
 }
@@ -65,16 +75,18 @@ CurlMultiDriver::CurlMultiDriver()
 
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, [this] { socketAction(CURL_SOCKET_TIMEOUT, 0); });
+    m_idleTimer.setInterval(IdleCheckMs);
+    connect(&m_idleTimer, &QTimer::timeout, this, &CurlMultiDriver::checkIdle);
 }
 
 CurlMultiDriver::~CurlMultiDriver()
 {
     m_timer.stop();
+    m_idleTimer.stop();
     // Transfers still attached learn that their handles are gone.
     const QSet<void *> attached = m_attached;
     for (void *easy : attached) {
-        CurlTransfer *transfer = nullptr;
-        curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
+        CurlTransfer *transfer = transferOf(easy);
         curl_multi_remove_handle(m_multi, easy);
         if (transfer)
             transfer->driverGone();
@@ -115,6 +127,8 @@ void *CurlMultiDriver::acquire()
 void CurlMultiDriver::start(void *easy)
 {
     m_attached.insert(easy);
+    if (!m_idleTimer.isActive())
+        m_idleTimer.start();
     if (m_depth > 0)
         m_pendingStart.append(easy);
     else
@@ -167,13 +181,13 @@ void CurlMultiDriver::recycle(void *easy, curl_slist *headers)
     }
 }
 
-int CurlMultiDriver::socketCallback(void *, int socket, int what, void *userp, void *)
+int CurlMultiDriver::socketCallback(void *easy, int socket, int what, void *userp, void *)
 {
     auto *self = static_cast<CurlMultiDriver *>(userp);
     if (what == CURL_POLL_REMOVE)
         self->unwatch(socket);
     else
-        self->watch(socket, what);
+        self->watch(socket, what, easy);
     return 0;
 }
 
@@ -187,10 +201,11 @@ int CurlMultiDriver::timerCallback(void *, long timeoutMs, void *userp)
     return 0;
 }
 
-void CurlMultiDriver::watch(int socket, int what)
+void CurlMultiDriver::watch(int socket, int what, void *easy)
 {
     Watch &w = m_sockets[socket];
     w.what = what;
+    w.easy = easy;
     const bool wantRead = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
     const bool wantWrite = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
     if (wantRead && !w.read) {
@@ -262,7 +277,7 @@ void CurlMultiDriver::afterAction()
         curl_multi_add_handle(m_multi, easy);
     for (int socket : std::exchange(m_suppressed, {})) {
         if (auto it = m_sockets.find(socket); it != m_sockets.end() && it->what != CURL_POLL_REMOVE)
-            watch(socket, it->what);
+            watch(socket, it->what, it->easy);
     }
     int left = 0;
     while (CURLMsg *msg = curl_multi_info_read(m_multi, &left)) {
@@ -270,8 +285,7 @@ void CurlMultiDriver::afterAction()
             continue;
         void *easy = msg->easy_handle;
         const int result = msg->data.result;
-        CurlTransfer *transfer = nullptr;
-        curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
+        CurlTransfer *transfer = transferOf(easy);
         // The transfer may release, restart or keep its handle; msg is invalid afterwards.
         if (transfer) {
             transfer->transferDone(result);
@@ -281,6 +295,48 @@ void CurlMultiDriver::afterAction()
             recycle(easy, m_draining.take(easy));
         }
     }
+}
+
+// The platform's request time-out counts from the last byte received, so one check for all
+// transfers compares clocks instead of restarting a timer for every chunk that arrives.
+void CurlMultiDriver::checkIdle()
+{
+    if (m_attached.isEmpty()) {
+        m_idleTimer.stop();
+        return;
+    }
+    // Inside libcurl (a nested event loop in a callback) nothing may end; the next check will.
+    if (m_depth > 0)
+        return;
+    const qint64 now = coarseClockMs();
+    QList<void *> idle;
+    for (void *easy : std::as_const(m_attached)) {
+        if (isIdle(easy, now))
+            idle.append(easy);
+    }
+    for (void *easy : std::as_const(idle)) {
+        // An earlier one's delegate may have ended this one, or a new transfer taken its handle.
+        if (m_attached.contains(easy) && isIdle(easy, now))
+            transferOf(easy)->transferDone(CURLE_OPERATION_TIMEDOUT);
+    }
+}
+
+bool CurlMultiDriver::isIdle(void *easy, qint64 now) const
+{
+    const CurlTransfer *transfer = transferOf(easy);
+    if (!transfer || transfer->m_idleLimitMs <= 0
+        || now - transfer->m_lastActivityMs <= transfer->m_idleLimitMs)
+        return false;
+    // Bytes waiting unread mean that the event loop was busy, not the server: libcurl reads them
+    // in a moment and the transfer goes on. (Rare, so the sockets are searched.)
+    for (auto it = m_sockets.cbegin(); it != m_sockets.cend(); ++it) {
+        if (it->easy != easy || (it->what != CURL_POLL_IN && it->what != CURL_POLL_INOUT))
+            continue;
+        pollfd waiting { it.key(), POLLIN, 0 };
+        if (::poll(&waiting, 1, 0) > 0)
+            return false;
+    }
+    return true;
 }
 
 } // namespace orel

@@ -1,5 +1,6 @@
 // The process-wide libcurl multi handle, driven by the Qt event loop through socket notifiers and
-// one single-shot timer; main thread. Private to the network layer.
+// one single-shot timer, with one periodic check that ends idle transfers; main thread. Private
+// to the network layer.
 #pragma once
 
 #include <QHash>
@@ -8,24 +9,44 @@
 #include <QSet>
 #include <QTimer>
 
+#include <ctime>
+
 class QSocketNotifier;
 struct curl_slist;
 
 namespace orel {
 
-// What the driver knows of a transfer: it is told when its easy handle has ended. The easy
-// handle's CURLOPT_PRIVATE points at it.
+// A monotonic clock in milliseconds, coarse (a few ms) and cheap enough to read on every libcurl
+// callback.
+inline qint64 coarseClockMs()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+// What the driver knows of a transfer: it is told when its easy handle has ended, and it reads
+// when the transfer last received bytes, so that one periodic check ends every transfer that has
+// idled past its limit. The easy handle's CURLOPT_PRIVATE points at it.
 class CurlTransfer
 {
 public:
     // The transfer ended with this CURLcode; called from the event loop, never from inside a
-    // libcurl callback, with the handle still attached to the multi handle.
+    // libcurl callback, with the handle still attached to the multi handle. An idle transfer
+    // ends with CURLE_OPERATION_TIMEDOUT, as one that libcurl timed out.
     virtual void transferDone(int curlCode) = 0;
     // The driver is going away (application teardown): the easy handle is no longer valid.
     virtual void driverGone() = 0;
 
 protected:
-    ~CurlTransfer() = default;
+    virtual ~CurlTransfer() = default;
+
+    // Set by the transfer whenever bytes arrive (and when it starts): plain stores, no timer.
+    qint64 m_lastActivityMs = 0; // coarseClockMs()
+    qint64 m_idleLimitMs = 0; // 0: no limit
+
+private:
+    friend class CurlMultiDriver;
 };
 
 class CurlMultiDriver : public QObject
@@ -62,21 +83,25 @@ private:
     static int socketCallback(void *easy, int socket, int what, void *userp, void *socketp);
     static int timerCallback(void *multi, long timeoutMs, void *userp);
 
-    void watch(int socket, int what);
+    void watch(int socket, int what, void *easy);
     void unwatch(int socket);
     void socketAction(int socket, int mask);
     void afterAction();
     void recycle(void *easy, curl_slist *headers);
+    void checkIdle();
+    bool isIdle(void *easy, qint64 now) const;
 
     struct Watch
     {
         QSocketNotifier *read = nullptr;
         QSocketNotifier *write = nullptr;
         int what = 0; // what libcurl last asked to wait for
+        void *easy = nullptr; // the transfer it was asked for
     };
 
     void *m_multi = nullptr;
     QTimer m_timer;
+    QTimer m_idleTimer; // runs while handles are attached
     QHash<int, Watch> m_sockets;
     QSet<void *> m_attached;
     QList<QPair<void *, curl_slist *>> m_pendingRelease;

@@ -3,6 +3,7 @@
 #include "links/LinkCheckerUrl.h"
 
 #include "common/AppSupport.h"
+#include "common/LocalFile.h"
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "links/ArchiveName.h"
@@ -10,7 +11,6 @@
 #include "links/LinkOwner.h"
 #include "links/myNSURLConnection.h"
 
-#include <QFile>
 #include <QLocale>
 
 namespace orel {
@@ -741,6 +741,14 @@ double LinkCheckerUrl::getTimeSinceSent() const
     return elapsed > 0 ? elapsed / 1000.0 : 0;
 }
 
+double LinkCheckerUrl::getTimeSinceLastActivity() const
+{
+    const double sinceSent = getTimeSinceSent();
+    if (m_connection && !m_connection->isCancelled())
+        return qMin(sinceSent, m_connection->getTimeSinceLastActivity());
+    return sinceSent;
+}
+
 QString LinkCheckerUrl::getResponsetime() const
 {
     return QString::asprintf("%g", m_responseTimeInterval);
@@ -771,10 +779,9 @@ QString readArchive(const QString &actualUrl)
 {
     if (actualUrl.isEmpty())
         return QString();
-    QFile file(AppSupport::archiveFolder() + QLatin1Char('/') + archiveFileNameForUrl(actualUrl));
-    if (!file.open(QIODevice::ReadOnly))
-        return QString();
-    return QString::fromUtf8(file.readAll());
+    const std::optional<QByteArray> page = LocalFile::readRegular(
+            AppSupport::archiveFolder() + QLatin1Char('/') + archiveFileNameForUrl(actualUrl));
+    return page ? QString::fromUtf8(*page) : QString();
 }
 
 bool textContainsOneOf(const QString &text, const QStringList &terms)

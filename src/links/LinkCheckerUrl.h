@@ -268,6 +268,9 @@ public:
     void setSentRequest(const QDateTime &when);
     std::optional<QDateTime> getSentRequest() const;
     double getTimeSinceSent() const; // seconds; 0 when never sent
+    // Seconds since the fetch last heard from the network: the send, or the last bytes its
+    // connection received.
+    double getTimeSinceLastActivity() const;
     double getResponseTime() const { return m_responseTimeInterval; }
     QString getResponsetime() const; // "%g"
     void setResponseTime(double seconds) { m_responseTimeInterval = seconds; }

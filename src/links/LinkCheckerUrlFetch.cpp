@@ -26,12 +26,6 @@ int kindOf(const myNSURLConnection *connection)
     return connection ? connection->getIdentifier() : CrawlFetch;
 }
 
-// "host" or "host:port" of a URL, for the "Host" header of the next request.
-QByteArray hostHeaderFor(const QString &url)
-{
-    return UrlParts::of(url, true).hostAndPort().toUtf8();
-}
-
 // The first character of a status read as a digit; anything else counts as 0.
 int statusClass(const QString &status)
 {
@@ -113,7 +107,7 @@ std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *con
     ++m_numberOfRedirects;
 
     UrlRequest next = proposed;
-    next.setHeader("Host", hostHeaderFor(proposed.url));
+    next.setHeader("Host", UrlParts::hostHeader(proposed.url));
 
     if (kind == HighlightFetch)
         return next;

@@ -53,6 +53,7 @@ struct UrlError
 
     static constexpr int FileDoesntExist = -1100;
     static constexpr int FileIsDirectory = -1101;
+    static constexpr int FileIsNotRegular = -1102; // a FIFO, a socket or a device
     static constexpr int TimedOut = -1001;
 };
 

@@ -1,21 +1,23 @@
+// The connection's life: start, redirects, challenges, local files and its end; its libcurl side
+// is in ConnectionTransfer.cpp.
 #include "links/myNSURLConnection.h"
 
+#include "common/LocalFile.h"
 #include "common/Log.h"
 #include "common/UrlParts.h"
-#include "links/CurlMultiDriver.h"
+#include "links/ConnectionPrivate.h"
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QFileInfo>
 #include <QMimeDatabase>
 #include <QThread>
 #include <QTimer>
 #include <QUrl>
 
 #include <curl/curl.h>
+#include <unistd.h>
 
 #include <atomic>
-#include <memory>
 
 namespace orel {
 
@@ -38,36 +40,6 @@ bool hasScheme(const QString &url, QLatin1StringView scheme)
             && url.startsWith(scheme, Qt::CaseInsensitive);
 }
 
-// libcurl refuses spaces and raw non-ASCII in a URL; everything else is passed as given. A
-// non-ASCII URL goes through QUrl first so that an international host name becomes its ASCII form.
-QByteArray urlBytes(const QString &url)
-{
-    bool ascii = true;
-    for (QChar c : url)
-        ascii = ascii && c.unicode() < 0x80;
-    const QByteArray utf8 = ascii ? url.toLatin1() : QUrl(url).toEncoded();
-    QByteArray out;
-    out.reserve(utf8.size());
-    static const char hex[] = "0123456789ABCDEF";
-    for (char c : utf8) {
-        const auto b = static_cast<unsigned char>(c);
-        if (b <= 0x20 || b >= 0x7f || c == '"' || c == '<' || c == '>' || c == '\\' || c == '^'
-            || c == '`' || c == '{' || c == '|' || c == '}') {
-            out.append('%');
-            out.append(hex[b >> 4]);
-            out.append(hex[b & 15]);
-        } else {
-            out.append(c);
-        }
-    }
-    return out;
-}
-
-QString hostAndPort(const QString &url)
-{
-    return UrlParts::of(url).hostAndPort();
-}
-
 AuthMethod authMethodOf(const QByteArray &wwwAuthenticate, QString *realm)
 {
     const QByteArray value = wwwAuthenticate.trimmed();
@@ -88,116 +60,11 @@ AuthMethod authMethodOf(const QByteArray &wwwAuthenticate, QString *realm)
     return AuthMethod::HttpOther;
 }
 
-// Hosts never reached through a proxy: the user's own list plus the loopback addresses.
-const QByteArray &noProxyList()
-{
-    static const QByteArray list = [] {
-        QByteArray user = qgetenv("no_proxy");
-        if (user.isEmpty())
-            user = qgetenv("NO_PROXY");
-        const QByteArray loopback = "127.0.0.1,localhost,::1";
-        return user.isEmpty() ? loopback : user + ',' + loopback;
-    }();
-    return list;
-}
-
-bool isRedirectStatus(int status)
-{
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
-
 } // namespace
-
-// The state of one transfer: the request on the wire now, the response being received and what
-// happens with its body. Every delegate call goes through call(), which notices when the
-// delegate cancels or deletes the connection.
-struct myNSURLConnection::Private final : public CurlTransfer
-{
-    // What the body of the current response is for.
-    enum class Body { Deliver, Discard, Hold };
-
-    myNSURLConnection *q;
-    ConnectionDelegate *delegate;
-    UrlRequest request;
-    void *easy = nullptr;
-    curl_slist *headerList = nullptr;
-    char errorBuffer[CURL_ERROR_SIZE];
-
-    // The response being received.
-    int status = 0;
-    HeaderList headers;
-    bool headersComplete = false;
-    Body body = Body::Deliver;
-    qint64 expectedLength = -1;
-    bool bodyStarted = false;
-    UrlResponse held; // a redirect or authentication response, until the transfer ends
-    QByteArray heldBody;
-
-    int hops = 0;
-    QString trustedHost; // whose certificate the delegate accepted for this transfer
-    bool ended = false;
-    bool *alive = nullptr;
-    std::unique_ptr<QFile> file;
-
-    Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d)
-    {
-        errorBuffer[0] = 0;
-    }
-    ~Private() { release(); }
-
-    // Runs one delegate call; false when the connection was cancelled or deleted meanwhile.
-    template<typename F>
-    bool call(F &&f)
-    {
-        bool living = true;
-        bool *outer = alive;
-        alive = &living;
-        f();
-        if (!living) {
-            if (outer)
-                *outer = false;
-            return false;
-        }
-        alive = outer;
-        return !q->m_cancelled;
-    }
-
-    void begin(const UrlRequest &initial);
-    void send(const UrlRequest &next);
-    bool configure();
-    void release(bool drain = false);
-    bool drainable() const;
-    void markEnded();
-    void endSilently();
-    void finish();
-    void fail(int code, const QString &text);
-    void failCurl(int curlCode);
-
-    bool headersDone();
-    UrlResponse makeResponse() const;
-    void followRedirect();
-    void answerAuthentication();
-    void answerServerTrust(int curlCode);
-    void deliverHeld();
-
-    void startFile();
-    void readFileSlice();
-
-    void transferDone(int curlCode) override;
-    void driverGone() override
-    {
-        easy = nullptr;
-        curl_slist_free_all(headerList);
-        headerList = nullptr;
-    }
-
-    static size_t headerCallback(char *ptr, size_t size, size_t count, void *userdata);
-    static size_t writeCallback(char *ptr, size_t size, size_t count, void *userdata);
-};
 
 myNSURLConnection::myNSURLConnection(const UrlRequest &request, ConnectionDelegate *delegate,
                                      int identifier)
-    : d(new Private(this, delegate)), m_identifier(identifier)
+    : d(std::make_unique<Private>(this, delegate)), m_identifier(identifier)
 {
     ++s_active;
     // libcurl and the delegate calls live on the main thread; a connection made elsewhere (a
@@ -211,10 +78,7 @@ myNSURLConnection::myNSURLConnection(const UrlRequest &request, ConnectionDelega
 
 myNSURLConnection::~myNSURLConnection()
 {
-    if (d->alive)
-        *d->alive = false;
     d->markEnded();
-    delete d;
 }
 
 void myNSURLConnection::cancel()
@@ -237,6 +101,11 @@ bool myNSURLConnection::canAuthenticateAgainstProtectionSpace(AuthMethod)
 {
     log(QStringLiteral("myNSURLConnection refusing authentication"));
     return false;
+}
+
+double myNSURLConnection::getTimeSinceLastActivity() const
+{
+    return double(coarseClockMs() - d->lastActivityMs()) / 1000.0;
 }
 
 int myNSURLConnection::activeCount()
@@ -299,11 +168,9 @@ void myNSURLConnection::Private::failCurl(int curlCode)
         fail(UrlError::TimedOut, QStringLiteral("The request timed out."));
         return;
     }
-    QString text = QString::fromUtf8(curl_easy_strerror(CURLcode(curlCode)));
-    const QString detail = QString::fromUtf8(errorBuffer).trimmed();
-    if (!detail.isEmpty() && detail != text)
-        text += QStringLiteral(": ") + detail;
-    fail(curlCode, text);
+    // libcurl's fixed text for the code, never its per-transfer message, which carries timings
+    // and addresses: one failure reads the same in every run, so records group by status.
+    fail(curlCode, QString::fromUtf8(curl_easy_strerror(CURLcode(curlCode))));
 }
 
 void myNSURLConnection::Private::begin(const UrlRequest &initial)
@@ -346,214 +213,6 @@ void myNSURLConnection::Private::send(const UrlRequest &next)
     CurlMultiDriver::instance()->start(easy);
 }
 
-bool myNSURLConnection::Private::configure()
-{
-    CurlMultiDriver *driver = CurlMultiDriver::instance();
-    if (easy) {
-        driver->detach(easy);
-        curl_easy_reset(easy);
-    } else {
-        easy = driver->acquire();
-        if (!easy) {
-            fail(CURLE_OUT_OF_MEMORY, QString::fromUtf8(curl_easy_strerror(CURLE_OUT_OF_MEMORY)));
-            return false;
-        }
-    }
-    curl_slist_free_all(headerList);
-    headerList = nullptr;
-    errorBuffer[0] = 0;
-
-    const QByteArray url = urlBytes(request.url);
-    curl_easy_setopt(easy, CURLOPT_URL, url.constData());
-    curl_easy_setopt(easy, CURLOPT_PRIVATE, static_cast<CurlTransfer *>(this));
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorBuffer);
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_NOPROXY, noProxyList().constData());
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
-    // Decoded bodies for the delegate; Content-Length stays the size on the wire.
-    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
-    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Private::headerCallback);
-    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Private::writeCallback);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-    // A typical page arrives in one read instead of two: libcurl follows every read with a
-    // readiness poll, so this saves two system calls per page.
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 65536L);
-    if (request.timeoutSeconds > 0)
-        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(request.timeoutSeconds * 1000.0));
-    if (!trustedHost.isEmpty() && hostAndPort(request.url) == trustedHost) {
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
-    }
-
-    const QByteArray method = request.method.isEmpty() ? QByteArray("GET") : request.method;
-    if (method == "GET" && request.body.isEmpty()) {
-        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
-    } else if (method == "HEAD") {
-        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
-    } else {
-        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(request.body.size()));
-        curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.body.constData());
-        if (method != "POST")
-            curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method.constData());
-        // No one-second wait for a "100 Continue" that many servers never send.
-        headerList = curl_slist_append(headerList, "Expect:");
-    }
-    for (const auto &[name, value] : std::as_const(request.headers)) {
-        // "Name;" is libcurl's way of sending a header with an empty value.
-        const QByteArray line =
-                value.isEmpty() ? QByteArray(name + ';') : QByteArray(name + ": " + value);
-        headerList = curl_slist_append(headerList, line.constData());
-    }
-    if (headerList)
-        curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headerList);
-    return true;
-}
-
-size_t myNSURLConnection::Private::headerCallback(char *ptr, size_t size, size_t count,
-                                                  void *userdata)
-{
-    auto *d = static_cast<Private *>(userdata);
-    const size_t total = size * count;
-    if (d->q->m_cancelled)
-        return 0;
-    QByteArrayView line(ptr, qsizetype(total));
-    while (!line.isEmpty() && (line.back() == '\n' || line.back() == '\r'))
-        line.chop(1);
-
-    if (line.startsWith("HTTP/")) {
-        // A new response begins (after an interim 1xx answer, too).
-        d->headers.clear();
-        d->headers.reserve(16); // a typical answer's header count, without regrowing
-        d->headersComplete = false;
-        const qsizetype space = line.indexOf(' ');
-        const QByteArrayView code = space < 0 ? QByteArrayView() : line.sliced(space + 1);
-        d->status = code.first(qMin<qsizetype>(3, code.size())).toInt();
-        return total;
-    }
-    if (d->headersComplete)
-        return total; // trailers after a chunked body
-    if (line.isEmpty()) {
-        if (d->status >= 100 && d->status < 200)
-            return total;
-        d->headersComplete = true;
-        void *easy = d->easy;
-        if (d->headersDone())
-            return total;
-        // Cancelled or deleted meanwhile: a small rest of the body is still read (keep-alive).
-        return CurlMultiDriver::instance()->isDraining(easy) ? total : 0;
-    }
-    if ((line.front() == ' ' || line.front() == '\t') && !d->headers.isEmpty()) {
-        d->headers.last().second += ' ' + line.trimmed().toByteArray();
-        return total;
-    }
-    const qsizetype colon = line.indexOf(':');
-    if (colon > 0)
-        d->headers.append({ line.first(colon).trimmed().toByteArray(),
-                            line.sliced(colon + 1).trimmed().toByteArray() });
-    return total;
-}
-
-size_t myNSURLConnection::Private::writeCallback(char *ptr, size_t size, size_t count,
-                                                 void *userdata)
-{
-    auto *d = static_cast<Private *>(userdata);
-    const size_t total = size * count;
-    if (d->q->m_cancelled)
-        return 0;
-    switch (d->body) {
-    case Body::Discard:
-        return total;
-    case Body::Hold:
-        d->heldBody.append(ptr, qsizetype(total));
-        return total;
-    case Body::Deliver:
-        break;
-    }
-    d->bodyStarted = true;
-    return d->call([&] { d->delegate->didReceiveData(d->q, ptr, qsizetype(total)); }) ? total : 0;
-}
-
-UrlResponse myNSURLConnection::Private::makeResponse() const
-{
-    UrlResponse r;
-    r.url = request.url;
-    r.isHttp = true;
-    r.statusCode = status;
-    r.headers = headers;
-    bool found = false;
-    const QByteArray type = headerValue(headers, "Content-Type", &found);
-    if (found) {
-        const qsizetype semicolon = type.indexOf(';');
-        r.mimeType = QString::fromLatin1((semicolon < 0 ? type : type.left(semicolon)).trimmed())
-                             .toLower();
-    }
-    const QByteArray length = headerValue(headers, "Content-Length", &found);
-    if (found) {
-        bool ok = false;
-        const qint64 n = length.trimmed().toLongLong(&ok);
-        if (ok && n >= 0)
-            r.expectedContentLength = n;
-    }
-    return r;
-}
-
-// End of the headers of a final (non-1xx) response: decide what the body is for. A redirect or
-// an authentication challenge is answered once the transfer is over, outside libcurl.
-bool myNSURLConnection::Private::headersDone()
-{
-    bool found = false;
-    if (isRedirectStatus(status)) {
-        headerValue(headers, "Location", &found);
-        if (found) {
-            body = Body::Discard;
-            held = makeResponse();
-            return true;
-        }
-    }
-    if (status == 401) {
-        headerValue(headers, "WWW-Authenticate", &found);
-        if (found) {
-            body = Body::Hold;
-            held = makeResponse();
-            return true;
-        }
-    }
-    body = Body::Deliver;
-    const UrlResponse response = makeResponse();
-    expectedLength = response.expectedContentLength;
-    return call([&] { delegate->didReceiveResponse(q, response); });
-}
-
-void myNSURLConnection::Private::transferDone(int curlCode)
-{
-    if (curlCode == CURLE_PEER_FAILED_VERIFICATION && hostAndPort(request.url) != trustedHost) {
-        answerServerTrust(curlCode);
-        return;
-    }
-    if (curlCode != CURLE_OK) {
-        failCurl(curlCode);
-        return;
-    }
-    if (!headersComplete) {
-        // libcurl finished without a complete header block (should not happen for HTTP).
-        failCurl(CURLE_WEIRD_SERVER_REPLY);
-        return;
-    }
-    switch (body) {
-    case Body::Discard:
-        followRedirect();
-        break;
-    case Body::Hold:
-        answerAuthentication();
-        break;
-    case Body::Deliver:
-        finish();
-        break;
-    }
-}
-
 void myNSURLConnection::Private::followRedirect()
 {
     if (++hops > MaxHops) {
@@ -585,7 +244,7 @@ void myNSURLConnection::Private::followRedirect()
         });
     }
     if (!proposed.header("Host").isEmpty() && !target.isEmpty())
-        proposed.setHeader("Host", hostAndPort(target).toUtf8());
+        proposed.setHeader("Host", UrlParts::hostHeader(target));
 
     const UrlResponse response = held;
     std::optional<UrlRequest> answer;
@@ -598,27 +257,38 @@ void myNSURLConnection::Private::followRedirect()
     send(*answer);
 }
 
-void myNSURLConnection::Private::answerAuthentication()
+// Asks the delegate about a challenge: whether it answers one from this protection space, then
+// for its answer (None when it does not). No answer when the delegate cancelled the challenge,
+// which ends the transfer silently, or when the connection ended meanwhile.
+std::optional<AuthChallenge::Answer>
+myNSURLConnection::Private::askAboutChallenge(AuthMethod method, const QString &realm)
 {
     CurlMultiDriver::instance()->detach(easy);
     AuthChallenge challenge;
-    challenge.method = authMethodOf(held.header("WWW-Authenticate"), &challenge.realm);
+    challenge.method = method;
     challenge.host = QUrl(request.url).host();
+    challenge.realm = realm;
     bool accepted = false;
-    if (!call([&] {
-            accepted = delegate->canAuthenticateAgainstProtectionSpace(q, challenge.method);
-        }))
-        return;
-    if (accepted) {
-        if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
-            return;
-        if (challenge.answer == AuthChallenge::Answer::Cancel) {
-            endSilently();
-            return;
-        }
+    if (!call([&] { accepted = delegate->canAuthenticateAgainstProtectionSpace(q, method); }))
+        return std::nullopt;
+    if (!accepted)
+        return AuthChallenge::Answer::None;
+    if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
+        return std::nullopt;
+    if (challenge.answer == AuthChallenge::Answer::Cancel) {
+        endSilently();
+        return std::nullopt;
     }
-    // Without credentials the 401 itself is the answer.
-    deliverHeld();
+    return challenge.answer;
+}
+
+// No credentials are ever sent, so whatever the answer, the 401 itself is the response.
+void myNSURLConnection::Private::answerAuthentication()
+{
+    QString realm;
+    const AuthMethod method = authMethodOf(held.header("WWW-Authenticate"), &realm);
+    if (askAboutChallenge(method, realm))
+        deliverHeld();
 }
 
 void myNSURLConnection::Private::deliverHeld()
@@ -634,53 +304,54 @@ void myNSURLConnection::Private::deliverHeld()
     finish();
 }
 
+// The certificate is accepted only when the delegate says so; then the same request is sent
+// again, trusting the site for the rest of the transfer.
 void myNSURLConnection::Private::answerServerTrust(int curlCode)
 {
-    CurlMultiDriver::instance()->detach(easy);
-    AuthChallenge challenge;
-    challenge.method = AuthMethod::ServerTrust;
-    challenge.host = QUrl(request.url).host();
-    bool accepted = false;
-    if (!call([&] {
-            accepted = delegate->canAuthenticateAgainstProtectionSpace(q, AuthMethod::ServerTrust);
-        }))
+    const std::optional<AuthChallenge::Answer> answer =
+            askAboutChallenge(AuthMethod::ServerTrust, QString());
+    if (!answer)
         return;
-    if (accepted) {
-        if (!call([&] { delegate->didReceiveAuthenticationChallenge(q, challenge); }))
-            return;
-        if (challenge.answer == AuthChallenge::Answer::Cancel) {
-            endSilently();
-            return;
-        }
-        if (challenge.answer == AuthChallenge::Answer::UseServerTrust) {
-            // The same request again, this time accepting the site's certificate.
-            trustedHost = hostAndPort(request.url);
-            send(request);
-            return;
-        }
+    if (*answer == AuthChallenge::Answer::UseServerTrust) {
+        trustedHost = UrlParts::hostHeader(request.url);
+        send(request);
+        return;
     }
     failCurl(curlCode);
 }
 
+// Only a regular file is ever opened: a FIFO or a device would block the program or never end.
 void myNSURLConnection::Private::startFile()
 {
     if (q->m_cancelled)
         return;
     const QString path = QUrl(request.url).toLocalFile();
-    const QFileInfo info(path);
-    if (path.isEmpty() || !info.exists()) {
+    LocalFile::Kind kind = LocalFile::Kind::Missing;
+    int error = 0;
+    const int fd = LocalFile::openRegular(path, &kind, &error);
+    switch (kind) {
+    case LocalFile::Kind::Regular:
+        break;
+    case LocalFile::Kind::Missing:
         fail(UrlError::FileDoesntExist, QStringLiteral("file doesnt exist"));
         return;
-    }
-    if (info.isDir()) {
+    case LocalFile::Kind::Directory:
         fail(UrlError::FileIsDirectory, QStringLiteral("file is directory"));
         return;
-    }
-    file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::ReadOnly)) {
+    case LocalFile::Kind::NotRegular:
+        fail(UrlError::FileIsNotRegular, QStringLiteral("file is not a regular file"));
+        return;
+    case LocalFile::Kind::Unreadable:
         fail(CURLE_FILE_COULDNT_READ_FILE,
              QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE))
-                     + QStringLiteral(": ") + file->errorString());
+                     + QStringLiteral(": ") + qt_error_string(error));
+        return;
+    }
+    file = std::make_unique<QFile>();
+    if (!file->open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        fail(CURLE_FILE_COULDNT_READ_FILE,
+             QString::fromUtf8(curl_easy_strerror(CURLE_FILE_COULDNT_READ_FILE)));
         return;
     }
     static const QMimeDatabase mimeDatabase;
@@ -688,8 +359,8 @@ void myNSURLConnection::Private::startFile()
     response.url = request.url;
     response.isHttp = false;
     response.statusCode = 0;
-    response.mimeType = mimeDatabase.mimeTypeForFile(info, QMimeDatabase::MatchExtension).name();
-    response.expectedContentLength = info.size();
+    response.mimeType = mimeDatabase.mimeTypeForFile(path, QMimeDatabase::MatchExtension).name();
+    response.expectedContentLength = file->size();
     if (!call([&] { delegate->didReceiveResponse(q, response); }))
         return;
     QTimer::singleShot(0, q, [this] { readFileSlice(); });

@@ -7,6 +7,8 @@
 
 #include <QObject>
 
+#include <memory>
+
 namespace orel {
 
 // Kinds of transfer, fixed at creation.
@@ -18,8 +20,10 @@ enum ConnectionKind : int {
 };
 
 // The connection follows redirects itself so that the delegate sees every hop. It starts at
-// once when constructed. It deletes itself (deleteLater) after its last delegate call or after
-// cancel(); the delegate must not use the pointer after that.
+// once when constructed. With a time-out (UrlRequest::timeoutSeconds) it fails with "The request
+// timed out." when it connects or receives nothing for that long, and when it has not ended
+// after ten times as long, however steadily bytes arrive. It deletes itself (deleteLater) after its
+// last delegate call or after cancel(); the delegate must not use the pointer after that.
 class myNSURLConnection : public QObject
 {
     Q_OBJECT
@@ -34,6 +38,10 @@ public:
     void cancel();
     bool isCancelled() const { return m_cancelled; }
 
+    // Seconds since bytes last arrived, or since the request was sent when none have yet. A
+    // request time-out counts from here.
+    double getTimeSinceLastActivity() const;
+
     // The connection's own answer: logs "myNSURLConnection refusing authentication", answers NO.
     bool canAuthenticateAgainstProtectionSpace(AuthMethod method);
 
@@ -43,7 +51,7 @@ public:
 private:
     friend class CurlMultiDriver;
     struct Private;
-    Private *d;
+    std::unique_ptr<Private> d;
     int m_identifier;
     bool m_cancelled = false;
 };

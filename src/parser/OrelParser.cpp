@@ -1,16 +1,15 @@
 // The scanner's construction, cursor, tag recognisers, text runs and XML tag reading.
 #include "parser/OrelParser.h"
 
+#include "common/LocalFile.h"
 #include "common/Log.h"
+#include "links/SynchronousFetch.h"
 #include "parser/OrelDbItem.h"
 #include "parser/OrelParserText.h"
 #include "parser/OrelXmlTag.h"
 
 #include <QDir>
-#include <QFile>
 #include <QStringDecoder>
-
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <array>
@@ -43,12 +42,6 @@ bool hasSkippedExtension(const QString &url)
             return true;
     }
     return false;
-}
-
-size_t appendBody(char *ptr, size_t size, size_t nmemb, void *userdata)
-{
-    static_cast<QByteArray *>(userdata)->append(ptr, static_cast<qsizetype>(size * nmemb));
-    return size * nmemb;
 }
 
 } // namespace
@@ -247,53 +240,29 @@ std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
         return nullptr;
     }
 
-    CURL *curl = curl_easy_init();
-    if (!curl)
-        return nullptr;
-    QByteArray body;
-    const QByteArray encoded = url.toEncoded();
-    const QByteArray agent = userAgent.toUtf8();
-    curl_easy_setopt(curl, CURLOPT_URL, encoded.constData());
-    curl_easy_setopt(curl, CURLOPT_USERAGENT, agent.constData());
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 60L);
-    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendBody);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &body);
-    // Reload from the server, never from a cache between.
-    struct curl_slist *headers = curl_slist_append(nullptr, "Cache-Control: no-cache");
-    headers = curl_slist_append(headers, "Pragma: no-cache");
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
-    const CURLcode rc = curl_easy_perform(curl);
-    long status = 0;
-    char *contentType = nullptr;
-    char *effective = nullptr;
-    QString contentTypeText;
-    QString effectiveUrl;
-    if (rc == CURLE_OK) {
-        curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-        curl_easy_getinfo(curl, CURLINFO_CONTENT_TYPE, &contentType);
-        curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &effective);
-        if (contentType)
-            contentTypeText = QString::fromLatin1(contentType);
-        if (effective)
-            effectiveUrl = QString::fromLatin1(effective);
-    }
-    curl_slist_free_all(headers);
-    curl_easy_cleanup(curl);
-
-    if (rc != CURLE_OK) {
+    // The cache policy "reload, ignoring local data" needs nothing: there is no local cache.
+    UrlRequest request;
+    request.url = QString::fromLatin1(url.toEncoded());
+    request.timeoutSeconds = 60;
+    request.reloadIgnoringCache = true;
+    request.setHeader("User-Agent", userAgent.toUtf8());
+    const FetchResult fetched = fetchSynchronously(request);
+    if (!fetched.ok()) {
         p->l = 0;
         return nullptr;
     }
-    p->setBytes(body.isNull() ? QByteArray("") : body);
-    if (!contentType) {
+    p->setBytes(fetched.body.isNull() ? QByteArray("") : fetched.body);
+    bool hasContentType = false;
+    const QByteArray contentType =
+            headerValue(fetched.response->headers, "Content-Type", &hasContentType);
+    if (!hasContentType) {
         log(QStringLiteral("can't establish content type for %1").arg(urlString));
         return nullptr;
     }
-    if (!contentTypeText.contains(QLatin1String("html")))
+    if (!contentType.contains("html"))
         return nullptr;
-    p->initialStatus = static_cast<qint32>(status);
+    const QString effectiveUrl = fetched.finalUrl();
+    p->initialStatus = static_cast<qint32>(fetched.statusCode());
     p->metatitle = p->findTitle();
     p->reset();
     const std::optional<QString> base = p->findBaseHref();
@@ -322,13 +291,13 @@ std::unique_ptr<OrelParser> OrelParser::initWithFilePath(const QString &path)
         expanded = QDir::homePath();
     else if (expanded.startsWith(QLatin1String("~/")))
         expanded = QDir::homePath() + expanded.mid(1);
-    QFile file(expanded);
-    if (!file.open(QIODevice::ReadOnly))
+    // Only a regular file: a FIFO or a device would block or never end.
+    const std::optional<QByteArray> all = LocalFile::readRegular(expanded);
+    if (!all)
         return nullptr;
     std::unique_ptr<OrelParser> p(new OrelParser);
     p->plaintextmode = true;
-    QByteArray all = file.readAll();
-    p->setBytes(all.isNull() ? QByteArray("") : all);
+    p->setBytes(all->isNull() ? QByteArray("") : *all);
     p->indent = 0;
     return p;
 }

@@ -29,10 +29,11 @@ public:
                                                     const QString &userAgent, bool seo,
                                                     bool cachePage, bool checkNoIndex,
                                                     bool checkNofollow);
-    // Fetches the page synchronously (60 s time-out; blocks the calling thread). nullptr for a
-    // skipped extension (no fetch), a malformed URL, a failed fetch or a non-HTML content type.
+    // Fetches the page synchronously, redirects followed (60 s time-out; blocks the calling
+    // thread, see fetchSynchronously()). nullptr for a skipped extension (no fetch), a malformed
+    // URL, a failed fetch or a non-HTML content type.
     static std::unique_ptr<OrelParser> initWithUrl(const QString &url, const QString &userAgent);
-    // Reads a whole local file ("~" expanded), for getItem(); plain-text mode.
+    // Reads a whole local regular file ("~" expanded), for getItem(); plain-text mode.
     static std::unique_ptr<OrelParser> initWithFilePath(const QString &path);
 
     ~OrelParser();

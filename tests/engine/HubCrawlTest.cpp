@@ -177,6 +177,26 @@ TEST_F(HubTest, PauseAndContinueLoseNothing)
     EXPECT_EQ(hub->summaryText(), QStringLiteral("13 of 13 links checked, 0 bad"));
 }
 
+// The end-of-run sweep counts from a fetch's last bytes, as the fetch's own time-out does: an
+// answer still arriving when another fetch ends is left to finish.
+TEST_F(HubTest, EndOfRunSweepSparesAFetchStillReceiving)
+{
+    QTemporaryDir dir;
+    writeFile(dir.path() + "/index.html",
+              "<a href=\"/slowheaders?n=10&ms=150\">long</a>"
+              "<a href=\"/slowheaders?n=5&ms=150\">short</a>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    controls.numberOfThreads = 4;
+    controls.qsButton = CheckState::Off; // the queries tell the pages apart
+    controls.timeoutField = 0.3; // the sweep takes what was unanswered for 0.6 s
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    for (const char *path : { "/slowheaders?n=10&ms=150", "/slowheaders?n=5&ms=150" }) {
+        LinkCheckerUrl *r = byUrl(server.url(path));
+        EXPECT_EQ(r ? r->getStatus() : QStringLiteral("<no record>"), "200 no error") << path;
+    }
+}
+
 TEST_F(HubTest, EndOfRunTotalsAndAlerts)
 {
     UserDefaults::setValue(QLatin1String(DefaultsKey::TotalLinks), 99999.0);

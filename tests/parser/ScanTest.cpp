@@ -9,6 +9,8 @@
 
 #include <QFile>
 
+#include <sys/stat.h>
+
 using namespace orel;
 using orel::test::hrefs;
 using orel::test::scan;
@@ -159,6 +161,11 @@ TEST(ParserScan, ItemReaderTurnsRecordFileIntoRows)
               (QStringList { "http://a/?x=1&y=2|url|link|root|new",
                              "200 no error|status|link|root|", "http://b/|url|link|root|new" }));
     EXPECT_FALSE(OrelParser::initWithFilePath(path + QStringLiteral(".missing")));
+    // Neither a FIFO (opening it would wait for a writer for ever) nor a device is read.
+    const QString fifo = path + QStringLiteral(".fifo");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    EXPECT_FALSE(OrelParser::initWithFilePath(fifo));
+    EXPECT_FALSE(OrelParser::initWithFilePath(QStringLiteral("/dev/zero")));
 }
 
 TEST(ParserScan, WordCounterCountsBodyWordsOutsideTagsAndComments)
