@@ -12,10 +12,8 @@
 
 #include <curl/curl.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
 
 namespace orel {
 
@@ -179,9 +177,8 @@ void OrelParser::setBytes(const QByteArray &bytesIn)
 {
     m_data = bytesIn;
     m_bytes = m_data.isNull() ? nullptr : m_data.constData();
-    // The cursor is a signed 32-bit index; bytes beyond its reach are never read.
-    m_l = static_cast<quint32>(
-            std::min<qsizetype>(m_data.size(), std::numeric_limits<qint32>::max()));
+    // Positions are 64-bit, so a page of any size is read to its last byte.
+    m_l = m_data.size();
 }
 
 std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
@@ -409,20 +406,20 @@ bool OrelParser::moveIntoNextTag()
                 // that opened it does not count. Word counting is off inside, so the search can
                 // jump from ">" to ">".
                 m_isScriptOrComment = true;
-                const qint32 start = m_counter;
+                const qsizetype start = m_counter;
                 for (;;) {
-                    const void *hit = m_counter < static_cast<qint32>(m_l)
-                            ? std::memchr(m_bytes + m_counter, '>', m_l - m_counter)
+                    const void *hit = m_counter < m_l
+                            ? std::memchr(m_bytes + m_counter, '>', size_t(m_l - m_counter))
                             : nullptr;
                     if (!hit) {
-                        if (m_counter < static_cast<qint32>(m_l)) {
+                        if (m_counter < m_l) {
                             m_aBuffer = static_cast<signed char>(m_bytes[m_l - 1]);
-                            m_counter = static_cast<qint32>(m_l);
+                            m_counter = m_l;
                         }
                         m_isScriptOrComment = false;
                         return false;
                     }
-                    const qint32 at = static_cast<qint32>(static_cast<const char *>(hit) - m_bytes);
+                    const qsizetype at = static_cast<const char *>(hit) - m_bytes;
                     m_counter = at + 1;
                     m_aBuffer = '>';
                     if (at - 1 >= start && m_bytes[at - 1] == '-')
@@ -434,17 +431,17 @@ bool OrelParser::moveIntoNextTag()
         if (!m_seoOn) {
             // Without word counting every byte up to the next "<" would only be looked at and
             // dropped, so jump straight to it.
-            const void *hit = m_counter < static_cast<qint32>(m_l)
-                    ? std::memchr(m_bytes + m_counter, '<', m_l - m_counter)
+            const void *hit = m_counter < m_l
+                    ? std::memchr(m_bytes + m_counter, '<', size_t(m_l - m_counter))
                     : nullptr;
             if (!hit) {
-                if (m_counter < static_cast<qint32>(m_l)) {
+                if (m_counter < m_l) {
                     m_aBuffer = static_cast<signed char>(m_bytes[m_l - 1]);
-                    m_counter = static_cast<qint32>(m_l);
+                    m_counter = m_l;
                 }
                 return false;
             }
-            m_counter = static_cast<qint32>(static_cast<const char *>(hit) - m_bytes) + 1;
+            m_counter = static_cast<const char *>(hit) - m_bytes + 1;
             m_aBuffer = '<';
             continue;
         }
@@ -621,11 +618,11 @@ void OrelParser::readText(QString &text)
     } else {
         // Without word counting the bytes up to the next "<" are taken in one copy; the loop
         // below then meets the "<" (or the end, or the cap) exactly as it would have.
-        if (!m_seoOn && m_counter < static_cast<qint32>(m_l)) {
-            const qint32 avail = qMin(static_cast<qint32>(m_l) - m_counter, textCap - run.n);
+        if (!m_seoOn && m_counter < m_l) {
+            const qsizetype avail = qMin<qsizetype>(m_l - m_counter, textCap - run.n);
             const char *start = m_bytes + m_counter;
             const auto *lt = static_cast<const char *>(std::memchr(start, '<', size_t(avail)));
-            const qint32 take = lt ? static_cast<qint32>(lt - start) : avail;
+            const int take = static_cast<int>(lt ? lt - start : avail);
             if (take > 0) {
                 std::memcpy(run.buf.data() + run.n, start, size_t(take));
                 run.n += take;
@@ -692,18 +689,17 @@ bool OrelParser::readTagBytes(bool alreadyInside, TagBytes &tag)
                 copy(static_cast<char>(m_aBuffer));
             }
         } else {
-            const qint32 from = m_counter;
-            const void *hit = from < static_cast<qint32>(m_l)
-                    ? std::memchr(m_bytes + from, '>', m_l - from)
-                    : nullptr;
+            const qsizetype from = m_counter;
+            const void *hit =
+                    from < m_l ? std::memchr(m_bytes + from, '>', size_t(m_l - from)) : nullptr;
             if (!hit) {
-                if (from < static_cast<qint32>(m_l)) {
+                if (from < m_l) {
                     m_aBuffer = static_cast<signed char>(m_bytes[m_l - 1]);
-                    m_counter = static_cast<qint32>(m_l);
+                    m_counter = m_l;
                 }
                 return false;
             }
-            const qint32 end = static_cast<qint32>(static_cast<const char *>(hit) - m_bytes);
+            const qsizetype end = static_cast<const char *>(hit) - m_bytes;
             const size_t span = static_cast<size_t>(end - from);
             if (span && std::memchr(m_bytes + from, '/', span))
                 tag.closing = true;

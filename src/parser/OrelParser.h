@@ -49,7 +49,7 @@ public:
     // Reads the byte at the cursor into m_aBuffer and advances; false at the end.
     inline bool getNextByte()
     {
-        if (m_counter >= static_cast<qint32>(m_l))
+        if (m_counter >= m_l)
             return false;
         m_aBuffer = static_cast<signed char>(m_bytes[m_counter]);
         if (m_seoOn)
@@ -58,12 +58,12 @@ public:
         return true;
     }
     void reset();
-    quint32 length() const { return m_l; }
-    quint32 getLength() const { return m_l; }
+    qsizetype length() const { return m_l; }
+    qsizetype getLength() const { return m_l; }
     qint64 getFileSize() const { return m_data.size(); }
     qint32 getInitialStatus() const { return m_initialStatus; }
-    qint32 getCounter() const { return m_counter; }
-    qint32 getLastTagPassed() const { return m_lastTagPassed; }
+    qsizetype getCounter() const { return m_counter; }
+    qsizetype getLastTagPassed() const { return m_lastTagPassed; }
     const QByteArray &getBytes() const { return m_data; }
     // Releases the page, the title and the base; the parser is empty afterwards.
     void curlUpAndDie();
@@ -122,7 +122,7 @@ public:
     // Metadata; each finder runs from a reset cursor.
     QString findTitle();
     QString getTitle() const { return m_metatitle; }
-    qint32 getEndHead() const { return m_endHead; }
+    qsizetype getEndHead() const { return m_endHead; }
     void findKeywordsAndDescription();
     QString getDescription() const { return m_metadescription; }
     QString getKeywords() const { return m_keywords; }
@@ -134,7 +134,7 @@ public:
     bool headContainsNoFollow();
     bool getShouldBeIndexed() const { return m_shouldBeIndexed; }
     bool getHeadContainsNoFollow() const { return m_headContainsNofollow; }
-    qint32 getWordCount() const { return m_wordCount; }
+    qint64 getWordCount() const { return m_wordCount; }
 
     // Marks every occurrence of badLink with style and, when the page has no base of its own,
     // inserts one after <head>. Returns the changed bytes (also the parser's data), or none.
@@ -181,10 +181,10 @@ private:
     QString m_canonical;
     qint32 m_initialStatus = 0;
     signed char m_aBuffer = 0;
-    quint32 m_l = 0;
+    qsizetype m_l = 0;
     qint32 m_indent = 0;
-    qint32 m_counter = 0;
-    qint32 m_lastTagPassed = 0;
+    qsizetype m_counter = 0;
+    qsizetype m_lastTagPassed = 0;
     bool m_zrefFound = false;
     bool m_insideQuotes = false;
     bool m_insideSingleQuotes = false;
@@ -196,11 +196,11 @@ private:
     bool m_followNofollow = false;
     bool m_headContainsNofollow = false;
     bool m_seoOn = false;
-    qint32 m_endHead = 0;
+    qsizetype m_endHead = 0;
     bool m_insideBrackets = true;
-    qint32 m_wordCount = 0;
+    qint64 m_wordCount = 0;
     bool m_insideWord = false;
-    qint32 m_characterCount = 0;
+    qint64 m_characterCount = 0;
     bool m_isScriptOrComment = false;
     bool m_newParentPending = false;
 };

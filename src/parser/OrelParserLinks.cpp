@@ -174,10 +174,10 @@ bool OrelParser::digOutAlt()
 
 bool OrelParser::isThisNofollow() const
 {
-    if (!m_bytes || m_counter >= static_cast<qint32>(m_l))
+    if (!m_bytes || m_counter >= m_l)
         return false;
     const char *from = m_bytes + m_counter;
-    size_t n = m_l - static_cast<quint32>(m_counter);
+    size_t n = size_t(m_l - m_counter);
     if (const void *end = std::memchr(from, '>', n))
         n = static_cast<size_t>(static_cast<const char *>(end) - from);
     return parsertext::containsIgnoringCase(from, static_cast<qsizetype>(n), "nofollow");
@@ -201,8 +201,8 @@ QString OrelParser::readValue(ValueKind kind, bool trim)
         // The same steps as below with the cursor in locals: writes to buf could otherwise
         // alias the parser's fields and force a reload of each one for every byte.
         const char *const p = m_bytes;
-        const qint32 end = static_cast<qint32>(m_l);
-        qint32 i = m_counter;
+        const qsizetype end = m_l;
+        qsizetype i = m_counter;
         signed char c = m_aBuffer;
         while (c != closing && c != '>') {
             if (static_cast<unsigned char>(c) >= 32 && n < valueCap)
@@ -288,7 +288,7 @@ std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
         return getNextXml();
     ValueKind kind;
     for (;;) {
-        if (m_counter >= static_cast<qint32>(m_l) || !moveIntoNextTag())
+        if (m_counter >= m_l || !moveIntoNextTag())
             return std::nullopt;
         m_lastWasImg = false;
         // Every recogniser below first skips spaces and then needs its own first letter; any
@@ -366,7 +366,7 @@ std::optional<QString> OrelParser::getNextImg()
         return std::nullopt;
     }
     for (;;) {
-        if (m_counter >= static_cast<qint32>(m_l) || !moveIntoNextTag())
+        if (m_counter >= m_l || !moveIntoNextTag())
             return std::nullopt;
         if (isThisAnImgTag() && moveToStartOfSrc())
             return readValue(ValueKind::Resource, true);
@@ -380,7 +380,7 @@ std::optional<QString> OrelParser::getNextScriptSrc()
         return std::nullopt;
     }
     for (;;) {
-        if (m_counter >= static_cast<qint32>(m_l) || !moveIntoNextTag())
+        if (m_counter >= m_l || !moveIntoNextTag())
             return std::nullopt;
         if (isThisAScriptTag() && moveToStartOfSrc())
             return readValue(ValueKind::Resource, true);
@@ -428,7 +428,7 @@ std::optional<QString> OrelParser::getNextXml()
 std::optional<QString> OrelParser::findTagHref(bool (OrelParser::*recogniser)())
 {
     for (;;) {
-        if (!m_bytes || m_counter >= static_cast<qint32>(m_l)) {
+        if (!m_bytes || m_counter >= m_l) {
             log(QStringLiteral("reached end of file"));
             return std::nullopt;
         }

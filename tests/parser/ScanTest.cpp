@@ -9,6 +9,8 @@
 
 #include <QFile>
 
+#include <cstring>
+
 using namespace orel;
 using orel::test::hrefs;
 using orel::test::scan;
@@ -221,4 +223,26 @@ TEST(ParserScan, BadInputEndsCleanly)
         EXPECT_FALSE(p->getNextHref(true, false));
         EXPECT_TRUE(log.contains(QStringLiteral("getNextHref returning nil (no data)")));
     }
+}
+
+// A page past 2 GiB is read to its end: the cursor and the lengths are 64-bit. Costs about 2 GiB
+// and a few seconds; filtered out with --gtest_filter=-*.Large*.
+TEST(ParserScan, LargePageIsReadToItsLastByte)
+{
+    const QByteArray head = "<html><head><title>Big</title></head><body><a href=first>F</a>";
+    const QByteArray tail = "<a href='tail.html'>Tail</a></body></html>";
+    const qsizetype size = (qsizetype(1) << 31) + 4096;
+    QByteArray page(size, Qt::Uninitialized);
+    std::memcpy(page.data(), head.constData(), size_t(head.size()));
+    std::memset(page.data() + head.size(), 'x', size_t(size - head.size() - tail.size()));
+    std::memcpy(page.data() + size - tail.size(), tail.constData(), size_t(tail.size()));
+    auto p = scan(page);
+    ASSERT_TRUE(p);
+    EXPECT_EQ(p->getLength(), size);
+    EXPECT_EQ(p->getTitle(), QStringLiteral("Big"));
+    EXPECT_EQ(p->getNextHref(true, false), QStringLiteral("first"));
+    EXPECT_EQ(p->getNextHref(true, false), QStringLiteral("tail.html"));
+    EXPECT_GT(p->getCounter(), qsizetype(1) << 31);
+    EXPECT_EQ(p->getData(), QStringLiteral("Tail"));
+    EXPECT_FALSE(p->getNextHref(true, false));
 }
