@@ -154,6 +154,8 @@ private:
     QString readValue(ValueKind kind, bool trim);
     QString valueString(const char *text, qsizetype n);
     void readToEndOfTag();
+    // Steps over the value under the cursor and on to the end of its tag, as readValue() does.
+    void skipValue();
     std::optional<QString> findTagHref(bool (OrelParser::*recogniser)());
     QString altText();
     void readText(QString &text);

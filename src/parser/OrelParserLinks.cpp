@@ -191,6 +191,16 @@ void OrelParser::readToEndOfTag()
     }
 }
 
+void OrelParser::skipValue()
+{
+    const signed char closing = m_insideQuotes ? '"' : m_insideSingleQuotes ? '\'' : ' ';
+    while (m_aBuffer != closing && m_aBuffer != '>') {
+        if (!getNextByte())
+            return;
+    }
+    readToEndOfTag();
+}
+
 QString OrelParser::readValue(ValueKind kind, bool trim)
 {
     const signed char closing = m_insideQuotes ? '"' : m_insideSingleQuotes ? '\'' : ' ';
@@ -350,8 +360,11 @@ std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
             continue;
         }
     }
-    if (kind == ValueKind::Anchor && m_zrefFound)
+    if (kind == ValueKind::Anchor && m_zrefFound) {
+        // The value is passed over unread, so that getData() starts at the link text.
+        skipValue();
         return mcmsZref();
+    }
     QString url = readValue(kind, trim);
     // The cursor stays inside an img tag so that getData() can still find its alt text.
     if (kind == ValueKind::Image)

@@ -207,6 +207,24 @@ TEST_F(HubTest, EndOfRunTotalsAndAlerts)
     EXPECT_DOUBLE_EQ(total(DefaultsKey::TotalWhenLastCongratulated), 100001.0);
 }
 
+// What a served page's bytes become in the records: link texts and titles.
+TEST_F(HubTest, ServedPagesGiveTheirLinksTextsAndTitles)
+{
+    QTemporaryDir dir;
+    writeFile(dir.path() + "/index.html",
+              "<html><head><title>Home</title></head><body>"
+              "<a zref=\"/cms/abc\">zref link</a></body></html>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    QStringList zrefTexts;
+    for (int i = 0; i < hub->recordCount(); ++i) {
+        if (hub->recordAt(i)->getStatus() == QStringLiteral("MCMS zref"))
+            zrefTexts << hub->recordAt(i)->getLinkText();
+    }
+    EXPECT_EQ(zrefTexts.join("|").toStdString(), "zref link");
+}
+
 TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
 {
     for (const char *url : { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",

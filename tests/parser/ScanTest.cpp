@@ -99,6 +99,10 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
         { "<img src='a.png' alt=Logo>", { "a.png|[img src]" } },
         { "<img src='a.png' alt='Line\nbreak'>", { "a.png|[img src]:Linebreak" } },
         { "<frame src='f.html'>after frame<a href=y>", { "f.html|after frame", "y|" } },
+        // A zref value is passed over, so its text is the link text.
+        { "<a zref=\"abc\" class=z>zref link</a><a href=y>Y</a>",
+          { "MCMS zref|zref link", "y|Y" } },
+        { "<a zref=''>Z</a><a zref=bare>B</a>", { "MCMS zref|Z", "MCMS zref|B" } },
     };
     for (const auto &[page, expected] : cases)
         EXPECT_EQ(hrefs(page, false, true), expected) << page;
