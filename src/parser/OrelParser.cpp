@@ -53,62 +53,48 @@ size_t appendBody(char *ptr, size_t size, size_t nmemb, void *userdata)
 
 namespace parsertext {
 
-// Text with bytes beyond ASCII (or none): each encoding in turn.
-static QString decodeNonAscii(const char *text, qsizetype n, bool *ok)
-{
-    if (ok)
-        *ok = true;
-    {
-        QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
-        QString s = utf8.decode(QByteArrayView(text, n));
-        if (!utf8.hasError())
-            return s;
-    }
-    // ISO Latin 1 maps every byte, so it is taken as failed when the bytes hold C1 controls
-    // (0x80-0x9F), which real Latin 1 text never contains.
-    bool c1 = false;
-    for (qsizetype i = 0; i < n && !c1; ++i) {
-        const auto b = static_cast<unsigned char>(text[i]);
-        c1 = b >= 0x80 && b <= 0x9F;
-    }
-    if (!c1)
-        return QString::fromLatin1(text, n);
-    if (n % 2 == 0) {
-        QStringDecoder utf16(QStringConverter::Utf16, QStringConverter::Flag::Stateless);
-        QString s = utf16.decode(QByteArrayView(text, n));
-        if (!utf16.hasError())
-            return s;
-    }
-    bool ascii = true;
-    for (qsizetype i = 0; i < n && ascii; ++i)
-        ascii = static_cast<unsigned char>(text[i]) < 0x80;
-    if (ascii)
-        return QString::fromLatin1(text, n);
-    if (ok)
-        *ok = false;
-    return QString();
-}
+// Characters of Windows-1252 for the bytes 0x80-0x9F, which ISO Latin 1 gives to C1 controls:
+// browsers show Latin 1 pages this way, and such pages use these bytes for quotes, dashes and
+// the euro sign. The five bytes that Windows-1252 leaves undefined stay C1 controls.
+constexpr char16_t windows1252High[32] = { 0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020,
+                                           0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D,
+                                           0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D,
+                                           0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A,
+                                           0x0153, 0x009D, 0x017E, 0x0178 };
 
-QString decode(const char *text, qsizetype n, bool *ok)
+// Text with bytes beyond ASCII (or none): UTF-8, else Latin 1 as browsers read it.
+static QString decodeNonAscii(const char *text, qsizetype n)
 {
-    QString s;
-    decode(text, n, s, ok);
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    QString s = utf8.decode(QByteArrayView(text, n));
+    if (!utf8.hasError())
+        return s;
+    s = QString::fromLatin1(text, n);
+    for (QChar &c : s) {
+        if (c.unicode() >= 0x80 && c.unicode() <= 0x9F)
+            c = QChar(windows1252High[c.unicode() - 0x80]);
+    }
     return s;
 }
 
-void decode(const char *text, qsizetype n, QString &into, bool *ok)
+QString decode(const char *text, qsizetype n)
 {
-    // Plain ASCII reads the same in every encoding tried below.
+    QString s;
+    decode(text, n, s);
+    return s;
+}
+
+void decode(const char *text, qsizetype n, QString &into)
+{
+    // Plain ASCII reads the same in every encoding.
     qsizetype i = 0;
     while (i < n && static_cast<unsigned char>(text[i]) < 0x80)
         ++i;
     if (n > 0 && i == n) {
-        if (ok)
-            *ok = true;
         into = QLatin1StringView(text, n);
         return;
     }
-    into = decodeNonAscii(text, n, ok);
+    into = decodeNonAscii(text, n);
 }
 
 QString urlString(const char *text, qsizetype n)
@@ -651,7 +637,7 @@ void OrelParser::readText(QString &text)
         text = QLatin1String("");
         return;
     }
-    parsertext::decode(run.buf.data(), n, text, nullptr);
+    parsertext::decode(run.buf.data(), n, text);
     if (text.size() == 1
         && (text[0] == QLatin1Char(' ') || text[0] == QLatin1Char('\r')
             || text[0] == QLatin1Char('\n') || text[0] == QLatin1Char('\t'))) {
@@ -721,10 +707,7 @@ std::unique_ptr<OrelXmlTag> OrelParser::getTag(bool alreadyInside)
     TagBytes raw;
     if (!readTagBytes(alreadyInside, raw))
         return nullptr;
-    bool ok = true;
-    const QString text = parsertext::decode(raw.buf, raw.n, &ok);
-    if (!ok)
-        return nullptr;
+    const QString text = parsertext::decode(raw.buf, raw.n);
     auto tag = std::make_unique<OrelXmlTag>();
     tag->setData(text);
     tag->setClosing(raw.closing);

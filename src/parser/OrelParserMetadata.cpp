@@ -72,13 +72,12 @@ void OrelParser::findKeywordsAndDescription()
             // The Open Graph description is not the page's description.
             if (!parsertext::containsIgnoringCase(tag.buf, tag.n, "og:description"))
                 m_metadescription = withoutLineBreaks(
-                        pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
+                        pullOutMetaDescription(parsertext::decode(tag.buf, tag.n)));
         } else if (meta && parsertext::containsIgnoringCase(tag.buf, tag.n, "keywords")) {
-            m_keywords = withoutLineBreaks(
-                    pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
+            m_keywords =
+                    withoutLineBreaks(pullOutMetaDescription(parsertext::decode(tag.buf, tag.n)));
         } else if (parsertext::containsIgnoringCase(tag.buf, tag.n, "canonical")) {
-            m_canonical =
-                    withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n, nullptr)));
+            m_canonical = withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n)));
         }
     }
 }

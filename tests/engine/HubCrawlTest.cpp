@@ -213,7 +213,12 @@ TEST_F(HubTest, ServedPagesGiveTheirLinksTextsAndTitles)
     QTemporaryDir dir;
     writeFile(dir.path() + "/index.html",
               "<html><head><title>Home</title></head><body>"
-              "<a zref=\"/cms/abc\">zref link</a></body></html>");
+              "<a zref=\"/cms/abc\">zref link</a><a href=\"latin.html\">Latin</a></body></html>");
+    // A page in Windows-1252, as many pages labelled ISO Latin 1 are.
+    writeFile(dir.path() + "/latin.html",
+              "<html><head><title>Caf\xe9 \x96 Don\x92t</title></head><body>"
+              "<a href=\"next.html\">\x93Quoted\x94 \x80\x81</a></body></html>");
+    writeFile(dir.path() + "/next.html", "<p>end</p>");
     test::FixtureServer server(dir.path());
     ASSERT_TRUE(server.isRunning());
     ASSERT_TRUE(crawl(server.url("/index.html")));
@@ -223,6 +228,13 @@ TEST_F(HubTest, ServedPagesGiveTheirLinksTextsAndTitles)
             zrefTexts << hub->recordAt(i)->getLinkText();
     }
     EXPECT_EQ(zrefTexts.join("|").toStdString(), "zref link");
+
+    LinkCheckerUrl *latin = byUrl(server.url("/latin.html"));
+    LinkCheckerUrl *next = byUrl(server.url("/next.html"));
+    ASSERT_TRUE(latin && next);
+    EXPECT_EQ(latin->getLinkPageTitle(), QString::fromUtf16(u"Caf\u00e9 \u2013 Don\u2019t"));
+    EXPECT_EQ(next->getLinkText(), QString::fromUtf16(u"\u201cQuoted\u201d \u20ac\u0081"));
+    EXPECT_EQ(next->getOnPageNameArray(), QStringList { latin->getLinkPageTitle() });
 }
 
 TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)

@@ -3,6 +3,7 @@
 #include "ParserTestUtil.h"
 
 #include "parser/OrelDbItem.h"
+#include "parser/OrelParserText.h"
 #include "parser/OrelXmlTag.h"
 
 #include <gtest/gtest.h>
@@ -91,6 +92,8 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
           { "x|&amp; &quot;\" &#38; &copy;" } },
         { "<a href=x>caf\xc3\xa9</a>", { "x|caf\xc3\xa9" } },
         { "<a href=x>caf\xe9</a>", { "x|caf\xc3\xa9" } }, // ISO Latin 1 that is not UTF-8
+        { "<a href=x>Don\x92t \x93go\x94</a>",
+          { "x|Don\xe2\x80\x99t \xe2\x80\x9cgo\xe2\x80\x9d" } },
         { "<a href=x><img src='y.gif' alt='Go'></a>",
           { "x|[linked img]:Go", "y.gif|[img src]:Go" } },
         { "<a href=x>Go <IMG SRC=y.gif></a>", { "x|Go [linked img]", "y.gif|[img src]" } },
@@ -131,6 +134,28 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
     }
     EXPECT_EQ(texts, QStringList({ "long first text", "caf\u00e9", "", "<x", "", "Y" }));
     EXPECT_EQ(copy, QStringLiteral("an earlier link text, longer than any of those below"));
+}
+
+TEST(ParserScan, TextIsUtf8ElseLatin1ReadAsWindows1252)
+{
+    const std::pair<const char *, const char16_t *> cases[] = {
+        { "", u"" },
+        { "plain", u"plain" },
+        { "caf\xc3\xa9 \xe2\x82\xac", u"caf\u00e9 \u20ac" }, // UTF-8
+        { "\xc2\x93", u"\u0093" }, // valid UTF-8 wins, even for a C1 control
+        { "caf\xe9 na\xefve \xff", u"caf\u00e9 na\u00efve \u00ff" }, // pure Latin 1
+        { "Don\x92t \x93q\x94 \x96 \x97 \x85 \x80\x8a\x9f",
+          u"Don\u2019t \u201cq\u201d \u2013 \u2014 \u2026 \u20ac\u0160\u0178" },
+        { "\x81\x8d\x8f\x90\x9d", u"\u0081\u008d\u008f\u0090\u009d" }, // undefined: C1
+        { "\xc3\xa9 \x92 \xe9", u"\u00c3\u00a9 \u2019 \u00e9" }, // not UTF-8 as a whole
+    };
+    for (const auto &[bytes, text] : cases) {
+        const QString expected = QString::fromUtf16(text);
+        EXPECT_EQ(parsertext::decode(bytes, qsizetype(std::strlen(bytes))), expected) << bytes;
+        QString into = QStringLiteral("reused");
+        parsertext::decode(bytes, qsizetype(std::strlen(bytes)), into);
+        EXPECT_EQ(into, expected) << bytes;
+    }
 }
 
 TEST(ParserScan, TagReaderMarksClosingTagsAndCutsAt1000Bytes)
