@@ -53,7 +53,8 @@ public:
     static QString unescapeXmlEntities(const QString &text);
 
     // The absolute URL of href read against base, ASCII with non-ASCII and blanks
-    // percent-encoded; none when no URL can be formed.
+    // percent-encoded; none when no URL can be formed. Dot segments are removed, except a ".."
+    // that would climb above the root: "http://h/a.html" and "../../b" give "http://h/../../b".
     static std::optional<QString> resolveHref(const QUrl &base, const QString &href);
     // The same as a parsed URL (absolute and valid), for callers that need its parts too.
     static std::optional<QUrl> resolve(const QUrl &base, const QString &href);

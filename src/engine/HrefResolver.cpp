@@ -23,10 +23,11 @@ bool isPlainPath(QStringView text)
     return true;
 }
 
-void removeLastSegment(QString &out)
+// Whether the path written between from and end ends in the segment "..".
+inline bool endsWithDotDotSegment(const QChar *d, qsizetype from, qsizetype end)
 {
-    const qsizetype slash = out.lastIndexOf(QLatin1Char('/'));
-    out.truncate(slash < 0 ? 0 : slash);
+    return end - from >= 3 && d[end - 1] == QLatin1Char('.') && d[end - 2] == QLatin1Char('.')
+            && d[end - 3] == QLatin1Char('/');
 }
 
 } // namespace
@@ -92,56 +93,12 @@ bool HrefResolver::hasDotSegment(QStringView path)
     return false;
 }
 
-QString HrefResolver::removeDotSegments(const QString &path)
-{
-    if (path.startsWith(QLatin1Char('/')))
-        return removeDotSegmentsAbsolute(path);
-    QString in = path;
-    QString out;
-    out.reserve(path.size());
-    while (!in.isEmpty()) {
-        if (in.startsWith(QLatin1String("../"))) {
-            in.remove(0, 3);
-        } else if (in.startsWith(QLatin1String("./"))) {
-            in.remove(0, 2);
-        } else if (in.startsWith(QLatin1String("/./"))) {
-            in.remove(0, 2);
-        } else if (in == QLatin1String("/.")) {
-            in = QStringLiteral("/");
-        } else if (in.startsWith(QLatin1String("/../"))) {
-            in.remove(0, 3);
-            removeLastSegment(out);
-        } else if (in == QLatin1String("/..")) {
-            in = QStringLiteral("/");
-            removeLastSegment(out);
-        } else if (in == QLatin1String(".") || in == QLatin1String("..")) {
-            in.clear();
-        } else {
-            const qsizetype next =
-                    in.indexOf(QLatin1Char('/'), in.startsWith(QLatin1Char('/')) ? 1 : 0);
-            if (next < 0) {
-                out += in;
-                in.clear();
-            } else {
-                out += QStringView(in).left(next);
-                in.remove(0, next);
-            }
-        }
-    }
-    return out;
-}
-
-QString HrefResolver::removeDotSegmentsAbsolute(QStringView path)
-{
-    QString out = path.toString();
-    removeDotSegmentsInPlace(out, 0);
-    return out;
-}
-
 void HrefResolver::removeDotSegmentsInPlace(QString &text, qsizetype pathStart)
 {
     // One pass over the segments after each "/": a "." is dropped, a ".." drops the segment
-    // before it, and either one at the end leaves the path ending in "/". The path only
+    // before it, and either one at the end leaves the path ending in "/". A ".." with nothing
+    // before it to drop (at the root, or after a kept "..") stays, so that a link climbing above
+    // the site root is seen as such and not taken for a file at the root. The path only
     // shrinks, so kept segments are moved forward within the same buffer.
     QChar *d = text.data();
     const qsizetype n = text.size();
@@ -159,7 +116,7 @@ void HrefResolver::removeDotSegmentsInPlace(QString &text, qsizetype pathStart)
                 length == 2 && d[at] == QLatin1Char('.') && d[at + 1] == QLatin1Char('.');
         if (dot) {
             trailingSlash = last;
-        } else if (dotDot) {
+        } else if (dotDot && w > pathStart && !endsWithDotDotSegment(d, pathStart, w)) {
             while (w > pathStart && d[--w] != QLatin1Char('/')) { }
             trailingSlash = last;
         } else {

@@ -10,8 +10,8 @@ namespace orel {
 
 // The URL parser is the costly part of reading a page's links. Plain hrefs (letters, digits
 // and "-._~/" only) against a plain http(s) base are joined as strings, with dot segments
-// removed as the parser removes them; everything else goes through the parser. Both ways give
-// the same text.
+// removed as CrawlScope::resolveHref() removes them (".." segments that would climb above the
+// root are kept); everything else goes through the parser. Both ways give the same text.
 class HrefResolver
 {
 public:
@@ -20,13 +20,10 @@ public:
     // The absolute URL of href, ASCII; none when no URL can be formed.
     std::optional<QString> resolve(const QString &href) const;
 
-    // Removes "." and ".." segments from an absolute path.
-    static QString removeDotSegments(const QString &path);
-
 private:
     static bool hasDotSegment(QStringView path);
-    static QString removeDotSegmentsAbsolute(QStringView path);
-    // The same on the path that starts at pathStart (a "/") and runs to the end of text.
+    // Removes "." and ".." segments from the path that starts at pathStart (a "/") and runs to
+    // the end of text; a ".." with no segment before it to remove is kept.
     static void removeDotSegmentsInPlace(QString &text, qsizetype pathStart);
 
     QUrl m_base;

@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
 
 namespace orel {
 
@@ -48,62 +47,48 @@ bool hasSkippedExtension(const QString &url)
 
 namespace parsertext {
 
-// Text with bytes beyond ASCII (or none): each encoding in turn.
-static QString decodeNonAscii(const char *text, qsizetype n, bool *ok)
-{
-    if (ok)
-        *ok = true;
-    {
-        QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
-        QString s = utf8.decode(QByteArrayView(text, n));
-        if (!utf8.hasError())
-            return s;
-    }
-    // ISO Latin 1 maps every byte, so it is taken as failed when the bytes hold C1 controls
-    // (0x80-0x9F), which real Latin 1 text never contains.
-    bool c1 = false;
-    for (qsizetype i = 0; i < n && !c1; ++i) {
-        const auto b = static_cast<unsigned char>(text[i]);
-        c1 = b >= 0x80 && b <= 0x9F;
-    }
-    if (!c1)
-        return QString::fromLatin1(text, n);
-    if (n % 2 == 0) {
-        QStringDecoder utf16(QStringConverter::Utf16, QStringConverter::Flag::Stateless);
-        QString s = utf16.decode(QByteArrayView(text, n));
-        if (!utf16.hasError())
-            return s;
-    }
-    bool ascii = true;
-    for (qsizetype i = 0; i < n && ascii; ++i)
-        ascii = static_cast<unsigned char>(text[i]) < 0x80;
-    if (ascii)
-        return QString::fromLatin1(text, n);
-    if (ok)
-        *ok = false;
-    return QString();
-}
+// Characters of Windows-1252 for the bytes 0x80-0x9F, which ISO Latin 1 gives to C1 controls:
+// browsers show Latin 1 pages this way, and such pages use these bytes for quotes, dashes and
+// the euro sign. The five bytes that Windows-1252 leaves undefined stay C1 controls.
+constexpr char16_t windows1252High[32] = { 0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020,
+                                           0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D,
+                                           0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D,
+                                           0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A,
+                                           0x0153, 0x009D, 0x017E, 0x0178 };
 
-QString decode(const char *text, qsizetype n, bool *ok)
+// Text with bytes beyond ASCII (or none): UTF-8, else Latin 1 as browsers read it.
+static QString decodeNonAscii(const char *text, qsizetype n)
 {
-    QString s;
-    decode(text, n, s, ok);
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    QString s = utf8.decode(QByteArrayView(text, n));
+    if (!utf8.hasError())
+        return s;
+    s = QString::fromLatin1(text, n);
+    for (QChar &c : s) {
+        if (c.unicode() >= 0x80 && c.unicode() <= 0x9F)
+            c = QChar(windows1252High[c.unicode() - 0x80]);
+    }
     return s;
 }
 
-void decode(const char *text, qsizetype n, QString &into, bool *ok)
+QString decode(const char *text, qsizetype n)
 {
-    // Plain ASCII reads the same in every encoding tried below.
+    QString s;
+    decode(text, n, s);
+    return s;
+}
+
+void decode(const char *text, qsizetype n, QString &into)
+{
+    // Plain ASCII reads the same in every encoding.
     qsizetype i = 0;
     while (i < n && static_cast<unsigned char>(text[i]) < 0x80)
         ++i;
     if (n > 0 && i == n) {
-        if (ok)
-            *ok = true;
         into = QLatin1StringView(text, n);
         return;
     }
-    into = decodeNonAscii(text, n, ok);
+    into = decodeNonAscii(text, n);
 }
 
 QString urlString(const char *text, qsizetype n)
@@ -170,10 +155,10 @@ OrelParser::~OrelParser() = default;
 
 void OrelParser::setBytes(const QByteArray &bytesIn)
 {
-    data = bytesIn;
-    bytes = data.isNull() ? nullptr : data.constData();
-    // The cursor is a signed 32-bit index; bytes beyond its reach are never read.
-    l = static_cast<quint32>(std::min<qsizetype>(data.size(), std::numeric_limits<qint32>::max()));
+    m_data = bytesIn;
+    m_bytes = m_data.isNull() ? nullptr : m_data.constData();
+    // Positions are 64-bit, so a page of any size is read to its last byte.
+    m_l = m_data.size();
 }
 
 std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
@@ -184,41 +169,41 @@ std::unique_ptr<OrelParser> OrelParser::initWithData(const QByteArray &pageData,
     Q_UNUSED(userAgent);
     Q_UNUSED(seo); // word counting stays off for pages of a crawl
     std::unique_ptr<OrelParser> p(new OrelParser);
-    p->seoOn = false;
-    p->endHead = 0;
-    p->wordCount = 0;
-    p->characterCount = 0;
-    p->insideWord = false;
-    p->insideBrackets = true;
-    p->isScriptOrComment = false;
-    p->plaintextmode = false;
-    p->xmlmode = false;
-    p->followNofollow = checkNofollow;
+    p->m_seoOn = false;
+    p->m_endHead = 0;
+    p->m_wordCount = 0;
+    p->m_characterCount = 0;
+    p->m_insideWord = false;
+    p->m_insideBrackets = true;
+    p->m_isScriptOrComment = false;
+    p->m_plaintextmode = false;
+    p->m_xmlmode = false;
+    p->m_followNofollow = checkNofollow;
     if (pageData.isNull()) {
         log(QStringLiteral("data is invalid"));
         return nullptr;
     }
     p->setBytes(pageData);
-    p->metatitle = p->findTitle();
+    p->m_metatitle = p->findTitle();
     p->reset();
     const std::optional<QString> base = p->findBaseHref();
     if (base && !base->isEmpty()) {
         QUrl url(*base);
         if (url.isValid())
-            p->codebase = url;
+            p->m_codebase = url;
     }
     p->reset();
     if (checkNoIndex) {
-        p->shouldBeIndexed = !p->headContainsNoIndex();
+        p->m_shouldBeIndexed = !p->headContainsNoIndex();
         p->reset();
     } else {
-        p->shouldBeIndexed = true;
+        p->m_shouldBeIndexed = true;
     }
     if (checkNofollow) {
-        p->headContainsNofollow = p->headContainsNoFollow();
+        p->m_headContainsNofollow = p->headContainsNoFollow();
         p->reset();
     } else {
-        p->headContainsNofollow = false;
+        p->m_headContainsNofollow = false;
     }
     Q_UNUSED(cachePage); // keeping the page is the archive's work; nothing to do here
     return p;
@@ -228,10 +213,10 @@ std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
                                                     const QString &userAgent)
 {
     std::unique_ptr<OrelParser> p(new OrelParser);
-    p->plaintextmode = false;
-    p->headContainsNofollow = false;
+    p->m_plaintextmode = false;
+    p->m_headContainsNofollow = false;
     if (hasSkippedExtension(urlString)) {
-        p->l = 0;
+        p->m_l = 0;
         return nullptr;
     }
     const QUrl url(urlString, QUrl::StrictMode);
@@ -248,7 +233,7 @@ std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
     request.setHeader("User-Agent", userAgent.toUtf8());
     const FetchResult fetched = fetchSynchronously(request);
     if (!fetched.ok()) {
-        p->l = 0;
+        p->m_l = 0;
         return nullptr;
     }
     p->setBytes(fetched.body.isNull() ? QByteArray("") : fetched.body);
@@ -262,8 +247,8 @@ std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
     if (!contentType.contains("html"))
         return nullptr;
     const QString effectiveUrl = fetched.finalUrl();
-    p->initialStatus = static_cast<qint32>(fetched.statusCode());
-    p->metatitle = p->findTitle();
+    p->m_initialStatus = static_cast<qint32>(fetched.statusCode());
+    p->m_metatitle = p->findTitle();
     p->reset();
     const std::optional<QString> base = p->findBaseHref();
     QString baseText;
@@ -279,7 +264,7 @@ std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
     }
     const QUrl baseUrl(baseText);
     if (baseUrl.isValid())
-        p->codebase = baseUrl;
+        p->m_codebase = baseUrl;
     p->reset();
     return p;
 }
@@ -296,124 +281,124 @@ std::unique_ptr<OrelParser> OrelParser::initWithFilePath(const QString &path)
     if (!all)
         return nullptr;
     std::unique_ptr<OrelParser> p(new OrelParser);
-    p->plaintextmode = true;
+    p->m_plaintextmode = true;
     p->setBytes(all->isNull() ? QByteArray("") : *all);
-    p->indent = 0;
+    p->m_indent = 0;
     return p;
 }
 
 void OrelParser::setXMLMode()
 {
-    xmlmode = true;
+    m_xmlmode = true;
     log(QStringLiteral("setting xml mode"));
 }
 
 void OrelParser::reset()
 {
-    counter = 0;
-    wordCount = 0;
-    characterCount = 0;
+    m_counter = 0;
+    m_wordCount = 0;
+    m_characterCount = 0;
     // A stale "<" from an earlier walk must not count as the start of a tag at offset 0.
-    aBuffer = 0;
-    lastWasImg = false;
-    isScriptOrComment = false;
+    m_aBuffer = 0;
+    m_lastWasImg = false;
+    m_isScriptOrComment = false;
 }
 
 void OrelParser::curlUpAndDie()
 {
-    metatitle.clear();
-    data = QByteArray();
-    bytes = nullptr;
-    l = 0;
-    counter = 0;
-    codebase.reset();
+    m_metatitle.clear();
+    m_data = QByteArray();
+    m_bytes = nullptr;
+    m_l = 0;
+    m_counter = 0;
+    m_codebase.reset();
 }
 
 std::optional<QUrl> OrelParser::getBaseHref() const
 {
-    return codebase;
+    return m_codebase;
 }
 
 void OrelParser::countWord()
 {
     // Called from getNextByte() before the cursor moves on.
-    if (counter <= endHead || isScriptOrComment)
+    if (m_counter <= m_endHead || m_isScriptOrComment)
         return;
-    const signed char b = aBuffer;
+    const signed char b = m_aBuffer;
     if (b == '>') {
-        insideBrackets = false;
-        insideWord = false;
+        m_insideBrackets = false;
+        m_insideWord = false;
         return;
     }
     if (b == '<') {
-        insideBrackets = true;
-        insideWord = false;
+        m_insideBrackets = true;
+        m_insideWord = false;
         return;
     }
-    if (insideBrackets)
+    if (m_insideBrackets)
         return;
     if (b >= 1 && b <= 38) {
-        insideWord = false;
-    } else if (!insideWord) {
-        insideWord = true;
-        ++wordCount;
+        m_insideWord = false;
+    } else if (!m_insideWord) {
+        m_insideWord = true;
+        ++m_wordCount;
     }
 }
 
 bool OrelParser::moveIntoNextTag()
 {
     for (;;) {
-        if (aBuffer == '<') {
+        if (m_aBuffer == '<') {
             if (!getNextByte())
                 return false;
-            if (aBuffer != '!') {
-                lastTagPassed = counter;
+            if (m_aBuffer != '!') {
+                m_lastTagPassed = m_counter;
                 return true;
             }
             if (!getNextByte())
                 return false;
-            if (aBuffer == '-') {
+            if (m_aBuffer == '-') {
                 // A comment ends at the first ">" directly after one or more dashes; the dash
                 // that opened it does not count. Word counting is off inside, so the search can
                 // jump from ">" to ">".
-                isScriptOrComment = true;
-                const qint32 start = counter;
+                m_isScriptOrComment = true;
+                const qsizetype start = m_counter;
                 for (;;) {
-                    const void *hit = counter < static_cast<qint32>(l)
-                            ? std::memchr(bytes + counter, '>', l - counter)
+                    const void *hit = m_counter < m_l
+                            ? std::memchr(m_bytes + m_counter, '>', size_t(m_l - m_counter))
                             : nullptr;
                     if (!hit) {
-                        if (counter < static_cast<qint32>(l)) {
-                            aBuffer = static_cast<signed char>(bytes[l - 1]);
-                            counter = static_cast<qint32>(l);
+                        if (m_counter < m_l) {
+                            m_aBuffer = static_cast<signed char>(m_bytes[m_l - 1]);
+                            m_counter = m_l;
                         }
-                        isScriptOrComment = false;
+                        m_isScriptOrComment = false;
                         return false;
                     }
-                    const qint32 at = static_cast<qint32>(static_cast<const char *>(hit) - bytes);
-                    counter = at + 1;
-                    aBuffer = '>';
-                    if (at - 1 >= start && bytes[at - 1] == '-')
+                    const qsizetype at = static_cast<const char *>(hit) - m_bytes;
+                    m_counter = at + 1;
+                    m_aBuffer = '>';
+                    if (at - 1 >= start && m_bytes[at - 1] == '-')
                         break;
                 }
-                isScriptOrComment = false;
+                m_isScriptOrComment = false;
             }
         }
-        if (!seoOn) {
+        if (!m_seoOn) {
             // Without word counting every byte up to the next "<" would only be looked at and
             // dropped, so jump straight to it.
-            const void *hit = counter < static_cast<qint32>(l)
-                    ? std::memchr(bytes + counter, '<', l - counter)
+            const void *hit = m_counter < m_l
+                    ? std::memchr(m_bytes + m_counter, '<', size_t(m_l - m_counter))
                     : nullptr;
             if (!hit) {
-                if (counter < static_cast<qint32>(l)) {
-                    aBuffer = static_cast<signed char>(bytes[l - 1]);
-                    counter = static_cast<qint32>(l);
+                if (m_counter < m_l) {
+                    m_aBuffer = static_cast<signed char>(m_bytes[m_l - 1]);
+                    m_counter = m_l;
                 }
                 return false;
             }
-            counter = static_cast<qint32>(static_cast<const char *>(hit) - bytes) + 1;
-            aBuffer = '<';
+            m_counter = static_cast<const char *>(hit) - m_bytes + 1;
+            m_aBuffer = '<';
             continue;
         }
         if (!getNextByte())
@@ -425,17 +410,17 @@ bool OrelParser::moveIntoNextTag()
 // last; after() judges that byte.
 bool OrelParser::matchWord(const char *lower, bool (*after)(signed char))
 {
-    while (aBuffer == ' ') {
+    while (m_aBuffer == ' ') {
         if (!getNextByte())
             return false;
     }
     for (const char *c = lower; *c; ++c) {
-        if (*c == '/' ? aBuffer != '/' : !isLetter(aBuffer, *c))
+        if (*c == '/' ? m_aBuffer != '/' : !isLetter(m_aBuffer, *c))
             return false;
         if (!getNextByte())
             return false;
     }
-    return after(aBuffer);
+    return after(m_aBuffer);
 }
 
 namespace {
@@ -455,24 +440,24 @@ bool anyAfter(signed char)
 
 bool OrelParser::isThisAnATag()
 {
-    while (aBuffer == ' ') {
+    while (m_aBuffer == ' ') {
         if (!getNextByte())
             return false;
     }
-    if (!isLetter(aBuffer, 'a'))
+    if (!isLetter(m_aBuffer, 'a'))
         return false;
     if (!getNextByte())
         return false;
     // A tab or ">" right after the "a" is not accepted.
-    if (aBuffer == ' ' || aBuffer == '\n' || aBuffer == '\r')
+    if (m_aBuffer == ' ' || m_aBuffer == '\n' || m_aBuffer == '\r')
         return true;
-    if (!isLetter(aBuffer, 'r'))
+    if (!isLetter(m_aBuffer, 'r'))
         return false;
-    if (!getNextByte() || !isLetter(aBuffer, 'e'))
+    if (!getNextByte() || !isLetter(m_aBuffer, 'e'))
         return false;
-    if (!getNextByte() || aBuffer == '>')
+    if (!getNextByte() || m_aBuffer == '>')
         return false;
-    return isLetter(aBuffer, 'a');
+    return isLetter(m_aBuffer, 'a');
 }
 
 bool OrelParser::isThisABaseTag()
@@ -544,13 +529,13 @@ struct TextRun
 QString OrelParser::altText()
 {
     // The alt value runs to the quote that opened it (or ">"), control bytes left out.
-    const signed char closing = insideQuotes ? '"' : insideSingleQuotes ? '\'' : ' ';
+    const signed char closing = m_insideQuotes ? '"' : m_insideSingleQuotes ? '\'' : ' ';
     QByteArray alt;
     while (getNextByte()) {
-        if (aBuffer == closing || aBuffer == '>')
+        if (m_aBuffer == closing || m_aBuffer == '>')
             break;
-        if (static_cast<unsigned char>(aBuffer) >= 32)
-            alt.append(static_cast<char>(aBuffer));
+        if (static_cast<unsigned char>(m_aBuffer) >= 32)
+            alt.append(static_cast<char>(m_aBuffer));
         if (alt.size() >= textCap)
             break;
     }
@@ -566,7 +551,7 @@ QString OrelParser::getData()
 
 void OrelParser::getData(QString &text)
 {
-    if (plaintextmode)
+    if (m_plaintextmode)
         text = QLatin1String("");
     else
         readText(text);
@@ -583,36 +568,36 @@ void OrelParser::readText(QString &text)
                 run.add(static_cast<char>(c.unicode()));
         }
     };
-    if (lastWasImg) {
+    if (m_lastWasImg) {
         run.add("[img src]");
         addAlt();
     } else {
         // Without word counting the bytes up to the next "<" are taken in one copy; the loop
         // below then meets the "<" (or the end, or the cap) exactly as it would have.
-        if (!seoOn && counter < static_cast<qint32>(l)) {
-            const qint32 avail = qMin(static_cast<qint32>(l) - counter, textCap - run.n);
-            const char *start = bytes + counter;
+        if (!m_seoOn && m_counter < m_l) {
+            const qsizetype avail = qMin<qsizetype>(m_l - m_counter, textCap - run.n);
+            const char *start = m_bytes + m_counter;
             const auto *lt = static_cast<const char *>(std::memchr(start, '<', size_t(avail)));
-            const qint32 take = lt ? static_cast<qint32>(lt - start) : avail;
+            const int take = static_cast<int>(lt ? lt - start : avail);
             if (take > 0) {
                 std::memcpy(run.buf.data() + run.n, start, size_t(take));
                 run.n += take;
-                counter += take;
-                aBuffer = static_cast<signed char>(start[take - 1]);
+                m_counter += take;
+                m_aBuffer = static_cast<signed char>(start[take - 1]);
             }
         }
         while (run.n < textCap && getNextByte()) {
-            if (aBuffer == '<') {
-                lastTagPassed = counter;
+            if (m_aBuffer == '<') {
+                m_lastTagPassed = m_counter;
                 if (getNextByte() && isThisAnImgTag()) {
                     run.add("[linked img]");
                     addAlt();
                 }
                 // Step back so that the next reader sees this tag again.
-                counter = lastTagPassed - 1;
+                m_counter = m_lastTagPassed - 1;
                 break;
             }
-            run.add(static_cast<char>(aBuffer));
+            run.add(static_cast<char>(m_aBuffer));
         }
     }
     int n = run.n;
@@ -622,7 +607,7 @@ void OrelParser::readText(QString &text)
         text = QLatin1String("");
         return;
     }
-    parsertext::decode(run.buf.data(), n, text, nullptr);
+    parsertext::decode(run.buf.data(), n, text);
     if (text.size() == 1
         && (text[0] == QLatin1Char(' ') || text[0] == QLatin1Char('\r')
             || text[0] == QLatin1Char('\n') || text[0] == QLatin1Char('\t'))) {
@@ -643,44 +628,43 @@ bool OrelParser::readTagBytes(bool alreadyInside, TagBytes &tag)
         if (tag.n < TagBytes::cap)
             tag.buf[tag.n++] = c;
     };
-    if (aBuffer != '>') {
-        // The first byte is the one in aBuffer; a "/" there marks a closing tag and is dropped.
-        if (aBuffer == '/')
+    if (m_aBuffer != '>') {
+        // The first byte is the one in m_aBuffer; a "/" there marks a closing tag and is dropped.
+        if (m_aBuffer == '/')
             tag.closing = true;
         else
-            copy(static_cast<char>(aBuffer));
-        if (seoOn) {
+            copy(static_cast<char>(m_aBuffer));
+        if (m_seoOn) {
             for (;;) {
                 if (!getNextByte())
                     return false;
-                if (aBuffer == '>')
+                if (m_aBuffer == '>')
                     break;
-                if (aBuffer == '/')
+                if (m_aBuffer == '/')
                     tag.closing = true;
-                copy(static_cast<char>(aBuffer));
+                copy(static_cast<char>(m_aBuffer));
             }
         } else {
-            const qint32 from = counter;
-            const void *hit = from < static_cast<qint32>(l)
-                    ? std::memchr(bytes + from, '>', l - from)
-                    : nullptr;
+            const qsizetype from = m_counter;
+            const void *hit =
+                    from < m_l ? std::memchr(m_bytes + from, '>', size_t(m_l - from)) : nullptr;
             if (!hit) {
-                if (from < static_cast<qint32>(l)) {
-                    aBuffer = static_cast<signed char>(bytes[l - 1]);
-                    counter = static_cast<qint32>(l);
+                if (from < m_l) {
+                    m_aBuffer = static_cast<signed char>(m_bytes[m_l - 1]);
+                    m_counter = m_l;
                 }
                 return false;
             }
-            const qint32 end = static_cast<qint32>(static_cast<const char *>(hit) - bytes);
+            const qsizetype end = static_cast<const char *>(hit) - m_bytes;
             const size_t span = static_cast<size_t>(end - from);
-            if (span && std::memchr(bytes + from, '/', span))
+            if (span && std::memchr(m_bytes + from, '/', span))
                 tag.closing = true;
             const size_t room = static_cast<size_t>(TagBytes::cap - tag.n);
             const size_t take = span < room ? span : room;
-            std::memcpy(tag.buf + tag.n, bytes + from, take);
+            std::memcpy(tag.buf + tag.n, m_bytes + from, take);
             tag.n += static_cast<int>(take);
-            counter = end + 1;
-            aBuffer = '>';
+            m_counter = end + 1;
+            m_aBuffer = '>';
         }
     }
     if (tag.n > 0 && tag.buf[tag.n - 1] == '/')
@@ -693,10 +677,7 @@ std::unique_ptr<OrelXmlTag> OrelParser::getTag(bool alreadyInside)
     TagBytes raw;
     if (!readTagBytes(alreadyInside, raw))
         return nullptr;
-    bool ok = true;
-    const QString text = parsertext::decode(raw.buf, raw.n, &ok);
-    if (!ok)
-        return nullptr;
+    const QString text = parsertext::decode(raw.buf, raw.n);
     auto tag = std::make_unique<OrelXmlTag>();
     tag->setData(text);
     tag->setClosing(raw.closing);
@@ -710,34 +691,34 @@ std::unique_ptr<OrelDbItem> OrelParser::getItem()
         if (!tag)
             return nullptr;
         if (tag->isClosing()) {
-            --indent;
+            --m_indent;
         } else {
             // Only an opening tag names the levels above the rows.
-            ++indent;
-            if (indent == 2)
-                grandParent = tag->getData();
-            if (indent == 3) {
-                parent = tag->getData();
-                newParentPending = true;
+            ++m_indent;
+            if (m_indent == 2)
+                m_grandParent = tag->getData();
+            if (m_indent == 3) {
+                m_parent = tag->getData();
+                m_newParentPending = true;
             }
         }
-        if (indent <= 0)
+        if (m_indent <= 0)
             return nullptr;
-        if (indent >= 4) {
+        if (m_indent >= 4) {
             // Element text is read even though a file parser is in plain-text mode.
-            readText(content);
-            if (content.isEmpty())
+            readText(m_content);
+            if (m_content.isEmpty())
                 return nullptr;
             auto item = std::make_unique<OrelDbItem>();
-            item->setData(content);
+            item->setData(m_content);
             item->setName(tag->getData());
-            item->setParentName(parent);
-            item->setGrandParentName(grandParent);
-            item->setNewParent(newParentPending);
-            newParentPending = false;
+            item->setParentName(m_parent);
+            item->setGrandParentName(m_grandParent);
+            item->setNewParent(m_newParentPending);
+            m_newParentPending = false;
             // readText() stepped back onto the "<" of the closing tag.
             getTag(false);
-            --indent;
+            --m_indent;
             return item;
         }
     }

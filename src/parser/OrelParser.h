@@ -41,39 +41,39 @@ public:
     OrelParser &operator=(const OrelParser &) = delete;
 
     // Modes, set once right after construction.
-    void setPlainTextMode() { plaintextmode = true; }
+    void setPlainTextMode() { m_plaintextmode = true; }
     void setXMLMode();
     // Word counting in getNextByte() for callers that want a word count; off unless set.
-    void setWordCounting(bool on) { seoOn = on; }
+    void setWordCounting(bool on) { m_seoOn = on; }
 
     // Cursor.
-    // Reads the byte at the cursor into aBuffer and advances; false at the end.
+    // Reads the byte at the cursor into m_aBuffer and advances; false at the end.
     inline bool getNextByte()
     {
-        if (counter >= static_cast<qint32>(l))
+        if (m_counter >= m_l)
             return false;
-        aBuffer = static_cast<signed char>(bytes[counter]);
-        if (seoOn)
+        m_aBuffer = static_cast<signed char>(m_bytes[m_counter]);
+        if (m_seoOn)
             countWord();
-        ++counter;
+        ++m_counter;
         return true;
     }
     void reset();
-    quint32 length() const { return l; }
-    quint32 getLength() const { return l; }
-    qint64 getFileSize() const { return data.size(); }
-    qint32 getInitialStatus() const { return initialStatus; }
-    qint32 getCounter() const { return counter; }
-    qint32 getLastTagPassed() const { return lastTagPassed; }
-    const QByteArray &getBytes() const { return data; }
+    qsizetype length() const { return m_l; }
+    qsizetype getLength() const { return m_l; }
+    qint64 getFileSize() const { return m_data.size(); }
+    qint32 getInitialStatus() const { return m_initialStatus; }
+    qsizetype getCounter() const { return m_counter; }
+    qsizetype getLastTagPassed() const { return m_lastTagPassed; }
+    const QByteArray &getBytes() const { return m_data; }
     // Releases the page, the title and the base; the parser is empty afterwards.
     void curlUpAndDie();
 
     // Steps into the next tag, over comments (ended by "->") and "<!" constructs. On success
-    // aBuffer holds the first byte after "<" and lastTagPassed the index just past it.
+    // m_aBuffer holds the first byte after "<" and m_lastTagPassed the index just past it.
     bool moveIntoNextTag();
 
-    // Tag recognisers: called with aBuffer on the first byte after "<"; they read forward.
+    // Tag recognisers: called with m_aBuffer on the first byte after "<"; they read forward.
     bool isThisAnATag();
     bool isThisABaseTag();
     bool isThisALinkTag();
@@ -93,7 +93,7 @@ public:
     static void unescapeEntities(QString &text);
 
     // Reads one tag (the bytes between "<" and ">", at most 1,000); nullptr at the end.
-    // alreadyInside: aBuffer already holds the tag's first byte.
+    // alreadyInside: m_aBuffer already holds the tag's first byte.
     std::unique_ptr<OrelXmlTag> getTag(bool alreadyInside);
     // Next record row of a link database file; nullptr when the records end.
     std::unique_ptr<OrelDbItem> getItem();
@@ -101,7 +101,7 @@ public:
     // Extraction. The next link, frame or (with checkImages) image URL as written in the page,
     // "MCMS zref" for a zref anchor, or none at the end.
     std::optional<QString> getNextHref(bool checkImages, bool trim);
-    bool lastLinkWasNofollow() const { return nofollow; }
+    bool lastLinkWasNofollow() const { return m_nofollow; }
     std::optional<QString> getNextImg();
     std::optional<QString> getNextScriptSrc();
     std::optional<QString> getNextHttp(); // plain-text mode: next token
@@ -109,7 +109,7 @@ public:
     // The page's <base href> normalised; "" for an empty or "/" base; none without one.
     std::optional<QString> findBaseHref();
     std::optional<QString> findNextLinkHref();
-    std::optional<QUrl> getBaseHref() const; // codebase, or none
+    std::optional<QUrl> getBaseHref() const; // m_codebase, or none
     bool moveToStartOfUrl();
     bool moveToStartOfSrc();
     bool digOutAlt();
@@ -122,20 +122,20 @@ public:
 
     // Metadata; each finder runs from a reset cursor.
     QString findTitle();
-    QString getTitle() const { return metatitle; }
-    qint32 getEndHead() const { return endHead; }
+    QString getTitle() const { return m_metatitle; }
+    qsizetype getEndHead() const { return m_endHead; }
     void findKeywordsAndDescription();
-    QString getDescription() const { return metadescription; }
-    QString getKeywords() const { return keywords; }
-    QString getCanonical() const { return canonical; }
+    QString getDescription() const { return m_metadescription; }
+    QString getKeywords() const { return m_keywords; }
+    QString getCanonical() const { return m_canonical; }
     static QString pullOutMetaDescription(const QString &tagText);
     QString findHeadings();
-    QString getHeadings() const { return headings; }
+    QString getHeadings() const { return m_headings; }
     bool headContainsNoIndex();
     bool headContainsNoFollow();
-    bool getShouldBeIndexed() const { return shouldBeIndexed; }
-    bool getHeadContainsNoFollow() const { return headContainsNofollow; }
-    qint32 getWordCount() const { return wordCount; }
+    bool getShouldBeIndexed() const { return m_shouldBeIndexed; }
+    bool getHeadContainsNoFollow() const { return m_headContainsNofollow; }
+    qint64 getWordCount() const { return m_wordCount; }
 
     // Marks every occurrence of badLink with style and, when the page has no base of its own,
     // inserts one after <head>. Returns the changed bytes (also the parser's data), or none.
@@ -155,6 +155,8 @@ private:
     QString readValue(ValueKind kind, bool trim);
     QString valueString(const char *text, qsizetype n);
     void readToEndOfTag();
+    // Steps over the value under the cursor and on to the end of its tag, as readValue() does.
+    void skipValue();
     std::optional<QString> findTagHref(bool (OrelParser::*recogniser)());
     QString altText();
     void readText(QString &text);
@@ -168,42 +170,42 @@ private:
     };
     bool readTagBytes(bool alreadyInside, TagBytes &tag);
 
-    QByteArray data;
-    const char *bytes = nullptr; // data.constData(), cached for the byte step
-    QString valueBuffer; // reused for link values the caller has let go of; see valueString()
-    QString grandParent;
-    QString parent;
-    QString content;
-    std::optional<QUrl> codebase;
-    QString metadescription;
-    QString metatitle;
-    QString keywords;
-    QString headings;
-    QString canonical;
-    qint32 initialStatus = 0;
-    signed char aBuffer = 0;
-    quint32 l = 0;
-    qint32 indent = 0;
-    qint32 counter = 0;
-    qint32 lastTagPassed = 0;
-    bool zrefFound = false;
-    bool insideQuotes = false;
-    bool insideSingleQuotes = false;
-    bool lastWasImg = false;
-    bool plaintextmode = false;
-    bool xmlmode = false;
-    bool shouldBeIndexed = true;
-    bool nofollow = false;
-    bool followNofollow = false;
-    bool headContainsNofollow = false;
-    bool seoOn = false;
-    qint32 endHead = 0;
-    bool insideBrackets = true;
-    qint32 wordCount = 0;
-    bool insideWord = false;
-    qint32 characterCount = 0;
-    bool isScriptOrComment = false;
-    bool newParentPending = false;
+    QByteArray m_data;
+    const char *m_bytes = nullptr; // m_data.constData(), cached for the byte step
+    QString m_valueBuffer; // reused for link values the caller has let go of; see valueString()
+    QString m_grandParent;
+    QString m_parent;
+    QString m_content;
+    std::optional<QUrl> m_codebase;
+    QString m_metadescription;
+    QString m_metatitle;
+    QString m_keywords;
+    QString m_headings;
+    QString m_canonical;
+    qint32 m_initialStatus = 0;
+    signed char m_aBuffer = 0;
+    qsizetype m_l = 0;
+    qint32 m_indent = 0;
+    qsizetype m_counter = 0;
+    qsizetype m_lastTagPassed = 0;
+    bool m_zrefFound = false;
+    bool m_insideQuotes = false;
+    bool m_insideSingleQuotes = false;
+    bool m_lastWasImg = false;
+    bool m_plaintextmode = false;
+    bool m_xmlmode = false;
+    bool m_shouldBeIndexed = true;
+    bool m_nofollow = false;
+    bool m_followNofollow = false;
+    bool m_headContainsNofollow = false;
+    bool m_seoOn = false;
+    qsizetype m_endHead = 0;
+    bool m_insideBrackets = true;
+    qint64 m_wordCount = 0;
+    bool m_insideWord = false;
+    qint64 m_characterCount = 0;
+    bool m_isScriptOrComment = false;
+    bool m_newParentPending = false;
 };
 
 } // namespace orel

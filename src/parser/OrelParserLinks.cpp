@@ -51,49 +51,49 @@ void OrelParser::trimWhitespaceFromUrl(char *url)
 
 bool OrelParser::moveToStartOfUrl()
 {
-    zrefFound = false;
-    insideQuotes = false;
-    insideSingleQuotes = false;
+    m_zrefFound = false;
+    m_insideQuotes = false;
+    m_insideSingleQuotes = false;
     for (;;) {
         // Find an "h" or "z" that starts an attribute name: the byte before it must be 32 or
         // less as a signed byte.
         signed char before;
         do {
-            before = aBuffer;
-            if (!getNextByte() || aBuffer == '>')
+            before = m_aBuffer;
+            if (!getNextByte() || m_aBuffer == '>')
                 return false;
-        } while (!isLetter(aBuffer, 'h') && !isLetter(aBuffer, 'z'));
-        zrefFound = isLetter(aBuffer, 'z');
-        if (!getNextByte() || aBuffer == '>')
+        } while (!isLetter(m_aBuffer, 'h') && !isLetter(m_aBuffer, 'z'));
+        m_zrefFound = isLetter(m_aBuffer, 'z');
+        if (!getNextByte() || m_aBuffer == '>')
             return false;
         if (before > 32)
             continue;
-        if (!isLetter(aBuffer, 'r'))
+        if (!isLetter(m_aBuffer, 'r'))
             continue;
-        if (!getNextByte() || aBuffer == '>')
+        if (!getNextByte() || m_aBuffer == '>')
             return false;
-        if (!isLetter(aBuffer, 'e'))
+        if (!isLetter(m_aBuffer, 'e'))
             continue;
-        if (!getNextByte() || aBuffer == '>')
+        if (!getNextByte() || m_aBuffer == '>')
             return false;
-        if (!isLetter(aBuffer, 'f'))
+        if (!isLetter(m_aBuffer, 'f'))
             continue;
         break;
     }
-    if (!getNextByte() || aBuffer == '>')
+    if (!getNextByte() || m_aBuffer == '>')
         return false;
     // Skip "=", quotes, spaces and line breaks; a repeated quote of the same kind is an empty
     // value and stops the skip on itself.
     for (;;) {
-        if (aBuffer == '"') {
-            if (insideQuotes)
+        if (m_aBuffer == '"') {
+            if (m_insideQuotes)
                 return true;
-            insideQuotes = true;
-        } else if (aBuffer == '\'') {
-            if (insideSingleQuotes)
+            m_insideQuotes = true;
+        } else if (m_aBuffer == '\'') {
+            if (m_insideSingleQuotes)
                 return true;
-            insideSingleQuotes = true;
-        } else if (aBuffer != ' ' && aBuffer != '=' && aBuffer != '\n' && aBuffer != '\r') {
+            m_insideSingleQuotes = true;
+        } else if (m_aBuffer != ' ' && m_aBuffer != '=' && m_aBuffer != '\n' && m_aBuffer != '\r') {
             return true;
         }
         if (!getNextByte())
@@ -103,68 +103,68 @@ bool OrelParser::moveToStartOfUrl()
 
 bool OrelParser::moveToStartOfSrc()
 {
-    insideQuotes = false;
-    insideSingleQuotes = false;
+    m_insideQuotes = false;
+    m_insideSingleQuotes = false;
     // "src" anywhere in the tag, so data-src and srcset count too.
     for (;;) {
-        if (aBuffer == '>')
+        if (m_aBuffer == '>')
             return false;
-        if (isLetter(aBuffer, 's')) {
-            if (!getNextByte() || aBuffer == '>')
+        if (isLetter(m_aBuffer, 's')) {
+            if (!getNextByte() || m_aBuffer == '>')
                 return false;
-            if (!isLetter(aBuffer, 'r'))
+            if (!isLetter(m_aBuffer, 'r'))
                 continue;
-            if (!getNextByte() || aBuffer == '>')
+            if (!getNextByte() || m_aBuffer == '>')
                 return false;
-            if (!isLetter(aBuffer, 'c'))
+            if (!isLetter(m_aBuffer, 'c'))
                 continue;
             break;
         }
         if (!getNextByte())
             return false;
     }
-    while (aBuffer != '=') {
-        if (!getNextByte() || aBuffer == '>')
+    while (m_aBuffer != '=') {
+        if (!getNextByte() || m_aBuffer == '>')
             return false;
     }
     do {
         if (!getNextByte())
             return false;
-    } while (aBuffer == ' ');
-    if (aBuffer == '"' || aBuffer == '\'') {
-        (aBuffer == '"' ? insideQuotes : insideSingleQuotes) = true;
+    } while (m_aBuffer == ' ');
+    if (m_aBuffer == '"' || m_aBuffer == '\'') {
+        (m_aBuffer == '"' ? m_insideQuotes : m_insideSingleQuotes) = true;
         return getNextByte();
     }
-    return aBuffer != '>';
+    return m_aBuffer != '>';
 }
 
 bool OrelParser::digOutAlt()
 {
-    insideQuotes = false;
-    if (aBuffer == '>') // already at the end of the tag (an unquoted src)
+    m_insideQuotes = false;
+    if (m_aBuffer == '>') // already at the end of the tag (an unquoted src)
         return false;
     for (;;) {
-        if (!getNextByte() || aBuffer == '>')
+        if (!getNextByte() || m_aBuffer == '>')
             return false;
-        while (isLetter(aBuffer, 'a')) {
-            if (!getNextByte() || aBuffer == '>')
+        while (isLetter(m_aBuffer, 'a')) {
+            if (!getNextByte() || m_aBuffer == '>')
                 return false;
-            if (!isLetter(aBuffer, 'l'))
+            if (!isLetter(m_aBuffer, 'l'))
                 continue;
-            if (!getNextByte() || aBuffer == '>')
+            if (!getNextByte() || m_aBuffer == '>')
                 return false;
-            if (!isLetter(aBuffer, 't'))
+            if (!isLetter(m_aBuffer, 't'))
                 continue;
             do {
                 if (!getNextByte())
                     return false;
-            } while (aBuffer == ' ' || aBuffer == '=');
-            if (aBuffer == '"') {
-                insideQuotes = true;
+            } while (m_aBuffer == ' ' || m_aBuffer == '=');
+            if (m_aBuffer == '"') {
+                m_insideQuotes = true;
                 return true;
             }
-            if (aBuffer == '\'') {
-                insideSingleQuotes = true;
+            if (m_aBuffer == '\'') {
+                m_insideSingleQuotes = true;
                 return true;
             }
             return false; // an unquoted alt is not read
@@ -174,10 +174,10 @@ bool OrelParser::digOutAlt()
 
 bool OrelParser::isThisNofollow() const
 {
-    if (!bytes || counter >= static_cast<qint32>(l))
+    if (!m_bytes || m_counter >= m_l)
         return false;
-    const char *from = bytes + counter;
-    size_t n = l - static_cast<quint32>(counter);
+    const char *from = m_bytes + m_counter;
+    size_t n = size_t(m_l - m_counter);
     if (const void *end = std::memchr(from, '>', n))
         n = static_cast<size_t>(static_cast<const char *>(end) - from);
     return parsertext::containsIgnoringCase(from, static_cast<qsizetype>(n), "nofollow");
@@ -185,25 +185,35 @@ bool OrelParser::isThisNofollow() const
 
 void OrelParser::readToEndOfTag()
 {
-    while (aBuffer != '>') {
+    while (m_aBuffer != '>') {
         if (!getNextByte())
             return;
     }
 }
 
+void OrelParser::skipValue()
+{
+    const signed char closing = m_insideQuotes ? '"' : m_insideSingleQuotes ? '\'' : ' ';
+    while (m_aBuffer != closing && m_aBuffer != '>') {
+        if (!getNextByte())
+            return;
+    }
+    readToEndOfTag();
+}
+
 QString OrelParser::readValue(ValueKind kind, bool trim)
 {
-    const signed char closing = insideQuotes ? '"' : insideSingleQuotes ? '\'' : ' ';
+    const signed char closing = m_insideQuotes ? '"' : m_insideSingleQuotes ? '\'' : ' ';
     char buf[valueCap + 1];
     int n = 0;
     bool more = true;
-    if (!seoOn) {
+    if (!m_seoOn) {
         // The same steps as below with the cursor in locals: writes to buf could otherwise
         // alias the parser's fields and force a reload of each one for every byte.
-        const char *const p = bytes;
-        const qint32 end = static_cast<qint32>(l);
-        qint32 i = counter;
-        signed char c = aBuffer;
+        const char *const p = m_bytes;
+        const qsizetype end = m_l;
+        qsizetype i = m_counter;
+        signed char c = m_aBuffer;
         while (c != closing && c != '>') {
             if (static_cast<unsigned char>(c) >= 32 && n < valueCap)
                 buf[n++] = static_cast<char>(c);
@@ -213,12 +223,12 @@ QString OrelParser::readValue(ValueKind kind, bool trim)
             }
             c = static_cast<signed char>(p[i++]);
         }
-        counter = i;
-        aBuffer = c;
+        m_counter = i;
+        m_aBuffer = c;
     } else {
-        while (aBuffer != closing && aBuffer != '>') {
-            if (static_cast<unsigned char>(aBuffer) >= 32 && n < valueCap)
-                buf[n++] = static_cast<char>(aBuffer);
+        while (m_aBuffer != closing && m_aBuffer != '>') {
+            if (static_cast<unsigned char>(m_aBuffer) >= 32 && n < valueCap)
+                buf[n++] = static_cast<char>(m_aBuffer);
             if (!getNextByte()) {
                 more = false;
                 break;
@@ -263,37 +273,37 @@ QString OrelParser::valueString(const char *text, qsizetype n)
     }
     if (n == 0)
         return parsertext::urlString(text, n);
-    if (valueBuffer.isDetached() && valueBuffer.capacity() >= n) {
-        valueBuffer.resize(n);
+    if (m_valueBuffer.isDetached() && m_valueBuffer.capacity() >= n) {
+        m_valueBuffer.resize(n);
     } else {
-        valueBuffer = QString();
-        valueBuffer.reserve(qMax<qsizetype>(n, 128));
-        valueBuffer.resize(n);
+        m_valueBuffer = QString();
+        m_valueBuffer.reserve(qMax<qsizetype>(n, 128));
+        m_valueBuffer.resize(n);
     }
-    QChar *out = valueBuffer.data();
+    QChar *out = m_valueBuffer.data();
     for (qsizetype i = 0; i < n; ++i)
         out[i] = QLatin1Char(text[i]);
-    return valueBuffer;
+    return m_valueBuffer;
 }
 
 std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
 {
-    if (!bytes) {
+    if (!m_bytes) {
         log(QStringLiteral("getNextHref returning nil (no data)"));
         return std::nullopt;
     }
-    if (plaintextmode)
+    if (m_plaintextmode)
         return getNextHttp();
-    if (xmlmode)
+    if (m_xmlmode)
         return getNextXml();
     ValueKind kind;
     for (;;) {
-        if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
+        if (m_counter >= m_l || !moveIntoNextTag())
             return std::nullopt;
-        lastWasImg = false;
+        m_lastWasImg = false;
         // Every recogniser below first skips spaces and then needs its own first letter; any
         // other byte fails them all without reading, so such tags are passed over at once.
-        switch (aBuffer) {
+        switch (m_aBuffer) {
         case ' ':
         case 'a':
         case 'A':
@@ -311,12 +321,12 @@ std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
             continue;
         }
         if (isThisAnATag()) {
-            if (!followNofollow)
-                nofollow = false;
-            else if (headContainsNofollow)
-                nofollow = true;
+            if (!m_followNofollow)
+                m_nofollow = false;
+            else if (m_headContainsNofollow)
+                m_nofollow = true;
             else
-                nofollow = isThisNofollow();
+                m_nofollow = isThisNofollow();
             if (moveToStartOfUrl()) {
                 kind = ValueKind::Anchor;
                 break;
@@ -325,14 +335,14 @@ std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
         }
         if (isThisAScriptTag()) {
             // Nothing inside a script is a link; its own src is not one either.
-            isScriptOrComment = true;
+            m_isScriptOrComment = true;
             do {
                 if (!moveIntoNextTag()) {
-                    isScriptOrComment = false;
+                    m_isScriptOrComment = false;
                     return std::nullopt;
                 }
             } while (!isThisEndScriptTag());
-            isScriptOrComment = false;
+            m_isScriptOrComment = false;
             continue;
         }
         if (isThisAFrameTag()) {
@@ -350,23 +360,26 @@ std::optional<QString> OrelParser::getNextHref(bool checkImages, bool trim)
             continue;
         }
     }
-    if (kind == ValueKind::Anchor && zrefFound)
+    if (kind == ValueKind::Anchor && m_zrefFound) {
+        // The value is passed over unread, so that getData() starts at the link text.
+        skipValue();
         return mcmsZref();
+    }
     QString url = readValue(kind, trim);
     // The cursor stays inside an img tag so that getData() can still find its alt text.
     if (kind == ValueKind::Image)
-        lastWasImg = true;
+        m_lastWasImg = true;
     return url;
 }
 
 std::optional<QString> OrelParser::getNextImg()
 {
-    if (!bytes) {
+    if (!m_bytes) {
         log(QStringLiteral("getNextHref returning nil (no data)"));
         return std::nullopt;
     }
     for (;;) {
-        if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
+        if (m_counter >= m_l || !moveIntoNextTag())
             return std::nullopt;
         if (isThisAnImgTag() && moveToStartOfSrc())
             return readValue(ValueKind::Resource, true);
@@ -375,12 +388,12 @@ std::optional<QString> OrelParser::getNextImg()
 
 std::optional<QString> OrelParser::getNextScriptSrc()
 {
-    if (!bytes) {
+    if (!m_bytes) {
         log(QStringLiteral("getNextScriptSrc returning nil (no data)"));
         return std::nullopt;
     }
     for (;;) {
-        if (counter >= static_cast<qint32>(l) || !moveIntoNextTag())
+        if (m_counter >= m_l || !moveIntoNextTag())
             return std::nullopt;
         if (isThisAScriptTag() && moveToStartOfSrc())
             return readValue(ValueKind::Resource, true);
@@ -389,19 +402,19 @@ std::optional<QString> OrelParser::getNextScriptSrc()
 
 std::optional<QString> OrelParser::getNextHttp()
 {
-    if (!bytes || !getNextByte())
+    if (!m_bytes || !getNextByte())
         return std::nullopt;
     auto separator = [](signed char b) { return static_cast<unsigned char>(b) <= 32 || b == ','; };
-    while (separator(aBuffer)) {
+    while (separator(m_aBuffer)) {
         if (!getNextByte())
             return std::nullopt;
     }
     char buf[valueCap + 1];
     int n = 0;
     do {
-        if (static_cast<unsigned char>(aBuffer) >= 32 && n < valueCap)
-            buf[n++] = static_cast<char>(aBuffer);
-    } while (getNextByte() && !separator(aBuffer));
+        if (static_cast<unsigned char>(m_aBuffer) >= 32 && n < valueCap)
+            buf[n++] = static_cast<char>(m_aBuffer);
+    } while (getNextByte() && !separator(m_aBuffer));
     buf[n] = 0;
     trimThisCharacter('\'', buf);
     trimThisCharacter('"', buf);
@@ -428,7 +441,7 @@ std::optional<QString> OrelParser::getNextXml()
 std::optional<QString> OrelParser::findTagHref(bool (OrelParser::*recogniser)())
 {
     for (;;) {
-        if (!bytes || counter >= static_cast<qint32>(l)) {
+        if (!m_bytes || m_counter >= m_l) {
             log(QStringLiteral("reached end of file"));
             return std::nullopt;
         }
@@ -437,15 +450,15 @@ std::optional<QString> OrelParser::findTagHref(bool (OrelParser::*recogniser)())
         if ((this->*recogniser)() && moveToStartOfUrl())
             break;
     }
-    if (zrefFound)
+    if (m_zrefFound)
         return mcmsZref();
-    const signed char closing = insideQuotes ? '"' : insideSingleQuotes ? '\'' : ' ';
+    const signed char closing = m_insideQuotes ? '"' : m_insideSingleQuotes ? '\'' : ' ';
     char buf[valueCap + 1];
     int n = 0;
     bool more = true;
-    while (aBuffer != closing && aBuffer != '"' && aBuffer != '\'' && aBuffer != '>') {
+    while (m_aBuffer != closing && m_aBuffer != '"' && m_aBuffer != '\'' && m_aBuffer != '>') {
         if (n < valueCap)
-            buf[n++] = static_cast<char>(aBuffer);
+            buf[n++] = static_cast<char>(m_aBuffer);
         if (!getNextByte()) {
             more = false;
             break;

@@ -50,13 +50,13 @@ QString OrelParser::findTitle()
         if (!title && !tag.closing && parsertext::equalsIgnoringCase(tag.buf, tag.n, "title"))
             title = withoutLineBreaks(getData());
         else if (tag.closing && parsertext::equalsIgnoringCase(tag.buf, tag.n, "head")) {
-            endHead = counter;
+            m_endHead = m_counter;
             return title ? *title : QLatin1String("");
         }
     }
     if (title)
         return *title;
-    endHead = 0;
+    m_endHead = 0;
     return QLatin1String("");
 }
 
@@ -71,13 +71,13 @@ void OrelParser::findKeywordsAndDescription()
         if (meta && parsertext::containsIgnoringCase(tag.buf, tag.n, "description")) {
             // The Open Graph description is not the page's description.
             if (!parsertext::containsIgnoringCase(tag.buf, tag.n, "og:description"))
-                metadescription = withoutLineBreaks(
-                        pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
+                m_metadescription = withoutLineBreaks(
+                        pullOutMetaDescription(parsertext::decode(tag.buf, tag.n)));
         } else if (meta && parsertext::containsIgnoringCase(tag.buf, tag.n, "keywords")) {
-            keywords = withoutLineBreaks(
-                    pullOutMetaDescription(parsertext::decode(tag.buf, tag.n, nullptr)));
+            m_keywords =
+                    withoutLineBreaks(pullOutMetaDescription(parsertext::decode(tag.buf, tag.n)));
         } else if (parsertext::containsIgnoringCase(tag.buf, tag.n, "canonical")) {
-            canonical = withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n, nullptr)));
+            m_canonical = withoutLineBreaks(pullOutHref(parsertext::decode(tag.buf, tag.n)));
         }
     }
 }
@@ -140,13 +140,13 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
     const QUrl base(basHref);
     // Work on a private copy; the cached length stays as it was, so the scan below stops short
     // of the end by the bytes inserted so far.
-    data.detach();
-    bytes = data.constData();
+    m_data.detach();
+    m_bytes = m_data.constData();
     auto insertAtCursor = [this](const QByteArray &text) {
-        data.insert(counter, text);
-        bytes = data.constData();
+        m_data.insert(m_counter, text);
+        m_bytes = m_data.constData();
     };
-    if (!codebase) {
+    if (!m_codebase) {
         // Give the local copy a base so that its relative links still work.
         for (;;) {
             if (!moveIntoNextTag()) {
@@ -156,7 +156,7 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
             if (isThisAHeadTag())
                 break;
         }
-        while (aBuffer != '>') {
+        while (m_aBuffer != '>') {
             if (!getNextByte()) {
                 log(QStringLiteral("highlight failing because can't find next > after head"));
                 return std::nullopt;
@@ -177,11 +177,11 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
         if (!match)
             continue;
         // Back to just after the tag name's first letter; the style goes in there.
-        counter = lastTagPassed;
+        m_counter = m_lastTagPassed;
         isThisAnATag();
         insertAtCursor(styleBytes);
     }
-    return data;
+    return m_data;
 }
 
 QString OrelParser::borderStyle(const QString &width, const QString &lineStyle, double red,

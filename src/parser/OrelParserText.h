@@ -6,11 +6,12 @@
 
 namespace orel::parsertext {
 
-// Bytes to text, trying UTF-8, ISO Latin 1, UTF-16 and ASCII in that order. ISO Latin 1 counts
-// as failed when the bytes hold C1 controls (0x80-0x9F); *ok is false when nothing fits.
-QString decode(const char *text, qsizetype n, bool *ok);
+// Bytes to text: UTF-8 when they are valid UTF-8, else ISO Latin 1 with the bytes 0x80-0x9F
+// read as Windows-1252 (the undefined five stay C1 controls). Latin 1 takes every byte, so the
+// UTF-16 and ASCII readings that would follow it in the chain are never reached.
+QString decode(const char *text, qsizetype n);
 // The same into `into`; plain ASCII is copied into its buffer when it has one of its own.
-void decode(const char *text, qsizetype n, QString &into, bool *ok);
+void decode(const char *text, qsizetype n, QString &into);
 // Bytes of a URL to a string: ASCII as it is, other bytes kept (as UTF-8 when valid).
 QString urlString(const char *text, qsizetype n);
 // Text to ASCII bytes, "?" for anything beyond.

@@ -126,6 +126,15 @@ TEST(CrawlScope, ResolvesHrefsAgainstTheBase)
     const Row cases[] = {
         { "other.html", "http://h.com/dir/other.html" },
         { "../up.html", "http://h.com/up.html" },
+        // A ".." with a segment before it removes it; one that would climb above the root stays.
+        { "../../up.html", "http://h.com/../up.html" },
+        { "./a/../../../x", "http://h.com/../x" },
+        { "../../a/./b/../c?q", "http://h.com/../a/c?q" },
+        { "..", "http://h.com/" },
+        { "../..", "http://h.com/.." },
+        { "/../root.html", "http://h.com/../root.html" },
+        { "https://x.org/a/../../b", "https://x.org/../b" },
+        { "//cdn.org/./../s.js", "http://cdn.org/../s.js" },
         { "/root.html", "http://h.com/root.html" },
         { "my page.html", "http://h.com/dir/my%20page.html" },
         { "?q=1", "http://h.com/dir/page.html?q=1" },

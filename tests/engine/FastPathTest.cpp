@@ -18,8 +18,9 @@ TEST(FastPath, ResolvedUrlsKeptAcrossCallsStayIntact)
 {
     const QUrl base(QStringLiteral("http://h.test/a/b/page.html"));
     const HrefResolver resolver(base);
-    const QStringList hrefs { "p.html",   "../q.html", "/r.html",    "./s/../t.html",
-                              "x y.html", "p.html",    "a/./b/../c", "//o.test/z" };
+    const QStringList hrefs { "p.html",        "../q.html",  "/r.html",
+                              "./s/../t.html", "x y.html",   "p.html",
+                              "a/./b/../c",    "//o.test/z", "../../../../up.html" };
     QList<std::optional<QString>> kept;
     for (const QString &h : hrefs)
         kept.append(resolver.resolve(h));

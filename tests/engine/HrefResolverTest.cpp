@@ -9,7 +9,8 @@
 using orel::CrawlScope;
 using orel::HrefResolver;
 
-// The string join must give exactly what the URL parser gives, for every base and href.
+// The string join must give exactly what the URL parser gives, for every base and href; the two
+// remove dot segments, and keep those that climb above the root, each in its own way.
 TEST(HrefResolver, AgreesWithTheUrlParser)
 {
     const QStringList bases { "http://h.test/dir/page.html",
@@ -21,7 +22,8 @@ TEST(HrefResolver, AgreesWithTheUrlParser)
                               "file:///srv/site/index.html",
                               "http://u:p@h.test/a/",
                               "http://[::1]:8080/x/y",
-                              "http://h.test/a/./b/../c.html" };
+                              "http://h.test/a/./b/../c.html",
+                              "http://h.test/../up/" };
     QStringList hrefs { "p.html",
                         "/p.html",
                         "../p.html",

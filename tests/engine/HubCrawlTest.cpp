@@ -227,6 +227,49 @@ TEST_F(HubTest, EndOfRunTotalsAndAlerts)
     EXPECT_DOUBLE_EQ(total(DefaultsKey::TotalWhenLastCongratulated), 100001.0);
 }
 
+// What a served page's bytes become in the records: link texts and titles.
+TEST_F(HubTest, ServedPagesGiveTheirLinksTextsAndTitles)
+{
+    QTemporaryDir dir;
+    writeFile(dir.path() + "/index.html",
+              "<html><head><title>Home</title></head><body>"
+              "<a zref=\"/cms/abc\">zref link</a><a href=\"latin.html\">Latin</a>"
+              "<a href=\"../../above.html\">above</a><a href=\"sub/../../x/../above.html\">a2</a>"
+              "</body></html>");
+    writeFile(dir.path() + "/above.html", "<p>the root's own file</p>");
+    // A page in Windows-1252, as many pages labelled ISO Latin 1 are.
+    writeFile(dir.path() + "/latin.html",
+              "<html><head><title>Caf\xe9 \x96 Don\x92t</title></head><body>"
+              "<a href=\"next.html\">\x93Quoted\x94 \x80\x81</a></body></html>");
+    writeFile(dir.path() + "/next.html", "<p>end</p>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    QStringList zrefTexts;
+    for (int i = 0; i < hub->recordCount(); ++i) {
+        if (hub->recordAt(i)->getStatus() == QStringLiteral("MCMS zref"))
+            zrefTexts << hub->recordAt(i)->getLinkText();
+    }
+    EXPECT_EQ(zrefTexts.join("|").toStdString(), "zref link");
+
+    LinkCheckerUrl *latin = byUrl(server.url("/latin.html"));
+    LinkCheckerUrl *next = byUrl(server.url("/next.html"));
+    ASSERT_TRUE(latin && next);
+    EXPECT_EQ(latin->getLinkPageTitle(), QString::fromUtf16(u"Caf\u00e9 \u2013 Don\u2019t"));
+    EXPECT_EQ(next->getLinkText(), QString::fromUtf16(u"\u201cQuoted\u201d \u20ac\u0081"));
+    EXPECT_EQ(next->getOnPageNameArray(), QStringList { latin->getLinkPageTitle() });
+
+    // Links that climb above the root keep their ".." and are never fetched.
+    for (const char *path : { "/../../above.html", "/../above.html" }) {
+        LinkCheckerUrl *above = byUrl(server.url(path));
+        EXPECT_EQ(above ? above->getStatus() : QStringLiteral("<no record>"),
+                  QStringLiteral("badly formed url"))
+                << path;
+    }
+    EXPECT_FALSE(byUrl(server.url("/above.html")));
+    EXPECT_EQ(server.requestLog().filter(QStringLiteral("above")), QStringList());
+}
+
 TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
 {
     for (const char *url : { "http://127.0.0.1:1/", "http://127.0.0.1:1/a/../../x.html",

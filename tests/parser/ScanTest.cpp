@@ -3,11 +3,14 @@
 #include "ParserTestUtil.h"
 
 #include "parser/OrelDbItem.h"
+#include "parser/OrelParserText.h"
 #include "parser/OrelXmlTag.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
+
+#include <cstring>
 
 #include <sys/stat.h>
 
@@ -91,6 +94,8 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
           { "x|&amp; &quot;\" &#38; &copy;" } },
         { "<a href=x>caf\xc3\xa9</a>", { "x|caf\xc3\xa9" } },
         { "<a href=x>caf\xe9</a>", { "x|caf\xc3\xa9" } }, // ISO Latin 1 that is not UTF-8
+        { "<a href=x>Don\x92t \x93go\x94</a>",
+          { "x|Don\xe2\x80\x99t \xe2\x80\x9cgo\xe2\x80\x9d" } },
         { "<a href=x><img src='y.gif' alt='Go'></a>",
           { "x|[linked img]:Go", "y.gif|[img src]:Go" } },
         { "<a href=x>Go <IMG SRC=y.gif></a>", { "x|Go [linked img]", "y.gif|[img src]" } },
@@ -99,6 +104,10 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
         { "<img src='a.png' alt=Logo>", { "a.png|[img src]" } },
         { "<img src='a.png' alt='Line\nbreak'>", { "a.png|[img src]:Linebreak" } },
         { "<frame src='f.html'>after frame<a href=y>", { "f.html|after frame", "y|" } },
+        // A zref value is passed over, so its text is the link text.
+        { "<a zref=\"abc\" class=z>zref link</a><a href=y>Y</a>",
+          { "MCMS zref|zref link", "y|Y" } },
+        { "<a zref=''>Z</a><a zref=bare>B</a>", { "MCMS zref|Z", "MCMS zref|B" } },
     };
     for (const auto &[page, expected] : cases)
         EXPECT_EQ(hrefs(page, false, true), expected) << page;
@@ -127,6 +136,28 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
     }
     EXPECT_EQ(texts, QStringList({ "long first text", "caf\u00e9", "", "<x", "", "Y" }));
     EXPECT_EQ(copy, QStringLiteral("an earlier link text, longer than any of those below"));
+}
+
+TEST(ParserScan, TextIsUtf8ElseLatin1ReadAsWindows1252)
+{
+    const std::pair<const char *, const char16_t *> cases[] = {
+        { "", u"" },
+        { "plain", u"plain" },
+        { "caf\xc3\xa9 \xe2\x82\xac", u"caf\u00e9 \u20ac" }, // UTF-8
+        { "\xc2\x93", u"\u0093" }, // valid UTF-8 wins, even for a C1 control
+        { "caf\xe9 na\xefve \xff", u"caf\u00e9 na\u00efve \u00ff" }, // pure Latin 1
+        { "Don\x92t \x93q\x94 \x96 \x97 \x85 \x80\x8a\x9f",
+          u"Don\u2019t \u201cq\u201d \u2013 \u2014 \u2026 \u20ac\u0160\u0178" },
+        { "\x81\x8d\x8f\x90\x9d", u"\u0081\u008d\u008f\u0090\u009d" }, // undefined: C1
+        { "\xc3\xa9 \x92 \xe9", u"\u00c3\u00a9 \u2019 \u00e9" }, // not UTF-8 as a whole
+    };
+    for (const auto &[bytes, text] : cases) {
+        const QString expected = QString::fromUtf16(text);
+        EXPECT_EQ(parsertext::decode(bytes, qsizetype(std::strlen(bytes))), expected) << bytes;
+        QString into = QStringLiteral("reused");
+        parsertext::decode(bytes, qsizetype(std::strlen(bytes)), into);
+        EXPECT_EQ(into, expected) << bytes;
+    }
 }
 
 TEST(ParserScan, TagReaderMarksClosingTagsAndCutsAt1000Bytes)
@@ -228,4 +259,26 @@ TEST(ParserScan, BadInputEndsCleanly)
         EXPECT_FALSE(p->getNextHref(true, false));
         EXPECT_TRUE(log.contains(QStringLiteral("getNextHref returning nil (no data)")));
     }
+}
+
+// A page past 2 GiB is read to its end: the cursor and the lengths are 64-bit. Costs about 2 GiB
+// and a few seconds; filtered out with --gtest_filter=-*.Large*.
+TEST(ParserScan, LargePageIsReadToItsLastByte)
+{
+    const QByteArray head = "<html><head><title>Big</title></head><body><a href=first>F</a>";
+    const QByteArray tail = "<a href='tail.html'>Tail</a></body></html>";
+    const qsizetype size = (qsizetype(1) << 31) + 4096;
+    QByteArray page(size, Qt::Uninitialized);
+    std::memcpy(page.data(), head.constData(), size_t(head.size()));
+    std::memset(page.data() + head.size(), 'x', size_t(size - head.size() - tail.size()));
+    std::memcpy(page.data() + size - tail.size(), tail.constData(), size_t(tail.size()));
+    auto p = scan(page);
+    ASSERT_TRUE(p);
+    EXPECT_EQ(p->getLength(), size);
+    EXPECT_EQ(p->getTitle(), QStringLiteral("Big"));
+    EXPECT_EQ(p->getNextHref(true, false), QStringLiteral("first"));
+    EXPECT_EQ(p->getNextHref(true, false), QStringLiteral("tail.html"));
+    EXPECT_GT(p->getCounter(), qsizetype(1) << 31);
+    EXPECT_EQ(p->getData(), QStringLiteral("Tail"));
+    EXPECT_FALSE(p->getNextHref(true, false));
 }
