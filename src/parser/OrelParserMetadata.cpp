@@ -2,6 +2,7 @@
 #include "parser/OrelParser.h"
 
 #include "common/Log.h"
+#include "common/UrlResolution.h"
 #include "parser/OrelParserText.h"
 
 namespace orel {
@@ -168,7 +169,11 @@ std::optional<QByteArray> OrelParser::highlightBadink(const QString &badLink, co
     reset();
     const QByteArray styleBytes = parsertext::asciiLossy(style);
     while (std::optional<QString> href = getNextHref(false, trim)) {
-        const QUrl absolute = base.resolved(QUrl(*href));
+        // Read as the crawl reads it, so that a link kept with ".." above the root matches.
+        const std::optional<QUrl> resolved = resolveUrl(base, *href);
+        if (!resolved)
+            continue;
+        const QUrl &absolute = *resolved;
         const QString encoded = absolute.toString(QUrl::FullyEncoded);
         const QString plain = absolute.toString();
         const bool match = ignoringQS ? (badLink.contains(encoded) || badLink.contains(plain))

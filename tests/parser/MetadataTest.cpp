@@ -103,6 +103,13 @@ TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
                       + " href='X/'>2</a><f" + style
                       + "rame src=\"x\"><a href=y>3</a><a href=x>4</a>");
 
+    // A link that climbs above the root is recorded with its ".." and found under it.
+    auto above =
+            scan("<base href=\"http://s/\"><a href=\"../up.html\">u</a>" + QByteArray(100, ' '));
+    const auto climbing = highlight(*above, "http://s/../up.html");
+    ASSERT_TRUE(climbing);
+    EXPECT_TRUE(climbing->contains(QByteArray("<a" + style + " href=\"../up.html\"")));
+
     // Ignoring the query, a link matches when the bad link contains it.
     for (bool ignoringQS : { true, false }) {
         auto q = scan("<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' '));
