@@ -161,14 +161,14 @@ std::optional<bool> parseSwitch(const QString &text)
 } // namespace
 
 OrelConfigManager::OrelConfigManager(SettingsControls *controls, QObject *parent)
-    : QObject(parent), controls_(controls)
+    : QObject(parent), m_controls(controls)
 {
-    connect(controls_, &SettingsControls::changed, this, &OrelConfigManager::controlsChanged);
+    connect(m_controls, &SettingsControls::changed, this, &OrelConfigManager::controlsChanged);
 }
 
 void OrelConfigManager::controlsChanged()
 {
-    if (!applying_)
+    if (!m_applying)
         setEdited(true);
 }
 
@@ -202,12 +202,12 @@ void OrelConfigManager::loadAllUrls()
         AppSupport::ensureFolder();
     }
     // A new configuration still being entered is not on disk; keep its row.
-    const bool keepNew = creatingNewConfig_ && !nameCollection_.isEmpty();
-    const QString newName = keepNew ? nameCollection_.last() : QString();
+    const bool keepNew = m_creatingNewConfig && !m_nameCollection.isEmpty();
+    const QString newName = keepNew ? m_nameCollection.last() : QString();
 
-    collection_.clear();
-    nameCollection_.clear();
-    fileNameCollection_.clear();
+    m_collection.clear();
+    m_nameCollection.clear();
+    m_fileNameCollection.clear();
     // Sorted by name so the list is stable between runs (row numbers are remembered).
     const QDir dir(AppSupport::folder());
     const QFileInfoList entries =
@@ -225,29 +225,29 @@ void OrelConfigManager::loadAllUrls()
         if (!dict.contains(QStringLiteral("url")) || url.isEmpty())
             continue;
         const QString name = dict.value(QStringLiteral("name")).toString();
-        collection_.append(url);
-        nameCollection_.append(name.isEmpty() ? url : name);
-        fileNameCollection_.append(fileName);
+        m_collection.append(url);
+        m_nameCollection.append(name.isEmpty() ? url : name);
+        m_fileNameCollection.append(fileName);
     }
     if (keepNew) {
-        collection_.append(QString());
-        nameCollection_.append(newName);
-        fileNameCollection_.append(QString());
+        m_collection.append(QString());
+        m_nameCollection.append(newName);
+        m_fileNameCollection.append(QString());
     }
 
     // Keep the selection on the same file.
     int row = -1;
     if (keepNew)
         row = count() - 1;
-    else if (!selectedConfigFilename_.isEmpty())
-        row = int(fileNameCollection_.indexOf(selectedConfigFilename_));
+    else if (!m_selectedConfigFilename.isEmpty())
+        row = int(m_fileNameCollection.indexOf(m_selectedConfigFilename));
     setSelectedRowQuietly(row);
 
     const bool few = count() < 2;
     if (few)
         UserDefaults::setValue(QLatin1String(DefaultsKey::DrawerOpen), false);
-    if (few != fewConfigurations_) {
-        fewConfigurations_ = few;
+    if (few != m_fewConfigurations) {
+        m_fewConfigurations = few;
         Q_EMIT fewConfigurationsChanged(few);
     }
     Q_EMIT listChanged();
@@ -255,55 +255,55 @@ void OrelConfigManager::loadAllUrls()
 
 QString OrelConfigManager::urlAt(int row) const
 {
-    return row >= 0 && row < count() ? collection_.at(row) : QString();
+    return row >= 0 && row < count() ? m_collection.at(row) : QString();
 }
 
 QString OrelConfigManager::nameAt(int row) const
 {
-    return row >= 0 && row < count() ? nameCollection_.at(row) : QString();
+    return row >= 0 && row < count() ? m_nameCollection.at(row) : QString();
 }
 
 QString OrelConfigManager::fileNameAt(int row) const
 {
-    return row >= 0 && row < count() ? fileNameCollection_.at(row) : QString();
+    return row >= 0 && row < count() ? m_fileNameCollection.at(row) : QString();
 }
 
 void OrelConfigManager::setSelectedRowQuietly(int row)
 {
     if (row < 0 || row >= count())
         row = -1;
-    selectedRow_ = row;
-    selectedConfigFilename_ = fileNameAt(row);
+    m_selectedRow = row;
+    m_selectedConfigFilename = fileNameAt(row);
     Q_EMIT selectionChanged(row);
 }
 
 void OrelConfigManager::selectRow(int row)
 {
     // Choosing another row abandons a new configuration that was never saved.
-    if (creatingNewConfig_ && row != count() - 1) {
-        creatingNewConfig_ = false;
-        collection_.removeLast();
-        nameCollection_.removeLast();
-        fileNameCollection_.removeLast();
+    if (m_creatingNewConfig && row != count() - 1) {
+        m_creatingNewConfig = false;
+        m_collection.removeLast();
+        m_nameCollection.removeLast();
+        m_fileNameCollection.removeLast();
         Q_EMIT listChanged();
     }
     setSelectedRowQuietly(row);
-    if (selectedRow_ < 0 || selectedConfigFilename_.isEmpty())
+    if (m_selectedRow < 0 || m_selectedConfigFilename.isEmpty())
         return;
-    const std::optional<QVariantMap> dict = readConfig(selectedConfigFilename_);
+    const std::optional<QVariantMap> dict = readConfig(m_selectedConfigFilename);
     if (!dict)
         return;
-    settingsLoadedFromLocation_.clear();
+    m_settingsLoadedFromLocation.clear();
     implementSettingsFromDictionary(*dict);
-    setWindowTitle(nameAt(selectedRow_));
+    setWindowTitle(nameAt(m_selectedRow));
 }
 
 int OrelConfigManager::findConfiguration(const QString &nameOrFile) const
 {
-    const int byFile = int(fileNameCollection_.indexOf(nameOrFile));
+    const int byFile = int(m_fileNameCollection.indexOf(nameOrFile));
     if (byFile >= 0 && !nameOrFile.isEmpty())
         return byFile;
-    return int(nameCollection_.indexOf(nameOrFile));
+    return int(m_nameCollection.indexOf(nameOrFile));
 }
 
 std::optional<QVariantMap> OrelConfigManager::readConfig(const QString &fileName) const
@@ -335,20 +335,20 @@ QStringList OrelConfigManager::settingsKeys()
 
 QVariantMap OrelConfigManager::compileConfigDict() const
 {
-    const SettingsControls &c = *controls_;
+    const SettingsControls &c = *m_controls;
     QVariantMap d;
     d.insert(QStringLiteral("url"), c.urlField);
     QString name;
-    if (selectedRow_ >= 0)
-        name = nameAt(selectedRow_);
-    else if (!loadedName_.isEmpty())
-        name = loadedName_;
+    if (m_selectedRow >= 0)
+        name = nameAt(m_selectedRow);
+    else if (!m_loadedName.isEmpty())
+        name = m_loadedName;
     else
         name = c.urlField;
     d.insert(QStringLiteral("name"), name);
-    d.insert(QStringLiteral("checkBlacklist"), checkBlacklistArray_.join(QLatin1Char(',')));
-    d.insert(QStringLiteral("followBlacklist"), followBlacklistArray_.join(QLatin1Char(',')));
-    d.insert(QStringLiteral("followWhitelist"), followWhitelistArray_.join(QLatin1Char(',')));
+    d.insert(QStringLiteral("checkBlacklist"), m_checkBlacklistArray.join(QLatin1Char(',')));
+    d.insert(QStringLiteral("followBlacklist"), m_followBlacklistArray.join(QLatin1Char(',')));
+    d.insert(QStringLiteral("followWhitelist"), m_followWhitelistArray.join(QLatin1Char(',')));
     d.insert(QStringLiteral("numberOfThreads"), QString::number(c.numberOfThreads));
     d.insert(QStringLiteral("timeOut"), numberText(c.timeoutField));
     d.insert(QStringLiteral("delay"), numberText(c.delayField));
@@ -356,13 +356,13 @@ QVariantMap OrelConfigManager::compileConfigDict() const
         const bool on = (c.*(s.member) != CheckState::Off) != s.inverted;
         d.insert(QLatin1String(s.key), on ? YES : NO);
     }
-    d.insert(QStringLiteral("OrrelwickMainWindowEdited"), edited_ ? YES : NO);
-    d.insert(QStringLiteral("selectedConfig"), QString::number(selectedRow_));
-    d.insert(QStringLiteral("sitemapRules"), sitemapRules_);
-    if (!sitemapSaveDirectory_.isEmpty())
-        d.insert(QStringLiteral("sitemapSaveDirectory"), sitemapSaveDirectory_);
-    if (!sitemapSaveFilename_.isEmpty())
-        d.insert(QStringLiteral("sitemapSaveFilename"), sitemapSaveFilename_);
+    d.insert(QStringLiteral("OrrelwickMainWindowEdited"), m_edited ? YES : NO);
+    d.insert(QStringLiteral("selectedConfig"), QString::number(m_selectedRow));
+    d.insert(QStringLiteral("sitemapRules"), m_sitemapRules);
+    if (!m_sitemapSaveDirectory.isEmpty())
+        d.insert(QStringLiteral("sitemapSaveDirectory"), m_sitemapSaveDirectory);
+    if (!m_sitemapSaveFilename.isEmpty())
+        d.insert(QStringLiteral("sitemapSaveFilename"), m_sitemapSaveFilename);
     return d;
 }
 
@@ -385,16 +385,16 @@ QVariantMap OrelConfigManager::compileBlankDict()
 
 void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
 {
-    applying_ = true;
-    SettingsControls &c = *controls_;
+    m_applying = true;
+    SettingsControls &c = *m_controls;
 
     if (dict.contains(QStringLiteral("url")))
         c.urlField = dict.value(QStringLiteral("url")).toString();
-    loadedName_ = dict.value(QStringLiteral("name")).toString();
+    m_loadedName = dict.value(QStringLiteral("name")).toString();
 
-    checkBlacklistArray_ = splitRules(dict.value(QStringLiteral("checkBlacklist")));
-    followBlacklistArray_ = splitRules(dict.value(QStringLiteral("followBlacklist")));
-    followWhitelistArray_ = splitRules(dict.value(QStringLiteral("followWhitelist")));
+    m_checkBlacklistArray = splitRules(dict.value(QStringLiteral("checkBlacklist")));
+    m_followBlacklistArray = splitRules(dict.value(QStringLiteral("followBlacklist")));
+    m_followWhitelistArray = splitRules(dict.value(QStringLiteral("followWhitelist")));
 
     c.numberOfThreads =
             std::clamp(leadingInt(dict.value(QStringLiteral("numberOfThreads")).toString()),
@@ -411,16 +411,16 @@ void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
         c.*(s.member) = on != s.inverted ? CheckState::On : CheckState::Off;
     }
 
-    sitemapRules_.clear();
+    m_sitemapRules.clear();
     const QVariant rules = dict.value(QStringLiteral("sitemapRules"));
     if (rules.typeId() == QMetaType::QVariantList) {
         for (const QVariant &r : rules.toList()) {
             if (r.typeId() == QMetaType::QVariantMap)
-                sitemapRules_.append(r);
+                m_sitemapRules.append(r);
         }
     }
-    sitemapSaveDirectory_ = dict.value(QStringLiteral("sitemapSaveDirectory")).toString();
-    sitemapSaveFilename_ = dict.value(QStringLiteral("sitemapSaveFilename")).toString();
+    m_sitemapSaveDirectory = dict.value(QStringLiteral("sitemapSaveDirectory")).toString();
+    m_sitemapSaveFilename = dict.value(QStringLiteral("sitemapSaveFilename")).toString();
 
     const QString dateStamp = dict.value(QStringLiteral("dateStamp")).toString();
     if (dateStamp.isEmpty()) {
@@ -433,7 +433,7 @@ void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
     }
 
     Q_EMIT c.changed();
-    applying_ = false;
+    m_applying = false;
     Q_EMIT rulesChanged();
     Q_EMIT sitemapRulesChanged();
     setEdited(isYes(dict.value(QStringLiteral("OrrelwickMainWindowEdited"))));
@@ -515,11 +515,11 @@ bool OrelConfigManager::applySettingsKey(const QString &key, const QString &valu
     } else {
         dict.insert(key, value);
     }
-    const int row = selectedRow_;
+    const int row = m_selectedRow;
     implementSettingsFromDictionary(dict);
     if (key == QLatin1String("name")) {
         if (row >= 0 && row < count())
-            nameCollection_[row] = value;
+            m_nameCollection[row] = value;
     }
     if (key == QLatin1String("selectedConfig"))
         setSelectedRowQuietly(value.trimmed().toInt());
@@ -558,8 +558,8 @@ QString OrelConfigManager::saveMenuItem()
     QVariantMap dict = compileConfigDict();
     dict.insert(QStringLiteral("OrrelwickMainWindowEdited"), NO);
 
-    if (!settingsLoadedFromLocation_.isEmpty()) {
-        const QString path = settingsLoadedFromLocation_;
+    if (!m_settingsLoadedFromLocation.isEmpty()) {
+        const QString path = m_settingsLoadedFromLocation;
         QVariantMap merged;
         if (const auto old = Plist::readFile(path); old && old->typeId() == QMetaType::QVariantMap)
             merged = old->toMap();
@@ -576,9 +576,9 @@ QString OrelConfigManager::saveMenuItem()
 
     AppSupport::ensureFolder();
     const bool existing =
-            selectedRow_ >= 0 && !creatingNewConfig_ && !fileNameAt(selectedRow_).isEmpty();
+            m_selectedRow >= 0 && !m_creatingNewConfig && !fileNameAt(m_selectedRow).isEmpty();
     const QString fileName =
-            existing ? fileNameAt(selectedRow_) : newFileNameForUrl(controls_->urlField);
+            existing ? fileNameAt(m_selectedRow) : newFileNameForUrl(m_controls->urlField);
     const QString path = pathForFilename(fileName);
 
     // Keys the controls do not hold (status, date stamp) survive the save.
@@ -594,17 +594,17 @@ QString OrelConfigManager::saveMenuItem()
         return QString();
     }
 
-    if (creatingNewConfig_) {
-        creatingNewConfig_ = false;
-        collection_.removeLast();
-        nameCollection_.removeLast();
-        fileNameCollection_.removeLast();
+    if (m_creatingNewConfig) {
+        m_creatingNewConfig = false;
+        m_collection.removeLast();
+        m_nameCollection.removeLast();
+        m_fileNameCollection.removeLast();
     }
-    selectedConfigFilename_ = fileName;
+    m_selectedConfigFilename = fileName;
     setEdited(false);
     log(QStringLiteral("filename of selected item is %1").arg(fileName));
     loadAllUrls();
-    setWindowTitle(nameAt(selectedRow_));
+    setWindowTitle(nameAt(m_selectedRow));
     return fileName;
 }
 
@@ -618,25 +618,25 @@ bool OrelConfigManager::openSettings(const QString &path, QString *error)
             *error = QStringLiteral("%1: not a settings file").arg(path);
         return false;
     }
-    if (creatingNewConfig_)
+    if (m_creatingNewConfig)
         selectRow(-1);
     setSelectedRowQuietly(-1);
     implementSettingsFromDictionary(v->toMap());
-    settingsLoadedFromLocation_ = path;
+    m_settingsLoadedFromLocation = path;
     setWindowTitle(QFileInfo(path).fileName());
     return true;
 }
 
 void OrelConfigManager::showDefaults()
 {
-    applying_ = true;
-    controls_->setDefaults();
-    applying_ = false;
-    checkBlacklistArray_.clear();
-    followBlacklistArray_.clear();
-    followWhitelistArray_.clear();
-    sitemapRules_.clear();
-    loadedName_.clear();
+    m_applying = true;
+    m_controls->setDefaults();
+    m_applying = false;
+    m_checkBlacklistArray.clear();
+    m_followBlacklistArray.clear();
+    m_followWhitelistArray.clear();
+    m_sitemapRules.clear();
+    m_loadedName.clear();
     setStatusLine(QString());
     Q_EMIT rulesChanged();
     Q_EMIT sitemapRulesChanged();
@@ -644,7 +644,7 @@ void OrelConfigManager::showDefaults()
 
 bool OrelConfigManager::deleteMenuItem()
 {
-    if (crawlRunning_ || selectedRow_ < 0)
+    if (m_crawlRunning || m_selectedRow < 0)
         return false;
     const int answer = Dialogs::current().alert(
             localized("Delete Configuration"),
@@ -653,7 +653,7 @@ bool OrelConfigManager::deleteMenuItem()
     if (answer != 0)
         return false;
 
-    const int row = selectedRow_;
+    const int row = m_selectedRow;
     const QString fileName = fileNameAt(row);
     if (fileName.isEmpty()) {
         log(QStringLiteral("no filename"));
@@ -666,13 +666,13 @@ bool OrelConfigManager::deleteMenuItem()
     // The deleted configuration is the one on show: its settings go too.
     showDefaults();
 
-    if (creatingNewConfig_ && row == count() - 1)
-        creatingNewConfig_ = false;
-    collection_.removeAt(row);
-    nameCollection_.removeAt(row);
-    fileNameCollection_.removeAt(row);
-    selectedConfigFilename_.clear();
-    selectedRow_ = -1;
+    if (m_creatingNewConfig && row == count() - 1)
+        m_creatingNewConfig = false;
+    m_collection.removeAt(row);
+    m_nameCollection.removeAt(row);
+    m_fileNameCollection.removeAt(row);
+    m_selectedConfigFilename.clear();
+    m_selectedRow = -1;
     setEdited(false);
     loadAllUrls();
     if (count() > 0)
@@ -683,20 +683,20 @@ bool OrelConfigManager::deleteMenuItem()
 
 void OrelConfigManager::setNewName(const QString &name)
 {
-    const int row = selectedRow_;
-    if (row >= 0 && creatingNewConfig_ && row == count() - 1) {
-        nameCollection_[row] = name;
+    const int row = m_selectedRow;
+    if (row >= 0 && m_creatingNewConfig && row == count() - 1) {
+        m_nameCollection[row] = name;
         Q_EMIT listChanged();
         return;
     }
     if (row < 0) {
-        loadedName_ = name;
+        m_loadedName = name;
         setEdited(true);
         return;
     }
     if (updateSelectedFile("name", name, "new name not written successfully")) {
-        nameCollection_[row] = name.isEmpty() ? collection_.at(row) : name;
-        setWindowTitle(nameCollection_.at(row));
+        m_nameCollection[row] = name.isEmpty() ? m_collection.at(row) : name;
+        setWindowTitle(m_nameCollection.at(row));
         Q_EMIT listChanged();
     }
 }
@@ -787,7 +787,7 @@ void OrelConfigManager::saveBlankSettings()
 
 bool OrelConfigManager::saveNewConfigIfNecessary()
 {
-    if (!edited_)
+    if (!m_edited)
         return true;
     const int answer =
             Dialogs::current().alert(localized("Unsaved changes"),
@@ -801,17 +801,17 @@ bool OrelConfigManager::saveNewConfigIfNecessary()
 void OrelConfigManager::newURL()
 {
     saveNewConfigIfNecessary();
-    if (creatingNewConfig_)
+    if (m_creatingNewConfig)
         selectRow(-1);
-    sitemapSaveDirectory_.clear();
-    sitemapSaveFilename_.clear();
-    settingsLoadedFromLocation_.clear();
+    m_sitemapSaveDirectory.clear();
+    m_sitemapSaveFilename.clear();
+    m_settingsLoadedFromLocation.clear();
     showDefaults();
 
-    creatingNewConfig_ = true;
-    collection_.append(QString());
-    nameCollection_.append(localized("untitled"));
-    fileNameCollection_.append(QString());
+    m_creatingNewConfig = true;
+    m_collection.append(QString());
+    m_nameCollection.append(localized("untitled"));
+    m_fileNameCollection.append(QString());
     Q_EMIT listChanged();
     setSelectedRowQuietly(count() - 1);
     setWindowTitle(localized("Untitled"));
@@ -820,17 +820,17 @@ void OrelConfigManager::newURL()
 
 void OrelConfigManager::setEdited(bool edited)
 {
-    if (edited == edited_)
+    if (edited == m_edited)
         return;
-    edited_ = edited;
+    m_edited = edited;
     Q_EMIT editedChanged(edited);
 }
 
 void OrelConfigManager::setWindowTitle(const QString &title)
 {
-    if (title == windowTitle_)
+    if (title == m_windowTitle)
         return;
-    windowTitle_ = title;
+    m_windowTitle = title;
     Q_EMIT windowTitleChanged(title);
 }
 
@@ -839,13 +839,13 @@ void OrelConfigManager::setWindowTitle(const QString &title)
 bool OrelConfigManager::updateSelectedFile(const char *key, const QString &value,
                                            const char *failureLog)
 {
-    if (selectedRow_ < 0 || selectedConfigFilename_.isEmpty())
+    if (m_selectedRow < 0 || m_selectedConfigFilename.isEmpty())
         return false;
-    std::optional<QVariantMap> dict = readConfig(selectedConfigFilename_);
+    std::optional<QVariantMap> dict = readConfig(m_selectedConfigFilename);
     if (!dict)
         return false;
     dict->insert(QLatin1String(key), value);
-    if (!writeConfig(pathForFilename(selectedConfigFilename_), *dict))
+    if (!writeConfig(pathForFilename(m_selectedConfigFilename), *dict))
         log(QLatin1String(failureLog));
     return true;
 }
@@ -856,7 +856,7 @@ void OrelConfigManager::setDateStamp()
             QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!updateSelectedFile("dateStamp", stamp, "datestamp not written successfully"))
         return;
-    const QString status = readConfig(selectedConfigFilename_)
+    const QString status = readConfig(m_selectedConfigFilename)
                                    .value_or(QVariantMap())
                                    .value(QStringLiteral("status"))
                                    .toString();
@@ -870,9 +870,9 @@ void OrelConfigManager::setStatus(const QString &status)
 
 void OrelConfigManager::setStatusLine(const QString &line)
 {
-    if (line == statusLine_)
+    if (line == m_statusLine)
         return;
-    statusLine_ = line;
+    m_statusLine = line;
     Q_EMIT statusLineChanged(line);
 }
 
@@ -885,20 +885,20 @@ bool OrelConfigManager::filenameExists(const QString &fileName)
 
 QString OrelConfigManager::getUrlForFilename(const QString &fileName) const
 {
-    const qsizetype i = fileNameCollection_.indexOf(fileName);
-    return i >= 0 && !fileName.isEmpty() ? collection_.at(i) : QString();
+    const qsizetype i = m_fileNameCollection.indexOf(fileName);
+    return i >= 0 && !fileName.isEmpty() ? m_collection.at(i) : QString();
 }
 
 QString OrelConfigManager::getNameForFilename(const QString &fileName) const
 {
-    const qsizetype i = fileNameCollection_.indexOf(fileName);
-    return i >= 0 && !fileName.isEmpty() ? nameCollection_.at(i) : QString();
+    const qsizetype i = m_fileNameCollection.indexOf(fileName);
+    return i >= 0 && !fileName.isEmpty() ? m_nameCollection.at(i) : QString();
 }
 
 QString OrelConfigManager::getNameForURL(const QString &url) const
 {
-    const qsizetype i = collection_.indexOf(url);
-    return i >= 0 && !url.isEmpty() ? nameCollection_.at(i) : QString();
+    const qsizetype i = m_collection.indexOf(url);
+    return i >= 0 && !url.isEmpty() ? m_nameCollection.at(i) : QString();
 }
 
 QString OrelConfigManager::getThumbForFilename(const QString &fileName)
@@ -916,17 +916,17 @@ QString OrelConfigManager::getThumbForFilename(const QString &fileName)
 
 void OrelConfigManager::setSitemapSaveDirectory(const QString &dir)
 {
-    if (dir == sitemapSaveDirectory_)
+    if (dir == m_sitemapSaveDirectory)
         return;
-    sitemapSaveDirectory_ = dir;
+    m_sitemapSaveDirectory = dir;
     setEdited(true);
 }
 
 void OrelConfigManager::setSitemapSaveFilename(const QString &name)
 {
-    if (name == sitemapSaveFilename_)
+    if (name == m_sitemapSaveFilename)
         return;
-    sitemapSaveFilename_ = name;
+    m_sitemapSaveFilename = name;
     setEdited(true);
 }
 
@@ -980,13 +980,13 @@ QStringList &OrelConfigManager::rulesOfKind(RuleKind kind)
 {
     switch (kind) {
     case DoNotCheck:
-        return checkBlacklistArray_;
+        return m_checkBlacklistArray;
     case DoNotFollow:
-        return followBlacklistArray_;
+        return m_followBlacklistArray;
     case OnlyFollow:
         break;
     }
-    return followWhitelistArray_;
+    return m_followWhitelistArray;
 }
 
 bool OrelConfigManager::addBlacklistRule(const QString &text, RuleKind kind)
@@ -1002,8 +1002,8 @@ bool OrelConfigManager::addBlacklistRule(const QString &text, RuleKind kind)
 
 int OrelConfigManager::rulesRowCount() const
 {
-    return int(checkBlacklistArray_.size() + followBlacklistArray_.size()
-               + followWhitelistArray_.size());
+    return int(m_checkBlacklistArray.size() + m_followBlacklistArray.size()
+               + m_followWhitelistArray.size());
 }
 
 namespace {
@@ -1030,14 +1030,14 @@ static std::optional<RuleRef> locateRule(int row, qsizetype checks, qsizetype fo
 
 QString OrelConfigManager::rulesValue(int row, const QString &column) const
 {
-    const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-                                followWhitelistArray_.size());
+    const auto ref = locateRule(row, m_checkBlacklistArray.size(), m_followBlacklistArray.size(),
+                                m_followWhitelistArray.size());
     if (!ref)
         return QString();
     if (column == QLatin1String("rulename"))
         return ruleKindName(ref->kind);
     if (column == QLatin1String("scope")) {
-        return controls_->blacklistCheckContentCheckBox != CheckState::Off
+        return m_controls->blacklistCheckContentCheckBox != CheckState::Off
                 ? localized("urls and content containing:")
                 : localized("urls containing:");
     }
@@ -1049,8 +1049,8 @@ QString OrelConfigManager::rulesValue(int row, const QString &column) const
 
 void OrelConfigManager::deleteBlacklistRule(int row)
 {
-    const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-                                followWhitelistArray_.size());
+    const auto ref = locateRule(row, m_checkBlacklistArray.size(), m_followBlacklistArray.size(),
+                                m_followWhitelistArray.size());
     if (!ref)
         return;
     QStringList &list = rulesOfKind(ref->kind);
@@ -1061,8 +1061,8 @@ void OrelConfigManager::deleteBlacklistRule(int row)
 
 void OrelConfigManager::setRulesValue(int row, const QString &text)
 {
-    const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-                                followWhitelistArray_.size());
+    const auto ref = locateRule(row, m_checkBlacklistArray.size(), m_followBlacklistArray.size(),
+                                m_followWhitelistArray.size());
     if (!ref)
         return;
     QStringList &list = rulesOfKind(ref->kind);
@@ -1079,38 +1079,38 @@ void OrelConfigManager::setRulesValue(int row, const QString &text)
 
 void OrelConfigManager::addSitemapRule()
 {
-    sitemapRules_.append(newSitemapRule(QStringLiteral("edit_me"), QStringLiteral("0.5"),
-                                        QStringLiteral("weekly")));
+    m_sitemapRules.append(newSitemapRule(QStringLiteral("edit_me"), QStringLiteral("0.5"),
+                                         QStringLiteral("weekly")));
     Q_EMIT sitemapRulesChanged();
     setEdited(true);
 }
 
 void OrelConfigManager::deleteSitemapRule(int row)
 {
-    if (row < 0 || row >= sitemapRules_.size())
+    if (row < 0 || row >= m_sitemapRules.size())
         return;
-    sitemapRules_.removeAt(row);
+    m_sitemapRules.removeAt(row);
     Q_EMIT sitemapRulesChanged();
     setEdited(true);
 }
 
 QString OrelConfigManager::sitemapRuleValue(int row, const QString &column) const
 {
-    if (row < 0 || row >= sitemapRules_.size())
+    if (row < 0 || row >= m_sitemapRules.size())
         return QString();
-    return sitemapRules_.at(row).toMap().value(column).toString();
+    return m_sitemapRules.at(row).toMap().value(column).toString();
 }
 
 void OrelConfigManager::setSitemapRuleValue(int row, const QString &column, const QString &value)
 {
-    if (row < 0 || row >= sitemapRules_.size())
+    if (row < 0 || row >= m_sitemapRules.size())
         return;
     if (column != QLatin1String("contains") && column != QLatin1String("priority")
         && column != QLatin1String("update"))
         return;
-    QVariantMap rule = sitemapRules_.at(row).toMap();
+    QVariantMap rule = m_sitemapRules.at(row).toMap();
     rule.insert(column, value);
-    sitemapRules_[row] = rule;
+    m_sitemapRules[row] = rule;
     Q_EMIT sitemapRulesChanged();
     setEdited(true);
 }
@@ -1118,7 +1118,7 @@ void OrelConfigManager::setSitemapRuleValue(int row, const QString &column, cons
 std::optional<QVariantMap> OrelConfigManager::ruleThatApplies(const QString &url) const
 {
     std::optional<QVariantMap> found;
-    for (const QVariant &r : sitemapRules_) {
+    for (const QVariant &r : m_sitemapRules) {
         const QVariantMap rule = r.toMap();
         const QString fragment = rule.value(QStringLiteral("contains")).toString();
         // An empty fragment is found nowhere, as a text search for nothing finds nothing.
