@@ -122,11 +122,7 @@ void LinkCheckerHub::go()
     }
     m_robotsBlacklistArray.clear();
 
-    setCountText(QStringLiteral("%1 %2 %3 %4")
-                         .arg(0)
-                         .arg(localized("of"))
-                         .arg(0)
-                         .arg(localized("links checked")));
+    setCountText(countLine(0, 0, std::nullopt));
 
     auto start = std::make_unique<LinkCheckerUrl>(this);
     start->setLinkUrl(url, SettingsControls::isOn(m_controls->qsButton));
@@ -238,13 +234,8 @@ void LinkCheckerHub::reCheckBadItems()
 void LinkCheckerHub::reCheckCurrentItem()
 {
     --m_numberDone;
-    setCountText(QStringLiteral("%1 %2 %3 %4, %5 %6")
-                         .arg(m_numberDone)
-                         .arg(localized("of"))
-                         .arg(recordCount())
-                         .arg(localized("links checked"))
-                         .arg(countBadCollection())
-                         .arg(localized("bad")));
+    countBadCollection();
+    setCountText(summaryText());
     if (!m_currentItem) {
         log(QStringLiteral("no current item"));
         return;
@@ -287,22 +278,29 @@ void LinkCheckerHub::setCountText(const QString &text)
 
 QString LinkCheckerHub::summaryText() const
 {
+    return countLine(m_numberDone, recordCount(), m_badCollectionCount);
+}
+
+QString LinkCheckerHub::countLine(int done, int total, std::optional<int> bad) const
+{
     // Built once per checked link, so the translated words are looked up once per crawl.
     if (m_summaryWords.isEmpty())
         m_summaryWords = { localized("of"), localized("links checked"), localized("bad") };
     QString text;
     text.reserve(64);
-    text += QString::number(m_numberDone);
+    text += QString::number(done);
     text += QLatin1Char(' ');
     text += m_summaryWords.at(0);
     text += QLatin1Char(' ');
-    text += QString::number(recordCount());
+    text += QString::number(total);
     text += QLatin1Char(' ');
     text += m_summaryWords.at(1);
-    text += QLatin1String(", ");
-    text += QString::number(m_badCollectionCount);
-    text += QLatin1Char(' ');
-    text += m_summaryWords.at(2);
+    if (bad) {
+        text += QLatin1String(", ");
+        text += QString::number(*bad);
+        text += QLatin1Char(' ');
+        text += m_summaryWords.at(2);
+    }
     return text;
 }
 

@@ -306,6 +306,8 @@ private:
     void enterRunningState();
     void enterStoppedState();
     void setCountText(const QString &text);
+    // "%i of %i links checked, %i bad", or without the bad part before anything is counted.
+    QString countLine(int done, int total, std::optional<int> bad) const;
     void updateCountField();
     void clearRegistry();
     void unregister(LinkCheckerUrl *record);

@@ -67,6 +67,13 @@ TEST_F(HubTest, CrawlsALocalSiteBreadthFirst)
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Finished);
     EXPECT_EQ(hub->getNumberOfThreadsDetached(), 0);
     EXPECT_EQ(hub->getFollowWhitelistArray().last(), root); // the directory limit
+
+    // Checking one link again takes it off the count until its answer is in.
+    hub->setCurrentItem(byUrl("file://" + root + "/a.html"));
+    hub->reCheckCurrentItem();
+    EXPECT_EQ(hub->countText(), QStringLiteral("4 of 5 links checked, 2 bad"));
+    spin(200);
+    EXPECT_EQ(hub->countText(), QStringLiteral("5 of 5 links checked, 2 bad"));
 }
 
 TEST_F(HubTest, CrawlsAnHttpSiteThenRechecksOnlyTheBadLinks)
@@ -286,6 +293,7 @@ TEST_F(HubTest, StartUrlsThatCannotBeFetchedStillEnd)
 TEST_F(HubTest, DirectoryLimitSinglePageAndMemoryStop)
 {
     start(QStringLiteral("http://127.0.0.1:1/dir/page.html"));
+    EXPECT_EQ(hub->countText(), QStringLiteral("0 of 0 links checked"));
     // The host ends before the port, so the port stays in the folder term.
     EXPECT_EQ(hub->getFollowWhitelistArray() + hub->getDomains(),
               (QStringList { ":1/dir", "127.0.0.1" }));
