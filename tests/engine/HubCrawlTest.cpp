@@ -308,3 +308,22 @@ TEST_F(HubTest, DirectoryLimitSinglePageAndMemoryStop)
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
     EXPECT_TRUE(hub->stopPressed());
 }
+
+// On the default port the folder limit of a start in a dotted folder under the root is "", which
+// every URL holds: the crawl goes on past the start page.
+TEST_F(HubTest, StartInADottedFolderOnTheDefaultPortReadsOn)
+{
+    if (!test::FixtureServer::canBind(80))
+        GTEST_SKIP() << "cannot listen on 127.0.0.1:80 (needs root); the default-port case is "
+                        "covered only by the folder-limit unit test here";
+    QTemporaryDir dir;
+    writeFile(dir.path() + "/v1.2/index.html", "<a href=\"a.html\">A</a>");
+    writeFile(dir.path() + "/v1.2/a.html", "<a href=\"b.html\">B</a>");
+    writeFile(dir.path() + "/v1.2/b.html", "<p>end</p>");
+    test::FixtureServer server(test::FixtureServer::Plain, dir.path(), 80);
+    ASSERT_TRUE(server.isRunning());
+    ASSERT_TRUE(crawl(QStringLiteral("http://127.0.0.1/v1.2/")));
+    EXPECT_EQ(hub->getFollowWhitelistArray(), QStringList { QString() });
+    EXPECT_EQ(hub->summaryText(), QStringLiteral("3 of 3 links checked, 0 bad"));
+    EXPECT_TRUE(server.requestLog().contains(QStringLiteral("GET /v1.2/b.html")));
+}

@@ -23,7 +23,8 @@ public:
     enum Mode { Plain, Tls, Nginx };
 
     // root: a folder whose files are served as a static site (files win over fixed routes).
-    explicit FixtureServer(Mode mode = Plain, const QString &root = QString());
+    // port: the port to listen on, a free one when 0.
+    explicit FixtureServer(Mode mode = Plain, const QString &root = QString(), quint16 port = 0);
     explicit FixtureServer(const QString &root) : FixtureServer(Plain, root) { }
     ~FixtureServer();
     Q_DISABLE_COPY(FixtureServer)
@@ -43,6 +44,8 @@ public:
 
     // A loopback port on which nothing listens at the moment.
     static quint16 freePort();
+    // Whether this process may listen on the loopback port now (a port below 1024 needs root).
+    static bool canBind(quint16 port);
 
 private:
     void waitUntilAccepting(quint16 port, int ms);
