@@ -8,6 +8,7 @@
 #include "common/Log.h"
 #include "common/Plist.h"
 #include "common/SettingsControls.h"
+#include "common/UrlParts.h"
 #include "common/UserDefaults.h"
 #include "config/ConfigValues.h"
 
@@ -95,7 +96,7 @@ void OrelConfigManager::loadAllUrls()
             continue;
         const QString name = dict.value(QStringLiteral("name")).toString();
         m_collection.append(url);
-        m_nameCollection.append(name.isEmpty() ? url : name);
+        m_nameCollection.append(name.isEmpty() ? UrlParts::withoutUserInfo(url) : name);
         m_fileNameCollection.append(fileName);
     }
     if (keepNew) {
@@ -193,7 +194,8 @@ bool OrelConfigManager::writeConfig(const QString &path, const QVariantMap &dict
 
 QString OrelConfigManager::newFileNameForUrl(const QString &url)
 {
-    QString base = url;
+    // A password in the address would otherwise be spelt out in the file name.
+    QString base = UrlParts::withoutUserInfo(url);
     base.remove(QLatin1Char('/'));
     base.remove(QLatin1Char(':'));
     base.remove(QLatin1Char('.'));
@@ -356,7 +358,8 @@ void OrelConfigManager::setNewName(const QString &name)
         return;
     }
     if (updateSelectedFile("name", name, "new name not written successfully")) {
-        m_nameCollection[row] = name.isEmpty() ? m_collection.at(row) : name;
+        m_nameCollection[row] =
+                name.isEmpty() ? UrlParts::withoutUserInfo(m_collection.at(row)) : name;
         setWindowTitle(m_nameCollection.at(row));
         Q_EMIT listChanged();
     }

@@ -116,8 +116,8 @@ public:
     void saveLastUsedSettings();
     void saveBlankSettings();
 
-    // File name of a new configuration for a URL: "/", ":" and "." removed, "nourl" when empty,
-    // then "-1", "-2", … appended while a file of that name exists.
+    // File name of a new configuration for a URL: user info left out, "/", ":" and "." removed,
+    // "nourl" when empty, then "-1", "-2", … appended while a file of that name exists.
     static QString newFileNameForUrl(const QString &url);
 
     // Asks whether to save unsaved edits ("Save" saves). Answers false only if saving failed.

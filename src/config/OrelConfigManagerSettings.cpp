@@ -6,6 +6,7 @@
 #include "common/Localize.h"
 #include "common/Plist.h"
 #include "common/SettingsControls.h"
+#include "common/UrlParts.h"
 #include "config/ConfigValues.h"
 
 #include <QRegularExpression>
@@ -105,7 +106,7 @@ QVariantMap OrelConfigManager::compileConfigDict() const
     else if (!m_loadedName.isEmpty())
         name = m_loadedName;
     else
-        name = c.urlField;
+        name = UrlParts::withoutUserInfo(c.urlField); // shown in the list and the title
     d.insert(QStringLiteral("name"), name);
     d.insert(QStringLiteral("checkBlacklist"), m_checkBlacklistArray.join(QLatin1Char(',')));
     d.insert(QStringLiteral("followBlacklist"), m_followBlacklistArray.join(QLatin1Char(',')));

@@ -389,7 +389,8 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
     request.reloadIgnoringCache = true;
     request.handleCookies = false;
     request.setHeader("User-Agent", m_controls->userAgentString.toUtf8());
-    const QString referer = record->getLastOnPageUrl();
+    // A page's own URL may carry a user name and password; no server is told them (RFC 9110).
+    const QString referer = UrlParts::withoutUserInfo(record->getLastOnPageUrl());
     if (!referer.isEmpty())
         request.setHeader("Referer", referer.toUtf8());
     // A server builds its redirects from the "Host" header, so it names the port when the URL does.

@@ -74,7 +74,8 @@ bool FixtureServer::canBind(quint16 port)
     return ok;
 }
 
-FixtureServer::FixtureServer(Mode mode, const QString &root, quint16 port)
+FixtureServer::FixtureServer(Mode mode, const QString &root, quint16 port,
+                             const QStringList &extraArgs)
     : m_mode(mode),
       m_dir(new QTemporaryDir),
       m_process(new QProcess),
@@ -113,6 +114,7 @@ FixtureServer::FixtureServer(Mode mode, const QString &root, quint16 port)
         args << QStringLiteral("--root") << root;
     if (port != 0)
         args << QStringLiteral("--port") << QString::number(port);
+    args << extraArgs;
     m_process->start(QStringLiteral("python3"), args);
     // The script prints "PORT <n>" once it listens (TLS start includes key generation).
     QDeadlineTimer deadline(15000);

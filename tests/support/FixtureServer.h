@@ -23,8 +23,10 @@ public:
     enum Mode { Plain, Tls, Nginx };
 
     // root: a folder whose files are served as a static site (files win over fixed routes).
-    // port: the port to listen on, a free one when 0.
-    explicit FixtureServer(Mode mode = Plain, const QString &root = QString(), quint16 port = 0);
+    // port: the port to listen on, a free one when 0. extraArgs go to the script as they are
+    // (such as "--log-referer"); Plain and Tls only.
+    explicit FixtureServer(Mode mode = Plain, const QString &root = QString(), quint16 port = 0,
+                           const QStringList &extraArgs = {});
     explicit FixtureServer(const QString &root) : FixtureServer(Plain, root) { }
     ~FixtureServer();
     Q_DISABLE_COPY(FixtureServer)
