@@ -81,6 +81,7 @@ void LinkCheckerHub::go()
     m_summaryWords.clear();
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
+    m_memoryStopped = false;
     m_seo->clear();
 
     // The old run's records go; their connections must not call back into them.
@@ -165,6 +166,12 @@ void LinkCheckerHub::go()
 
 void LinkCheckerHub::stop()
 {
+    haltFetches();
+    Q_EMIT reportRequested();
+}
+
+void LinkCheckerHub::haltFetches()
+{
     m_stopPressed = true;
     ++m_generation; // delayed starts and queued calls of the paused part are dropped
     m_seo->setStopPressed(true);
@@ -182,7 +189,6 @@ void LinkCheckerHub::stop()
     m_pendingStarts = 0;
     m_nextUrlToCrawl = 0;
     reloadData();
-    Q_EMIT reportRequested();
 }
 
 void LinkCheckerHub::continueCrawl()
@@ -199,14 +205,23 @@ void LinkCheckerHub::emergencyMemoryStop()
 {
     if (m_stopPressed)
         return;
-    Dialogs::current().alert(
-            localized("Failed to allocate memory"),
-            localized("Unable to allocate memory. Attempting to stop and preserve the data already "
-                      "collected. Try crawling again using blacklisting or whitelisting to limit "
-                      "the search."),
-            { localized("OK") });
-    m_stopPressed = true;
-    enterStoppedState();
+    // Every transfer stops at once, so that no other body keeps growing; the flat list is not
+    // built (it would need memory again). This runs inside a transfer's callback, where no dialog
+    // may wait for the user: the alert comes from the event loop.
+    m_memoryStopped = true;
+    haltFetches();
+    Q_EMIT memoryExhausted();
+    QMetaObject::invokeMethod(
+            this,
+            [] {
+                Dialogs::current().alert(
+                        localized("Failed to allocate memory"),
+                        localized("Unable to allocate memory. Attempting to stop and preserve the "
+                                  "data already collected. Try crawling again using blacklisting "
+                                  "or whitelisting to limit the search."),
+                        { localized("OK") });
+            },
+            Qt::QueuedConnection);
 }
 
 void LinkCheckerHub::reCheckBadItems()

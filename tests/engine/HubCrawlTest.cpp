@@ -304,6 +304,7 @@ TEST_F(HubTest, DirectoryLimitSinglePageAndMemoryStop)
 
     hub->emergencyMemoryStop();
     hub->emergencyMemoryStop();
+    spin(0); // the alert comes from the event loop
     EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), 1);
     EXPECT_EQ(hub->state(), LinkCheckerHub::State::Paused);
     EXPECT_TRUE(hub->stopPressed());
