@@ -11,17 +11,13 @@
 
 #include <QRegularExpression>
 
-#include <algorithm>
+#include <cmath>
 
 namespace orel {
 
 using namespace config;
 
 namespace {
-
-// The threads slider's range.
-constexpr int minThreads = 1;
-constexpr int maxThreads = 64;
 
 // A switch of the settings dictionary and the check box it drives. An inverted switch is on in
 // the dictionary when its check box is off.
@@ -158,14 +154,18 @@ void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
     m_followBlacklistArray = splitRules(dict.value(QStringLiteral("followBlacklist")));
     m_followWhitelistArray = splitRules(dict.value(QStringLiteral("followWhitelist")));
 
-    c.numberOfThreads =
-            std::clamp(leadingInt(dict.value(QStringLiteral("numberOfThreads")).toString()),
-                       minThreads, maxThreads);
+    // Numbers are brought into the ranges a person would set: a file may say anything.
+    c.numberOfThreads = int(SettingsControls::bounded(
+            QStringLiteral("numberOfThreads"),
+            leadingInt(dict.value(QStringLiteral("numberOfThreads")).toString())));
     const QString timeOut = dict.value(QStringLiteral("timeOut")).toString();
-    c.timeoutField = leadingInt(timeOut) < 1 ? 30.0 : leadingNumber(timeOut);
-    c.delayField = dict.contains(QStringLiteral("delay"))
-            ? leadingNumber(dict.value(QStringLiteral("delay")).toString())
-            : 0.0;
+    c.timeoutField =
+            SettingsControls::bounded(QStringLiteral("timeoutField"),
+                                      leadingInt(timeOut) < 1 ? 30.0 : leadingNumber(timeOut));
+    c.delayField = SettingsControls::bounded(QStringLiteral("delayField"),
+                                             dict.contains(QStringLiteral("delay")) ? leadingNumber(
+                                                     dict.value(QStringLiteral("delay")).toString())
+                                                                                    : 0.0);
 
     for (const Switch &s : switches) {
         const QVariant v = dict.value(QLatin1String(s.key));
@@ -254,8 +254,8 @@ bool OrelConfigManager::applySettingsKey(const QString &key, const QString &valu
         dict.insert(key, value.trimmed());
     } else if (key == QLatin1String("timeOut") || key == QLatin1String("delay")) {
         bool ok = false;
-        value.trimmed().toDouble(&ok);
-        if (!ok)
+        const double d = value.trimmed().toDouble(&ok);
+        if (!ok || !std::isfinite(d))
             return badValue();
         dict.insert(key, value.trimmed());
     } else if (key == QLatin1String("OrrelwickMainWindowEdited")) {

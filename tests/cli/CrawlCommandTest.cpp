@@ -131,6 +131,7 @@ TEST_F(CrawlCommandTest, UsageAndStartErrorsExitTwoWithOneLine)
                                        { u, "http://127.0.0.1:2/" },
                                        { u, "--set", "noSuchSetting=1" },
                                        { u, "--set", "linksLimit=many" },
+                                       { u, "--set", "timeOut=inf" },
                                        { u, "--set", "checkImages=perhaps" },
                                        { u, "--columns", "status,colour" },
                                        { u, "--config", site.filePath("missing.lcsettings") },

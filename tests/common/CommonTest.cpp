@@ -23,12 +23,29 @@ TEST(SettingsControls, SetByNameParsesEachKindAndRefusesBadInput)
         const char *readBack;
     };
     const Case cases[] = {
-        { "linksLimit", "5000", true, "5000" },        { "levelsLimit", "3", true, "3" },
-        { "numberOfThreads", "0", true, "0" },         { "timeoutField", "2.5", true, "2.5" },
-        { "soft404Button", "mixed", true, "mixed" },   { "soft404Button", "on", true, "on" },
-        { "subdomainButton", "YES", true, "on" },      { "hashIsBad", "no", true, "off" },
-        { "userAgentString", "Bot/1", true, "Bot/1" }, { "linksLimit", "12abc", false, "5000" },
-        { "timeoutField", "", false, "2.5" },          { "hashIsBad", "perhaps", false, "off" },
+        { "linksLimit", "5000", true, "5000" },
+        { "levelsLimit", "3", true, "3" },
+        { "numberOfThreads", "0", true, "1" },
+        { "timeoutField", "2.5", true, "2.5" },
+        { "timeoutField", "1e308", true, "600" },
+        { "timeoutField", "-3", true, "1" },
+        { "timeoutField", "nan", false, "1" },
+        { "timeoutField", "inf", false, "1" },
+        { "delayField", "-1", true, "0" },
+        { "delayField", "86400", true, "300" },
+        { "linksLimit", "0", true, "1" },
+        { "linksLimit", "1e9", false, "1" },
+        { "linksLimit", "99999999999", true, "100000000" },
+        { "levelsLimit", "-1", true, "0" },
+        { "sitemapChangeFrequency", "9", true, "7" },
+        { "soft404Button", "mixed", true, "mixed" },
+        { "soft404Button", "on", true, "on" },
+        { "subdomainButton", "YES", true, "on" },
+        { "hashIsBad", "no", true, "off" },
+        { "userAgentString", "Bot/1", true, "Bot/1" },
+        { "linksLimit", "12abc", false, "100000000" },
+        { "timeoutField", "", false, "1" },
+        { "hashIsBad", "perhaps", false, "off" },
     };
     for (const Case &tc : cases) {
         QString error;
