@@ -190,6 +190,7 @@ bool OrelConfigManager::writeConfig(const QString &path, const QVariantMap &dict
 {
     return Plist::writeFile(path, dict);
 }
+
 // ---- Saving, opening, deleting -----------------------------------------------------------------
 
 QString OrelConfigManager::newFileNameForUrl(const QString &url)
@@ -364,6 +365,7 @@ void OrelConfigManager::setNewName(const QString &name)
         Q_EMIT listChanged();
     }
 }
+
 bool OrelConfigManager::saveNewConfigIfNecessary()
 {
     if (!m_edited)

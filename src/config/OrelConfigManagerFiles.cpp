@@ -6,8 +6,7 @@
 #include "common/Dialogs.h"
 #include "common/Log.h"
 #include "common/Plist.h"
-
-#include <QFile>
+#include "common/PrivateFile.h"
 
 namespace orel {
 
@@ -94,6 +93,7 @@ void OrelConfigManager::saveBlankSettings()
     if (!writeConfig(AppSupport::lastUsedFile(), compileBlankDict()))
         log(QStringLiteral("lastused config not written successfully"));
 }
+
 QString OrelConfigManager::ftpDetailsPath()
 {
     return AppSupport::folder() + QStringLiteral("/ftpdetails");
@@ -108,12 +108,9 @@ void OrelConfigManager::saveFtpDetails(const FtpDetails &details)
                              { QStringLiteral("ftpdirectory"), details.directory },
                              { QStringLiteral("ftpusername"), details.username },
                              { QStringLiteral("ftppassword"), details.password } };
-    if (!Plist::writeFile(path, dict)) {
+    // The file holds a password: created readable by its owner only, in a folder of the owner's.
+    if (!PrivateFile::write(path, Plist::write(dict)))
         log(QStringLiteral("ftp details not written successfully"));
-        return;
-    }
-    // The file holds a password: readable by its owner only.
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
 OrelConfigManager::FtpDetails OrelConfigManager::loadFtpDetails()
@@ -124,4 +121,5 @@ OrelConfigManager::FtpDetails OrelConfigManager::loadFtpDetails()
                         dict.value(QStringLiteral("ftpusername")).toString(),
                         dict.value(QStringLiteral("ftppassword")).toString() };
 }
+
 } // namespace orel

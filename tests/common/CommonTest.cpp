@@ -84,6 +84,16 @@ TEST(AppSupport, FolderFollowsTheEnvironmentAndHoldsTheFixedNames)
     EXPECT_EQ(AppSupport::tempFolder(), test::home() + QStringLiteral("/temp"));
     EXPECT_EQ(AppSupport::thumbsFolder(), test::home() + QStringLiteral("/thumbs"));
     EXPECT_EQ(AppSupport::lastUsedFile(), test::home() + QStringLiteral("/lastused"));
+
+    // Without it, the XDG base directories: data and cache apart.
+    const test::XdgHome xdg;
+    const QString data = xdg.root() + QStringLiteral("/data/Orrelwick");
+    const QString cache = xdg.root() + QStringLiteral("/cache/Orrelwick");
+    EXPECT_EQ(AppSupport::folder(), data);
+    EXPECT_EQ(AppSupport::lastUsedFile(), data + QStringLiteral("/lastused"));
+    EXPECT_EQ(AppSupport::archiveFolder(), cache + QStringLiteral("/archive"));
+    EXPECT_EQ(AppSupport::tempFolder(), cache + QStringLiteral("/temp"));
+    EXPECT_EQ(AppSupport::thumbsFolder(), cache + QStringLiteral("/thumbs"));
 }
 
 TEST(Log, LinesLeaveOutTheUserInfoOfUrls)
