@@ -26,7 +26,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <malloc.h>
 #include <unistd.h>
 
 namespace orel::cli {
@@ -157,12 +156,6 @@ int runCrawlCommand(const QStringList &args)
         return fail(err);
     if (!o.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
-
-    // The heap only grows during a crawl: page bodies freed after reading are reused for the
-    // next ones. Handing freed tops back to the kernel and faulting them in again (huge pages
-    // are zeroed whole) costs more than keeping them; a larger step makes fewer heap extensions.
-    mallopt(M_TRIM_THRESHOLD, 1024 * 1024 * 1024);
-    mallopt(M_TOP_PAD, 32 * 1024 * 1024);
 
     SettingsControls controls;
     OrelConfigManager manager(&controls);
