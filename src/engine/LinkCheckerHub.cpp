@@ -1,5 +1,5 @@
 // Crawl run and scheduler of the crawl controller: new crawl, fetch slots, counting, the end of
-// a run, pause and continue, re-checks and the owner answers built on the settings controls.
+// a run, pause and continue, re-checks and the bookkeeping answers to the records.
 #include "engine/LinkCheckerHub.h"
 
 #include "common/AppSupport.h"
@@ -557,81 +557,6 @@ void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
 }
 
 void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *) { }
-
-bool LinkCheckerHub::shouldTrim() const
-{
-    return SettingsControls::isOn(m_controls->qsButton);
-}
-
-bool LinkCheckerHub::shouldIgnoreSlash() const
-{
-    return SettingsControls::isOn(m_controls->slashButton);
-}
-
-bool LinkCheckerHub::shouldTrimSpaces() const
-{
-    return SettingsControls::isOn(m_controls->trimButton);
-}
-
-bool LinkCheckerHub::getIgnoreQS() const
-{
-    return SettingsControls::isOn(m_controls->qsButton);
-}
-
-bool LinkCheckerHub::getCheckImages() const
-{
-    return SettingsControls::isOn(m_controls->imgButton);
-}
-
-bool LinkCheckerHub::checkErrorPages() const
-{
-    return SettingsControls::isOn(m_controls->checkErrorPages);
-}
-
-bool LinkCheckerHub::isPlainTextMode() const
-{
-    return SettingsControls::isOn(m_controls->plainTextMode);
-}
-
-bool LinkCheckerHub::shouldFlagBlacklisted() const
-{
-    return SettingsControls::isOn(m_controls->flagBlacklistCheckBox);
-}
-
-double LinkCheckerHub::getTimeoutInterval() const
-{
-    return m_controls->timeoutField;
-}
-
-bool LinkCheckerHub::displayPageTitle() const
-{
-    return SettingsControls::isOn(m_controls->displayPageTitle);
-}
-
-bool LinkCheckerHub::shouldHighlight() const
-{
-    return SettingsControls::isOn(m_controls->shouldHighlight);
-}
-
-bool LinkCheckerHub::shouldPerformSoft404Check() const
-{
-    return !SettingsControls::isOff(m_controls->soft404Button);
-}
-
-bool LinkCheckerHub::performSoft404CheckOnThisUrl(LinkCheckerUrl *record)
-{
-    if (!record || !SettingsControls::isOn(m_controls->soft404Button))
-        return false;
-    return containsOneOfTheseTerms(record->getActualLinkUrl(), m_soft404Array)
-            || record->dataContainsOneOfTheseTerms(m_soft404Array);
-}
-
-bool LinkCheckerHub::shouldArchive() const
-{
-    return SettingsControls::isOn(m_controls->archiveButton)
-            || SettingsControls::isOn(m_controls->SEOCountKeywordsInContentCheckBox)
-            || SettingsControls::isOn(m_controls->blacklistCheckContentCheckBox);
-}
 
 void LinkCheckerHub::later(std::function<void()> fn)
 {
