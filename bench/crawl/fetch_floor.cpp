@@ -8,6 +8,7 @@
 // event loop, the same request headers, the next transfer started by a queued call as a crawl
 // does); "libcurl" is a bare libcurl loop (curl_multi_poll, handles reused, nothing else).
 // Prints one line: "requests N failed F wall S cpu S req/s R".
+#include "common/HeapTuning.h"
 #include "links/ConnectionDelegate.h"
 #include "links/myNSURLConnection.h"
 
@@ -181,7 +182,8 @@ int usage()
 
 int main(int argc, char *argv[])
 {
-    // The same event dispatcher as a command-line crawl.
+    // The same heap settings and event dispatcher as a command-line crawl.
+    orel::tuneHeap();
     if (!qEnvironmentVariableIsSet("QT_NO_GLIB"))
         qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);

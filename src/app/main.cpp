@@ -1,12 +1,15 @@
 // The desktop program: the main window that the views are built into.
 #include "QtDialogs.h"
 
+#include "common/HeapTuning.h"
+
 #include <QApplication>
 #include <QLabel>
 #include <QMainWindow>
 
 int main(int argc, char *argv[])
 {
+    orel::tuneHeap();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Orrelwick"));
     QApplication::setApplicationVersion(QStringLiteral(ORRELWICK_VERSION));

@@ -26,7 +26,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <malloc.h>
 #include <unistd.h>
 
 namespace orel::cli {
@@ -158,12 +157,6 @@ int runCrawlCommand(const QStringList &args)
     if (!o.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
 
-    // The heap only grows during a crawl: page bodies freed after reading are reused for the
-    // next ones. Handing freed tops back to the kernel and faulting them in again (huge pages
-    // are zeroed whole) costs more than keeping them; a larger step makes fewer heap extensions.
-    mallopt(M_TRIM_THRESHOLD, 1024 * 1024 * 1024);
-    mallopt(M_TOP_PAD, 32 * 1024 * 1024);
-
     SettingsControls controls;
     OrelConfigManager manager(&controls);
 
@@ -216,6 +209,8 @@ int runCrawlCommand(const QStringList &args)
     QEventLoop loop;
     bool interrupted = false;
     QObject::connect(&hub, &LinkCheckerHub::crawlFinishedSignal, &loop, [&] { loop.quit(); });
+    // Out of memory the crawl is stopped for good: what it found is written below.
+    QObject::connect(&hub, &LinkCheckerHub::memoryExhausted, &loop, [&] { loop.quit(); });
 
     // Ctrl-C pauses the crawl and writes what was found.
     std::unique_ptr<QSocketNotifier> sigNotifier;
@@ -301,18 +296,25 @@ int runCrawlCommand(const QStringList &args)
     const int bad = hub.countBadCollection();
     if (!o.flatCsv.isEmpty()) {
         QString error;
-        if (!hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error))
-            return fail(error);
+        try {
+            if (!hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error))
+                return fail(error);
+        } catch (const std::bad_alloc &) {
+            return fail(QStringLiteral("out of memory while writing %1").arg(o.flatCsv));
+        }
     }
     const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
     QTextStream(stdout) << summary << (interrupted ? " (interrupted)" : "") << "\n";
+    if (hub.stoppedForMemory())
+        QTextStream(stderr) << "orrelwick-cli: out of memory: crawl stopped, the links found so "
+                               "far are written\n";
 
     // Everything is written; tearing down a large crawl's records one by one would only cost
     // time, so the process ends here.
     UserDefaults::sync();
     std::fflush(stdout);
     std::fflush(stderr);
-    std::_Exit(bad > 0 ? 1 : 0);
+    std::_Exit(hub.stoppedForMemory() ? 2 : bad > 0 ? 1 : 0);
 }
 
 } // namespace orel::cli

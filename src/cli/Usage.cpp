@@ -15,7 +15,8 @@ QString usage()
             "                     [--bad-only]] [--quiet | --verbose]\n"
             "\n"
             "crawl exits 0 when no bad link was found, 1 when bad links were found, 2 on a usage,\n"
-            "configuration or start error. --set takes a settings key (checkImages=YES) or a\n"
+            "configuration or start error and when memory ran out (what was found is written).\n"
+            "--set takes a settings key (checkImages=YES) or a\n"
             "control name (linksLimit=5000, soft404Terms=not found|page missing).\n"
             "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, distance,\n"
             "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");

@@ -1,35 +1,51 @@
 #include "common/AppSupport.h"
 
-#include "common/Localize.h"
+#include "common/PrivateFile.h"
 
 #include <QDir>
+#include <QStandardPaths>
 
 namespace orel {
 
-QString AppSupport::folder()
+namespace {
+
+// The folder's name is the program's, in every language.
+const QLatin1StringView kFolderName("/Orrelwick");
+
+// $ORRELWICK_HOME when set, else the program's folder in the given base directory.
+QString located(QStandardPaths::StandardLocation base)
 {
     const QByteArray home = qgetenv("ORRELWICK_HOME");
     if (!home.isEmpty())
         return QDir::cleanPath(QString::fromLocal8Bit(home));
-    QString path = localizedKestovan("~/.local/share/Orrelwick");
-    if (path.startsWith(QLatin1Char('~')))
-        path = QDir::homePath() + path.mid(1);
-    return QDir::cleanPath(path);
+    return QDir::cleanPath(QStandardPaths::writableLocation(base) + kFolderName);
+}
+
+} // namespace
+
+QString AppSupport::folder()
+{
+    return located(QStandardPaths::GenericDataLocation);
+}
+
+QString AppSupport::cacheFolder()
+{
+    return located(QStandardPaths::GenericCacheLocation);
 }
 
 QString AppSupport::archiveFolder()
 {
-    return folder() + QStringLiteral("/archive");
+    return cacheFolder() + QStringLiteral("/archive");
 }
 
 QString AppSupport::tempFolder()
 {
-    return folder() + QStringLiteral("/temp");
+    return cacheFolder() + QStringLiteral("/temp");
 }
 
 QString AppSupport::thumbsFolder()
 {
-    return folder() + QStringLiteral("/thumbs");
+    return cacheFolder() + QStringLiteral("/thumbs");
 }
 
 QString AppSupport::lastUsedFile()
@@ -39,7 +55,8 @@ QString AppSupport::lastUsedFile()
 
 bool AppSupport::ensureFolder()
 {
-    return QDir().mkpath(folder());
+    // It holds saved start URLs (with any password in them) and the FTP details.
+    return PrivateFile::makeFolder(folder());
 }
 
 } // namespace orel

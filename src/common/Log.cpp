@@ -1,5 +1,7 @@
 #include "common/Log.h"
 
+#include "common/UrlParts.h"
+
 #include <QMutex>
 
 Q_LOGGING_CATEGORY(lcOrrelwick, "orrelwick")
@@ -15,8 +17,10 @@ LogSink &sinkRef()
 }
 } // namespace
 
-void log(const QString &line)
+void log(const QString &text)
 {
+    // Lines name URLs as the crawl has them, passwords included; none leaves the process.
+    const QString line = UrlParts::withoutUserInfo(text);
     {
         QMutexLocker lock(&sinkMutex);
         if (sinkRef())

@@ -1,5 +1,7 @@
 #include "common/SettingsControls.h"
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 #include <variant>
 
@@ -14,6 +16,9 @@ struct Entry
 {
     const char *name;
     Member member;
+    // The range of a number control; values outside it are brought into it.
+    double min = 0;
+    double max = 0;
 };
 
 #define ENTRY(m)                                                                                   \
@@ -21,13 +26,18 @@ struct Entry
     {                                                                                              \
 #m, &SettingsControls::m                                                                   \
     }
+#define NUMBER(m, lo, hi)                                                                          \
+    Entry                                                                                          \
+    {                                                                                              \
+#m, &SettingsControls::m, lo, hi                                                           \
+    }
 const Entry entries[] = {
     ENTRY(urlField),
-    ENTRY(numberOfThreads),
-    ENTRY(timeoutField),
-    ENTRY(delayField),
-    ENTRY(linksLimit),
-    ENTRY(levelsLimit),
+    NUMBER(numberOfThreads, 1, 64),
+    NUMBER(timeoutField, 1, 600),
+    NUMBER(delayField, 0, 300),
+    NUMBER(linksLimit, 1, 100000000),
+    NUMBER(levelsLimit, 0, 1000000),
     ENTRY(userAgentString),
     ENTRY(qsButton),
     ENTRY(slashButton),
@@ -58,10 +68,11 @@ const Entry entries[] = {
     ENTRY(displayPageTitle),
     ENTRY(shouldHighlight),
     ENTRY(displayLabelButton),
-    ENTRY(sitemapChangeFrequency),
+    NUMBER(sitemapChangeFrequency, 0, 7),
     ENTRY(sitemapPriority),
 };
 #undef ENTRY
+#undef NUMBER
 
 const Entry *find(const QString &name)
 {
@@ -140,6 +151,16 @@ QString SettingsControls::valueByName(const QString &name) const
             e->member);
 }
 
+double SettingsControls::bounded(const QString &name, double value)
+{
+    const Entry *e = find(name);
+    if (!e || e->min >= e->max)
+        return value;
+    if (std::isnan(value))
+        return e->min;
+    return std::clamp(value, e->min, e->max);
+}
+
 bool SettingsControls::setByName(const QString &name, const QString &value, QString *error)
 {
     auto fail = [&](const QString &why) {
@@ -151,23 +172,25 @@ bool SettingsControls::setByName(const QString &name, const QString &value, QStr
     if (!e)
         return fail(QStringLiteral("unknown setting \"%1\"").arg(name));
     const bool ok = std::visit(
-            [this, &value](auto member) -> bool {
+            [this, &value, &name](auto member) -> bool {
                 auto &v = this->*member;
                 using T = std::decay_t<decltype(v)>;
                 if constexpr (std::is_same_v<T, QString>) {
                     v = value;
                     return true;
                 } else if constexpr (std::is_same_v<T, int>) {
+                    // Whole numbers of any size, brought into the control's range.
                     bool okInt = false;
-                    const int n = value.trimmed().toInt(&okInt);
+                    const qlonglong n = value.trimmed().toLongLong(&okInt);
                     if (okInt)
-                        v = n;
+                        v = int(bounded(name, double(n)));
                     return okInt;
                 } else if constexpr (std::is_same_v<T, double>) {
                     bool okDouble = false;
                     const double d = value.trimmed().toDouble(&okDouble);
+                    okDouble = okDouble && std::isfinite(d);
                     if (okDouble)
-                        v = d;
+                        v = bounded(name, d);
                     return okDouble;
                 } else {
                     const auto c = parseCheck(value);

@@ -74,8 +74,15 @@ public:
     bool has(const QString &name) const;
     QString valueByName(const QString &name) const; // checks as "on", "off", "mixed"
     // Sets a control from text. Checks take on/off/mixed, yes/no, true/false, 1/0; numbers must
-    // parse completely. Answers false with a reason when the name or the value is not understood.
+    // parse completely and be finite, and are brought into the control's range. Answers false
+    // with a reason when the name or the value is not understood.
     bool setByName(const QString &name, const QString &value, QString *error = nullptr);
+
+    // A number for the control brought into the range a person would set (fetch slots 1-64,
+    // time-out 1-600 s, delay 0-300 s, links limit 1-100,000,000, levels limit 0-1,000,000,
+    // sitemap change frequency 0-7); not-a-number reads as the lowest value. Other names keep
+    // the value.
+    static double bounded(const QString &name, double value);
 
     // Puts every control back to its default.
     void setDefaults();

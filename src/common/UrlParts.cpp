@@ -2,6 +2,8 @@
 
 #include <QUrl>
 
+#include <cstring>
+
 namespace orel {
 
 namespace {
@@ -9,6 +11,20 @@ namespace {
 bool isHostChar(char16_t c)
 {
     return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-';
+}
+
+// Characters of a URL's user info (RFC 3986: unreserved, percent escapes, sub-delims, ":").
+bool isUserInfoChar(char16_t c)
+{
+    if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))
+        return true;
+    return c > 0 && c < 128 && std::strchr("-._~%!$&'()*+,;=:", char(c)) != nullptr;
+}
+
+bool isSchemeChar(char16_t c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '+'
+            || c == '-' || c == '.';
 }
 
 // Splits "scheme://host[:port]" followed by the end, "/", "?" or "#"; false when any part is
@@ -90,6 +106,32 @@ QByteArray UrlParts::hostHeader(const QString &url)
     if (port >= 0) {
         out += ':';
         out += QByteArray::number(port);
+    }
+    return out;
+}
+
+QString UrlParts::withoutUserInfo(const QString &text)
+{
+    qsizetype at = text.indexOf(QLatin1Char('@'));
+    if (at < 0)
+        return text;
+    QString out = text;
+    while (at >= 0) {
+        // Back from the "@" over user-info characters; an authority begins after "scheme://".
+        qsizetype start = at;
+        while (start > 0 && isUserInfoChar(out.at(start - 1).unicode()))
+            --start;
+        const bool authority = start >= 4 && out.at(start - 1) == QLatin1Char('/')
+                && out.at(start - 2) == QLatin1Char('/') && out.at(start - 3) == QLatin1Char(':')
+                && isSchemeChar(out.at(start - 4).unicode());
+        if (authority) {
+            // A password holding a bare "@" leaves its tail as user info of its own: taken out
+            // in turn.
+            out.remove(start, at + 1 - start);
+            at = out.indexOf(QLatin1Char('@'), start);
+        } else {
+            at = out.indexOf(QLatin1Char('@'), at + 1);
+        }
     }
     return out;
 }

@@ -24,6 +24,11 @@ struct UrlParts
     // international name in its ASCII form, an IPv6 address in brackets), the port when one is
     // written. Read from the text when it is plain; asked for every request of a crawl.
     static QByteArray hostHeader(const QString &url);
+
+    // text with the user info ("user:password@") taken out of every "scheme://" authority in
+    // it, for whatever others may see: a Referer, a log line, a file name, an export. Texts
+    // without "@" (almost all) come back shared, after one scan.
+    static QString withoutUserInfo(const QString &text);
 };
 
 } // namespace orel

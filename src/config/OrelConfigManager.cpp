@@ -1,3 +1,5 @@
+// The list of saved configurations and their files: listing, selecting, saving, opening,
+// renaming and deleting, the edited mark and the end-of-crawl status.
 #include "config/OrelConfigManager.h"
 
 #include "common/AppSupport.h"
@@ -6,169 +8,37 @@
 #include "common/Log.h"
 #include "common/Plist.h"
 #include "common/SettingsControls.h"
-#include "common/TextLists.h"
+#include "common/UrlParts.h"
 #include "common/UserDefaults.h"
+#include "config/ConfigValues.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 
 namespace orel {
 
+using namespace config;
+
 namespace {
-
-// The threads slider's range.
-constexpr int minThreads = 1;
-constexpr int maxThreads = 64;
-
-const QString YES = QStringLiteral("YES");
-const QString NO = QStringLiteral("NO");
-
-// A switch of the settings dictionary and the check box it drives. An inverted switch is on in
-// the dictionary when its check box is off.
-struct Switch
-{
-    const char *key;
-    CheckState SettingsControls::*member;
-    bool inverted;
-    bool onWhenAbsent; // "on unless NO" rather than "off unless YES"
-    bool inBlank; // written as "NO" by compileBlankDict
-};
-
-const Switch switches[] = {
-    { "followQuerystring", &SettingsControls::qsButton, true, false, true },
-    { "checkErrorPages", &SettingsControls::checkErrorPages, false, false, true },
-    { "ignoreSlash", &SettingsControls::slashButton, false, true, false },
-    { "checkImages", &SettingsControls::imgButton, false, false, true },
-    { "followCheckbox", &SettingsControls::followButton, true, true, true },
-    { "nofollowCheckbox", &SettingsControls::nofollowCheckbox, false, false, true },
-    { "uniqueTitles", &SettingsControls::uniqueTitleButton, false, false, true },
-    { "archivePages", &SettingsControls::archiveButton, false, false, true },
-    { "OrrelwickSitemapOnly", &SettingsControls::sitemapOnly, false, false, true },
-    { "OrrelwickHashIsBad", &SettingsControls::hashIsBad, false, false, true },
-    { "OrrelwickXmlNoBlacklisted", &SettingsControls::xmlNoBlacklisted, false, false, true },
-    { "blacklistCheckContent", &SettingsControls::blacklistCheckContentCheckBox, false, false,
-      true },
-    { "plainTextMode", &SettingsControls::plainTextMode, false, false, true },
-    { "KestovanAttemptAuthentication", &SettingsControls::attemptAuthentication, false, false,
-      false },
-};
-
-const Switch *findSwitch(const QString &key)
-{
-    for (const Switch &s : switches) {
-        if (key == QLatin1String(s.key))
-            return &s;
-    }
-    return nullptr;
-}
-
-// Keys other than the switches, in the order they are applied.
-const char *const otherKeys[] = {
-    "url",
-    "name",
-    "checkBlacklist",
-    "followBlacklist",
-    "followWhitelist",
-    "numberOfThreads",
-    "timeOut",
-    "delay",
-    "OrrelwickMainWindowEdited",
-    "selectedConfig",
-    "sitemapRules",
-    "sitemapSaveDirectory",
-    "sitemapSaveFilename",
-    "status",
-    "dateStamp",
-};
 
 // File names in the folder that are never configurations, so new ones must not take them.
 const char *const reservedNames[] = { "temp", "lastused", "archive", "thumbs", "ftpdetails" };
 
-// Values written by other tools may be booleans rather than "YES"/"NO".
-bool isYes(const QVariant &v)
-{
-    if (v.typeId() == QMetaType::Bool)
-        return v.toBool();
-    return v.toString() == YES;
-}
-
-bool isNo(const QVariant &v)
-{
-    if (v.typeId() == QMetaType::Bool)
-        return !v.toBool();
-    return v.toString() == NO;
-}
-
-// The leading number of a text, 0 when there is none: settings files have always been read this
-// forgiving way ("12 threads" reads as 12, "abc" as 0).
-double leadingNumber(const QString &text)
-{
-    static const QRegularExpression re(
-            QStringLiteral("^\\s*([+-]?(?:\\d+\\.?\\d*|\\.\\d+)(?:[eE][+-]?\\d+)?)"));
-    const QRegularExpressionMatch m = re.match(text);
-    return m.hasMatch() ? m.captured(1).toDouble() : 0.0;
-}
-
-int leadingInt(const QString &text)
-{
-    const double d = leadingNumber(text);
-    if (d > 2147483647.0)
-        return 2147483647;
-    if (d < -2147483648.0)
-        return -2147483647 - 1;
-    return int(d);
-}
-
-QString numberText(double d)
-{
-    return QString::number(d, 'g', QLocale::FloatingPointShortest);
-}
-
-QStringList splitRules(const QVariant &v)
-{
-    if (v.typeId() == QMetaType::QVariantList || v.typeId() == QMetaType::QStringList)
-        return trimEachItemInArray(v.toStringList());
-    const QString text = v.toString();
-    if (text.isEmpty())
-        return {};
-    return trimEachItemInArray(text.split(QLatin1Char(',')));
-}
-
-QVariantMap newSitemapRule(const QString &contains, const QString &priority, const QString &update)
-{
-    return QVariantMap { { QStringLiteral("contains"), contains },
-                         { QStringLiteral("priority"), priority },
-                         { QStringLiteral("update"), update } };
-}
-
-std::optional<bool> parseSwitch(const QString &text)
-{
-    const QString t = text.trimmed().toLower();
-    if (t == QLatin1String("yes") || t == QLatin1String("on") || t == QLatin1String("true")
-        || t == QLatin1String("1"))
-        return true;
-    if (t == QLatin1String("no") || t == QLatin1String("off") || t == QLatin1String("false")
-        || t == QLatin1String("0"))
-        return false;
-    return std::nullopt;
-}
-
 } // namespace
 
 OrelConfigManager::OrelConfigManager(SettingsControls *controls, QObject *parent)
-    : QObject(parent), controls_(controls)
+    : QObject(parent), m_controls(controls)
 {
-    connect(controls_, &SettingsControls::changed, this, &OrelConfigManager::controlsChanged);
+    connect(m_controls, &SettingsControls::changed, this, &OrelConfigManager::controlsChanged);
 }
 
 void OrelConfigManager::controlsChanged()
 {
-    if (!applying_)
+    if (!m_applying)
         setEdited(true);
 }
 
@@ -202,12 +72,12 @@ void OrelConfigManager::loadAllUrls()
         AppSupport::ensureFolder();
     }
     // A new configuration still being entered is not on disk; keep its row.
-    const bool keepNew = creatingNewConfig_ && !nameCollection_.isEmpty();
-    const QString newName = keepNew ? nameCollection_.last() : QString();
+    const bool keepNew = m_creatingNewConfig && !m_nameCollection.isEmpty();
+    const QString newName = keepNew ? m_nameCollection.last() : QString();
 
-    collection_.clear();
-    nameCollection_.clear();
-    fileNameCollection_.clear();
+    m_collection.clear();
+    m_nameCollection.clear();
+    m_fileNameCollection.clear();
     // Sorted by name so the list is stable between runs (row numbers are remembered).
     const QDir dir(AppSupport::folder());
     const QFileInfoList entries =
@@ -225,29 +95,29 @@ void OrelConfigManager::loadAllUrls()
         if (!dict.contains(QStringLiteral("url")) || url.isEmpty())
             continue;
         const QString name = dict.value(QStringLiteral("name")).toString();
-        collection_.append(url);
-        nameCollection_.append(name.isEmpty() ? url : name);
-        fileNameCollection_.append(fileName);
+        m_collection.append(url);
+        m_nameCollection.append(name.isEmpty() ? UrlParts::withoutUserInfo(url) : name);
+        m_fileNameCollection.append(fileName);
     }
     if (keepNew) {
-        collection_.append(QString());
-        nameCollection_.append(newName);
-        fileNameCollection_.append(QString());
+        m_collection.append(QString());
+        m_nameCollection.append(newName);
+        m_fileNameCollection.append(QString());
     }
 
     // Keep the selection on the same file.
     int row = -1;
     if (keepNew)
         row = count() - 1;
-    else if (!selectedConfigFilename_.isEmpty())
-        row = int(fileNameCollection_.indexOf(selectedConfigFilename_));
+    else if (!m_selectedConfigFilename.isEmpty())
+        row = int(m_fileNameCollection.indexOf(m_selectedConfigFilename));
     setSelectedRowQuietly(row);
 
     const bool few = count() < 2;
     if (few)
         UserDefaults::setValue(QLatin1String(DefaultsKey::DrawerOpen), false);
-    if (few != fewConfigurations_) {
-        fewConfigurations_ = few;
+    if (few != m_fewConfigurations) {
+        m_fewConfigurations = few;
         Q_EMIT fewConfigurationsChanged(few);
     }
     Q_EMIT listChanged();
@@ -255,55 +125,55 @@ void OrelConfigManager::loadAllUrls()
 
 QString OrelConfigManager::urlAt(int row) const
 {
-    return row >= 0 && row < count() ? collection_.at(row) : QString();
+    return row >= 0 && row < count() ? m_collection.at(row) : QString();
 }
 
 QString OrelConfigManager::nameAt(int row) const
 {
-    return row >= 0 && row < count() ? nameCollection_.at(row) : QString();
+    return row >= 0 && row < count() ? m_nameCollection.at(row) : QString();
 }
 
 QString OrelConfigManager::fileNameAt(int row) const
 {
-    return row >= 0 && row < count() ? fileNameCollection_.at(row) : QString();
+    return row >= 0 && row < count() ? m_fileNameCollection.at(row) : QString();
 }
 
 void OrelConfigManager::setSelectedRowQuietly(int row)
 {
     if (row < 0 || row >= count())
         row = -1;
-    selectedRow_ = row;
-    selectedConfigFilename_ = fileNameAt(row);
+    m_selectedRow = row;
+    m_selectedConfigFilename = fileNameAt(row);
     Q_EMIT selectionChanged(row);
 }
 
 void OrelConfigManager::selectRow(int row)
 {
     // Choosing another row abandons a new configuration that was never saved.
-    if (creatingNewConfig_ && row != count() - 1) {
-        creatingNewConfig_ = false;
-        collection_.removeLast();
-        nameCollection_.removeLast();
-        fileNameCollection_.removeLast();
+    if (m_creatingNewConfig && row != count() - 1) {
+        m_creatingNewConfig = false;
+        m_collection.removeLast();
+        m_nameCollection.removeLast();
+        m_fileNameCollection.removeLast();
         Q_EMIT listChanged();
     }
     setSelectedRowQuietly(row);
-    if (selectedRow_ < 0 || selectedConfigFilename_.isEmpty())
+    if (m_selectedRow < 0 || m_selectedConfigFilename.isEmpty())
         return;
-    const std::optional<QVariantMap> dict = readConfig(selectedConfigFilename_);
+    const std::optional<QVariantMap> dict = readConfig(m_selectedConfigFilename);
     if (!dict)
         return;
-    settingsLoadedFromLocation_.clear();
+    m_settingsLoadedFromLocation.clear();
     implementSettingsFromDictionary(*dict);
-    setWindowTitle(nameAt(selectedRow_));
+    setWindowTitle(nameAt(m_selectedRow));
 }
 
 int OrelConfigManager::findConfiguration(const QString &nameOrFile) const
 {
-    const int byFile = int(fileNameCollection_.indexOf(nameOrFile));
+    const int byFile = int(m_fileNameCollection.indexOf(nameOrFile));
     if (byFile >= 0 && !nameOrFile.isEmpty())
         return byFile;
-    return int(nameCollection_.indexOf(nameOrFile));
+    return int(m_nameCollection.indexOf(nameOrFile));
 }
 
 std::optional<QVariantMap> OrelConfigManager::readConfig(const QString &fileName) const
@@ -321,218 +191,12 @@ bool OrelConfigManager::writeConfig(const QString &path, const QVariantMap &dict
     return Plist::writeFile(path, dict);
 }
 
-// ---- Settings dictionary ---------------------------------------------------------------------
-
-QStringList OrelConfigManager::settingsKeys()
-{
-    QStringList keys;
-    for (const char *k : otherKeys)
-        keys.append(QLatin1String(k));
-    for (const Switch &s : switches)
-        keys.append(QLatin1String(s.key));
-    return keys;
-}
-
-QVariantMap OrelConfigManager::compileConfigDict() const
-{
-    const SettingsControls &c = *controls_;
-    QVariantMap d;
-    d.insert(QStringLiteral("url"), c.urlField);
-    QString name;
-    if (selectedRow_ >= 0)
-        name = nameAt(selectedRow_);
-    else if (!loadedName_.isEmpty())
-        name = loadedName_;
-    else
-        name = c.urlField;
-    d.insert(QStringLiteral("name"), name);
-    d.insert(QStringLiteral("checkBlacklist"), checkBlacklistArray_.join(QLatin1Char(',')));
-    d.insert(QStringLiteral("followBlacklist"), followBlacklistArray_.join(QLatin1Char(',')));
-    d.insert(QStringLiteral("followWhitelist"), followWhitelistArray_.join(QLatin1Char(',')));
-    d.insert(QStringLiteral("numberOfThreads"), QString::number(c.numberOfThreads));
-    d.insert(QStringLiteral("timeOut"), numberText(c.timeoutField));
-    d.insert(QStringLiteral("delay"), numberText(c.delayField));
-    for (const Switch &s : switches) {
-        const bool on = (c.*(s.member) != CheckState::Off) != s.inverted;
-        d.insert(QLatin1String(s.key), on ? YES : NO);
-    }
-    d.insert(QStringLiteral("OrrelwickMainWindowEdited"), edited_ ? YES : NO);
-    d.insert(QStringLiteral("selectedConfig"), QString::number(selectedRow_));
-    d.insert(QStringLiteral("sitemapRules"), sitemapRules_);
-    if (!sitemapSaveDirectory_.isEmpty())
-        d.insert(QStringLiteral("sitemapSaveDirectory"), sitemapSaveDirectory_);
-    if (!sitemapSaveFilename_.isEmpty())
-        d.insert(QStringLiteral("sitemapSaveFilename"), sitemapSaveFilename_);
-    return d;
-}
-
-QVariantMap OrelConfigManager::compileBlankDict()
-{
-    QVariantMap d;
-    d.insert(QStringLiteral("url"), QString());
-    d.insert(QStringLiteral("name"), QString());
-    d.insert(QStringLiteral("checkBlacklist"), QString());
-    d.insert(QStringLiteral("followBlacklist"), QString());
-    d.insert(QStringLiteral("followWhitelist"), QString());
-    d.insert(QStringLiteral("numberOfThreads"), QStringLiteral("12"));
-    d.insert(QStringLiteral("timeOut"), QStringLiteral("30"));
-    for (const Switch &s : switches) {
-        if (s.inBlank)
-            d.insert(QLatin1String(s.key), NO);
-    }
-    return d;
-}
-
-void OrelConfigManager::implementSettingsFromDictionary(const QVariantMap &dict)
-{
-    applying_ = true;
-    SettingsControls &c = *controls_;
-
-    if (dict.contains(QStringLiteral("url")))
-        c.urlField = dict.value(QStringLiteral("url")).toString();
-    loadedName_ = dict.value(QStringLiteral("name")).toString();
-
-    checkBlacklistArray_ = splitRules(dict.value(QStringLiteral("checkBlacklist")));
-    followBlacklistArray_ = splitRules(dict.value(QStringLiteral("followBlacklist")));
-    followWhitelistArray_ = splitRules(dict.value(QStringLiteral("followWhitelist")));
-
-    c.numberOfThreads =
-            std::clamp(leadingInt(dict.value(QStringLiteral("numberOfThreads")).toString()),
-                       minThreads, maxThreads);
-    const QString timeOut = dict.value(QStringLiteral("timeOut")).toString();
-    c.timeoutField = leadingInt(timeOut) < 1 ? 30.0 : leadingNumber(timeOut);
-    c.delayField = dict.contains(QStringLiteral("delay"))
-            ? leadingNumber(dict.value(QStringLiteral("delay")).toString())
-            : 0.0;
-
-    for (const Switch &s : switches) {
-        const QVariant v = dict.value(QLatin1String(s.key));
-        const bool on = s.onWhenAbsent ? !isNo(v) : isYes(v);
-        c.*(s.member) = on != s.inverted ? CheckState::On : CheckState::Off;
-    }
-
-    sitemapRules_.clear();
-    const QVariant rules = dict.value(QStringLiteral("sitemapRules"));
-    if (rules.typeId() == QMetaType::QVariantList) {
-        for (const QVariant &r : rules.toList()) {
-            if (r.typeId() == QMetaType::QVariantMap)
-                sitemapRules_.append(r);
-        }
-    }
-    sitemapSaveDirectory_ = dict.value(QStringLiteral("sitemapSaveDirectory")).toString();
-    sitemapSaveFilename_ = dict.value(QStringLiteral("sitemapSaveFilename")).toString();
-
-    const QString dateStamp = dict.value(QStringLiteral("dateStamp")).toString();
-    if (dateStamp.isEmpty()) {
-        setStatusLine(QString());
-    } else {
-        // Deliberately with a comma; the line set at the end of a crawl has none.
-        setStatusLine(QStringLiteral("%1 %2, %3")
-                              .arg(localized("Last checked"), dateStamp,
-                                   dict.value(QStringLiteral("status")).toString()));
-    }
-
-    Q_EMIT c.changed();
-    applying_ = false;
-    Q_EMIT rulesChanged();
-    Q_EMIT sitemapRulesChanged();
-    setEdited(isYes(dict.value(QStringLiteral("OrrelwickMainWindowEdited"))));
-}
-
-void OrelConfigManager::implementLastUsedSettings()
-{
-    const std::optional<QVariant> v = Plist::readFile(AppSupport::lastUsedFile());
-    if (!v || v->typeId() != QMetaType::QVariantMap)
-        return;
-    const QVariantMap dict = v->toMap();
-    implementSettingsFromDictionary(dict);
-    const QVariant row = dict.value(QStringLiteral("selectedConfig"));
-    setSelectedRowQuietly(row.isValid() ? leadingInt(row.toString()) : -1);
-}
-
-QString OrelConfigManager::showSitemapRules(const QVariantList &rules)
-{
-    QStringList parts;
-    for (const QVariant &r : rules) {
-        const QVariantMap m = r.toMap();
-        parts.append(QStringLiteral("contains=%1 priority=%2 update=%3")
-                             .arg(m.value(QStringLiteral("contains")).toString(),
-                                  m.value(QStringLiteral("priority")).toString(),
-                                  m.value(QStringLiteral("update")).toString()));
-    }
-    return parts.join(QLatin1String("; "));
-}
-
-bool OrelConfigManager::applySettingsKey(const QString &key, const QString &value, QString *error)
-{
-    auto fail = [error](const QString &why) {
-        if (error)
-            *error = why;
-        return false;
-    };
-    auto badValue = [&]() {
-        return fail(QStringLiteral("bad value \"%1\" for setting \"%2\"").arg(value, key));
-    };
-    if (!settingsKeys().contains(key))
-        return fail(QStringLiteral("unknown setting \"%1\"").arg(key));
-
-    // Start from the current settings so that only this key changes, then apply them whole.
-    QVariantMap dict = compileConfigDict();
-    dict.insert(QStringLiteral("OrrelwickMainWindowEdited"), YES);
-    if (findSwitch(key)) {
-        const std::optional<bool> on = parseSwitch(value);
-        if (!on)
-            return badValue();
-        dict.insert(key, *on ? YES : NO);
-    } else if (key == QLatin1String("numberOfThreads") || key == QLatin1String("selectedConfig")) {
-        bool ok = false;
-        value.trimmed().toInt(&ok);
-        if (!ok)
-            return badValue();
-        dict.insert(key, value.trimmed());
-    } else if (key == QLatin1String("timeOut") || key == QLatin1String("delay")) {
-        bool ok = false;
-        value.trimmed().toDouble(&ok);
-        if (!ok)
-            return badValue();
-        dict.insert(key, value.trimmed());
-    } else if (key == QLatin1String("OrrelwickMainWindowEdited")) {
-        const std::optional<bool> on = parseSwitch(value);
-        if (!on)
-            return badValue();
-        dict.insert(key, *on ? YES : NO);
-    } else if (key == QLatin1String("sitemapRules")) {
-        QVariantList rules;
-        static const QRegularExpression re(
-                QStringLiteral("^contains=(.*) priority=(\\S*) update=(\\S*)$"));
-        for (const QString &part : value.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
-            const QRegularExpressionMatch m = re.match(part.trimmed());
-            if (!m.hasMatch())
-                return badValue();
-            rules.append(newSitemapRule(m.captured(1), m.captured(2), m.captured(3)));
-        }
-        dict.insert(key, rules);
-    } else {
-        dict.insert(key, value);
-    }
-    const int row = selectedRow_;
-    implementSettingsFromDictionary(dict);
-    if (key == QLatin1String("name")) {
-        if (row >= 0 && row < count())
-            nameCollection_[row] = value;
-    }
-    if (key == QLatin1String("selectedConfig"))
-        setSelectedRowQuietly(value.trimmed().toInt());
-    if (key != QLatin1String("OrrelwickMainWindowEdited"))
-        setEdited(true);
-    return true;
-}
-
 // ---- Saving, opening, deleting -----------------------------------------------------------------
 
 QString OrelConfigManager::newFileNameForUrl(const QString &url)
 {
-    QString base = url;
+    // A password in the address would otherwise be spelt out in the file name.
+    QString base = UrlParts::withoutUserInfo(url);
     base.remove(QLatin1Char('/'));
     base.remove(QLatin1Char(':'));
     base.remove(QLatin1Char('.'));
@@ -558,8 +222,8 @@ QString OrelConfigManager::saveMenuItem()
     QVariantMap dict = compileConfigDict();
     dict.insert(QStringLiteral("OrrelwickMainWindowEdited"), NO);
 
-    if (!settingsLoadedFromLocation_.isEmpty()) {
-        const QString path = settingsLoadedFromLocation_;
+    if (!m_settingsLoadedFromLocation.isEmpty()) {
+        const QString path = m_settingsLoadedFromLocation;
         QVariantMap merged;
         if (const auto old = Plist::readFile(path); old && old->typeId() == QMetaType::QVariantMap)
             merged = old->toMap();
@@ -576,9 +240,9 @@ QString OrelConfigManager::saveMenuItem()
 
     AppSupport::ensureFolder();
     const bool existing =
-            selectedRow_ >= 0 && !creatingNewConfig_ && !fileNameAt(selectedRow_).isEmpty();
+            m_selectedRow >= 0 && !m_creatingNewConfig && !fileNameAt(m_selectedRow).isEmpty();
     const QString fileName =
-            existing ? fileNameAt(selectedRow_) : newFileNameForUrl(controls_->urlField);
+            existing ? fileNameAt(m_selectedRow) : newFileNameForUrl(m_controls->urlField);
     const QString path = pathForFilename(fileName);
 
     // Keys the controls do not hold (status, date stamp) survive the save.
@@ -594,17 +258,17 @@ QString OrelConfigManager::saveMenuItem()
         return QString();
     }
 
-    if (creatingNewConfig_) {
-        creatingNewConfig_ = false;
-        collection_.removeLast();
-        nameCollection_.removeLast();
-        fileNameCollection_.removeLast();
+    if (m_creatingNewConfig) {
+        m_creatingNewConfig = false;
+        m_collection.removeLast();
+        m_nameCollection.removeLast();
+        m_fileNameCollection.removeLast();
     }
-    selectedConfigFilename_ = fileName;
+    m_selectedConfigFilename = fileName;
     setEdited(false);
     log(QStringLiteral("filename of selected item is %1").arg(fileName));
     loadAllUrls();
-    setWindowTitle(nameAt(selectedRow_));
+    setWindowTitle(nameAt(m_selectedRow));
     return fileName;
 }
 
@@ -618,25 +282,25 @@ bool OrelConfigManager::openSettings(const QString &path, QString *error)
             *error = QStringLiteral("%1: not a settings file").arg(path);
         return false;
     }
-    if (creatingNewConfig_)
+    if (m_creatingNewConfig)
         selectRow(-1);
     setSelectedRowQuietly(-1);
     implementSettingsFromDictionary(v->toMap());
-    settingsLoadedFromLocation_ = path;
+    m_settingsLoadedFromLocation = path;
     setWindowTitle(QFileInfo(path).fileName());
     return true;
 }
 
 void OrelConfigManager::showDefaults()
 {
-    applying_ = true;
-    controls_->setDefaults();
-    applying_ = false;
-    checkBlacklistArray_.clear();
-    followBlacklistArray_.clear();
-    followWhitelistArray_.clear();
-    sitemapRules_.clear();
-    loadedName_.clear();
+    m_applying = true;
+    m_controls->setDefaults();
+    m_applying = false;
+    m_checkBlacklistArray.clear();
+    m_followBlacklistArray.clear();
+    m_followWhitelistArray.clear();
+    m_sitemapRules.clear();
+    m_loadedName.clear();
     setStatusLine(QString());
     Q_EMIT rulesChanged();
     Q_EMIT sitemapRulesChanged();
@@ -644,7 +308,7 @@ void OrelConfigManager::showDefaults()
 
 bool OrelConfigManager::deleteMenuItem()
 {
-    if (crawlRunning_ || selectedRow_ < 0)
+    if (m_crawlRunning || m_selectedRow < 0)
         return false;
     const int answer = Dialogs::current().alert(
             localized("Delete Configuration"),
@@ -653,7 +317,7 @@ bool OrelConfigManager::deleteMenuItem()
     if (answer != 0)
         return false;
 
-    const int row = selectedRow_;
+    const int row = m_selectedRow;
     const QString fileName = fileNameAt(row);
     if (fileName.isEmpty()) {
         log(QStringLiteral("no filename"));
@@ -666,13 +330,13 @@ bool OrelConfigManager::deleteMenuItem()
     // The deleted configuration is the one on show: its settings go too.
     showDefaults();
 
-    if (creatingNewConfig_ && row == count() - 1)
-        creatingNewConfig_ = false;
-    collection_.removeAt(row);
-    nameCollection_.removeAt(row);
-    fileNameCollection_.removeAt(row);
-    selectedConfigFilename_.clear();
-    selectedRow_ = -1;
+    if (m_creatingNewConfig && row == count() - 1)
+        m_creatingNewConfig = false;
+    m_collection.removeAt(row);
+    m_nameCollection.removeAt(row);
+    m_fileNameCollection.removeAt(row);
+    m_selectedConfigFilename.clear();
+    m_selectedRow = -1;
     setEdited(false);
     loadAllUrls();
     if (count() > 0)
@@ -683,111 +347,28 @@ bool OrelConfigManager::deleteMenuItem()
 
 void OrelConfigManager::setNewName(const QString &name)
 {
-    const int row = selectedRow_;
-    if (row >= 0 && creatingNewConfig_ && row == count() - 1) {
-        nameCollection_[row] = name;
+    const int row = m_selectedRow;
+    if (row >= 0 && m_creatingNewConfig && row == count() - 1) {
+        m_nameCollection[row] = name;
         Q_EMIT listChanged();
         return;
     }
     if (row < 0) {
-        loadedName_ = name;
+        m_loadedName = name;
         setEdited(true);
         return;
     }
     if (updateSelectedFile("name", name, "new name not written successfully")) {
-        nameCollection_[row] = name.isEmpty() ? collection_.at(row) : name;
-        setWindowTitle(nameCollection_.at(row));
+        m_nameCollection[row] =
+                name.isEmpty() ? UrlParts::withoutUserInfo(m_collection.at(row)) : name;
+        setWindowTitle(m_nameCollection.at(row));
         Q_EMIT listChanged();
     }
 }
 
-bool OrelConfigManager::exportMenuItem()
-{
-    QString start = compileConfigDict().value(QStringLiteral("name")).toString();
-    start.remove(QLatin1Char('/'));
-    const std::optional<QString> chosen = Dialogs::current().savePanel(
-            QStringLiteral("lcsettings"), QString(),
-            start.isEmpty() ? QString() : start + QStringLiteral(".lcsettings"));
-    if (!chosen || chosen->isEmpty())
-        return false;
-    QString path = *chosen;
-    if (!path.endsWith(QLatin1String(".lcsettings")))
-        path += QLatin1String(".lcsettings");
-    QVariantMap dict = compileConfigDict();
-    dict.remove(QStringLiteral("selectedConfig"));
-    if (!writeConfig(path, dict)) {
-        log(QStringLiteral("config not written successfully to %1").arg(path));
-        log(QStringLiteral("Unsuccessful exporting settings to %1\n").arg(path));
-        return false;
-    }
-    return true;
-}
-
-bool OrelConfigManager::exportConfiguration(int row, const QString &path, QString *error)
-{
-    if (row < 0 || row >= count() || fileNameAt(row).isEmpty()) {
-        if (error)
-            *error = QStringLiteral("no such configuration");
-        return false;
-    }
-    const std::optional<QVariant> v = Plist::readFile(pathForFilename(fileNameAt(row)), error);
-    if (!v)
-        return false;
-    QVariantMap dict = v->toMap();
-    dict.remove(QStringLiteral("selectedConfig"));
-    if (!Plist::writeFile(path, dict, error)) {
-        log(QStringLiteral("Unsuccessful exporting settings to %1\n").arg(path));
-        return false;
-    }
-    return true;
-}
-
-std::optional<QString> OrelConfigManager::importSettings(const QString &path, QString *error)
-{
-    const std::optional<QVariant> v = Plist::readFile(path, error);
-    if (!v)
-        return std::nullopt;
-    if (v->typeId() != QMetaType::QVariantMap) {
-        if (error)
-            *error = QStringLiteral("%1: not a settings file").arg(path);
-        return std::nullopt;
-    }
-    QVariantMap dict = v->toMap();
-    const QString url = dict.value(QStringLiteral("url")).toString();
-    if (url.isEmpty()) {
-        if (error)
-            *error = QStringLiteral("%1: the settings have no url").arg(path);
-        return std::nullopt;
-    }
-    dict.remove(QStringLiteral("selectedConfig"));
-    AppSupport::ensureFolder();
-    const QString fileName = newFileNameForUrl(url);
-    const QString target = pathForFilename(fileName);
-    if (!Plist::writeFile(target, dict, error)) {
-        log(QStringLiteral("config not written successfully to %1").arg(target));
-        return std::nullopt;
-    }
-    loadAllUrls();
-    return fileName;
-}
-
-void OrelConfigManager::saveLastUsedSettings()
-{
-    AppSupport::ensureFolder();
-    if (!writeConfig(AppSupport::lastUsedFile(), compileConfigDict()))
-        log(QStringLiteral("lastused config not written successfully"));
-}
-
-void OrelConfigManager::saveBlankSettings()
-{
-    AppSupport::ensureFolder();
-    if (!writeConfig(AppSupport::lastUsedFile(), compileBlankDict()))
-        log(QStringLiteral("lastused config not written successfully"));
-}
-
 bool OrelConfigManager::saveNewConfigIfNecessary()
 {
-    if (!edited_)
+    if (!m_edited)
         return true;
     const int answer =
             Dialogs::current().alert(localized("Unsaved changes"),
@@ -801,17 +382,17 @@ bool OrelConfigManager::saveNewConfigIfNecessary()
 void OrelConfigManager::newURL()
 {
     saveNewConfigIfNecessary();
-    if (creatingNewConfig_)
+    if (m_creatingNewConfig)
         selectRow(-1);
-    sitemapSaveDirectory_.clear();
-    sitemapSaveFilename_.clear();
-    settingsLoadedFromLocation_.clear();
+    m_sitemapSaveDirectory.clear();
+    m_sitemapSaveFilename.clear();
+    m_settingsLoadedFromLocation.clear();
     showDefaults();
 
-    creatingNewConfig_ = true;
-    collection_.append(QString());
-    nameCollection_.append(localized("untitled"));
-    fileNameCollection_.append(QString());
+    m_creatingNewConfig = true;
+    m_collection.append(QString());
+    m_nameCollection.append(localized("untitled"));
+    m_fileNameCollection.append(QString());
     Q_EMIT listChanged();
     setSelectedRowQuietly(count() - 1);
     setWindowTitle(localized("Untitled"));
@@ -820,17 +401,17 @@ void OrelConfigManager::newURL()
 
 void OrelConfigManager::setEdited(bool edited)
 {
-    if (edited == edited_)
+    if (edited == m_edited)
         return;
-    edited_ = edited;
+    m_edited = edited;
     Q_EMIT editedChanged(edited);
 }
 
 void OrelConfigManager::setWindowTitle(const QString &title)
 {
-    if (title == windowTitle_)
+    if (title == m_windowTitle)
         return;
-    windowTitle_ = title;
+    m_windowTitle = title;
     Q_EMIT windowTitleChanged(title);
 }
 
@@ -839,13 +420,13 @@ void OrelConfigManager::setWindowTitle(const QString &title)
 bool OrelConfigManager::updateSelectedFile(const char *key, const QString &value,
                                            const char *failureLog)
 {
-    if (selectedRow_ < 0 || selectedConfigFilename_.isEmpty())
+    if (m_selectedRow < 0 || m_selectedConfigFilename.isEmpty())
         return false;
-    std::optional<QVariantMap> dict = readConfig(selectedConfigFilename_);
+    std::optional<QVariantMap> dict = readConfig(m_selectedConfigFilename);
     if (!dict)
         return false;
     dict->insert(QLatin1String(key), value);
-    if (!writeConfig(pathForFilename(selectedConfigFilename_), *dict))
+    if (!writeConfig(pathForFilename(m_selectedConfigFilename), *dict))
         log(QLatin1String(failureLog));
     return true;
 }
@@ -856,7 +437,7 @@ void OrelConfigManager::setDateStamp()
             QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!updateSelectedFile("dateStamp", stamp, "datestamp not written successfully"))
         return;
-    const QString status = readConfig(selectedConfigFilename_)
+    const QString status = readConfig(m_selectedConfigFilename)
                                    .value_or(QVariantMap())
                                    .value(QStringLiteral("status"))
                                    .toString();
@@ -870,9 +451,9 @@ void OrelConfigManager::setStatus(const QString &status)
 
 void OrelConfigManager::setStatusLine(const QString &line)
 {
-    if (line == statusLine_)
+    if (line == m_statusLine)
         return;
-    statusLine_ = line;
+    m_statusLine = line;
     Q_EMIT statusLineChanged(line);
 }
 
@@ -885,20 +466,20 @@ bool OrelConfigManager::filenameExists(const QString &fileName)
 
 QString OrelConfigManager::getUrlForFilename(const QString &fileName) const
 {
-    const qsizetype i = fileNameCollection_.indexOf(fileName);
-    return i >= 0 && !fileName.isEmpty() ? collection_.at(i) : QString();
+    const qsizetype i = m_fileNameCollection.indexOf(fileName);
+    return i >= 0 && !fileName.isEmpty() ? m_collection.at(i) : QString();
 }
 
 QString OrelConfigManager::getNameForFilename(const QString &fileName) const
 {
-    const qsizetype i = fileNameCollection_.indexOf(fileName);
-    return i >= 0 && !fileName.isEmpty() ? nameCollection_.at(i) : QString();
+    const qsizetype i = m_fileNameCollection.indexOf(fileName);
+    return i >= 0 && !fileName.isEmpty() ? m_nameCollection.at(i) : QString();
 }
 
 QString OrelConfigManager::getNameForURL(const QString &url) const
 {
-    const qsizetype i = collection_.indexOf(url);
-    return i >= 0 && !url.isEmpty() ? nameCollection_.at(i) : QString();
+    const qsizetype i = m_collection.indexOf(url);
+    return i >= 0 && !url.isEmpty() ? m_nameCollection.at(i) : QString();
 }
 
 QString OrelConfigManager::getThumbForFilename(const QString &fileName)
@@ -916,216 +497,18 @@ QString OrelConfigManager::getThumbForFilename(const QString &fileName)
 
 void OrelConfigManager::setSitemapSaveDirectory(const QString &dir)
 {
-    if (dir == sitemapSaveDirectory_)
+    if (dir == m_sitemapSaveDirectory)
         return;
-    sitemapSaveDirectory_ = dir;
+    m_sitemapSaveDirectory = dir;
     setEdited(true);
 }
 
 void OrelConfigManager::setSitemapSaveFilename(const QString &name)
 {
-    if (name == sitemapSaveFilename_)
+    if (name == m_sitemapSaveFilename)
         return;
-    sitemapSaveFilename_ = name;
+    m_sitemapSaveFilename = name;
     setEdited(true);
-}
-
-QString OrelConfigManager::ftpDetailsPath()
-{
-    return AppSupport::folder() + QStringLiteral("/ftpdetails");
-}
-
-void OrelConfigManager::saveFtpDetails(const FtpDetails &details)
-{
-    const QString path = ftpDetailsPath();
-    log(QStringLiteral("saveFtpDetails called, writing to %1").arg(path));
-    AppSupport::ensureFolder();
-    const QVariantMap dict { { QStringLiteral("ftpserver"), details.server },
-                             { QStringLiteral("ftpdirectory"), details.directory },
-                             { QStringLiteral("ftpusername"), details.username },
-                             { QStringLiteral("ftppassword"), details.password } };
-    if (!Plist::writeFile(path, dict)) {
-        log(QStringLiteral("ftp details not written successfully"));
-        return;
-    }
-    // The file holds a password: readable by its owner only.
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-}
-
-OrelConfigManager::FtpDetails OrelConfigManager::loadFtpDetails()
-{
-    const QVariantMap dict = Plist::readFile(ftpDetailsPath()).value_or(QVariant()).toMap();
-    return FtpDetails { dict.value(QStringLiteral("ftpserver")).toString(),
-                        dict.value(QStringLiteral("ftpdirectory")).toString(),
-                        dict.value(QStringLiteral("ftpusername")).toString(),
-                        dict.value(QStringLiteral("ftppassword")).toString() };
-}
-
-// ---- Crawl rules -----------------------------------------------------------------------------
-
-QString OrelConfigManager::ruleKindName(RuleKind kind)
-{
-    switch (kind) {
-    case DoNotCheck:
-        return localized("Do not check");
-    case DoNotFollow:
-        return localized("Do not follow");
-    case OnlyFollow:
-        break;
-    }
-    return localized("Only follow");
-}
-
-QStringList &OrelConfigManager::rulesOfKind(RuleKind kind)
-{
-    switch (kind) {
-    case DoNotCheck:
-        return checkBlacklistArray_;
-    case DoNotFollow:
-        return followBlacklistArray_;
-    case OnlyFollow:
-        break;
-    }
-    return followWhitelistArray_;
-}
-
-bool OrelConfigManager::addBlacklistRule(const QString &text, RuleKind kind)
-{
-    const QString fragment = text.trimmed();
-    if (fragment.isEmpty())
-        return false;
-    rulesOfKind(kind).append(fragment);
-    Q_EMIT rulesChanged();
-    setEdited(true);
-    return true;
-}
-
-int OrelConfigManager::rulesRowCount() const
-{
-    return int(checkBlacklistArray_.size() + followBlacklistArray_.size()
-               + followWhitelistArray_.size());
-}
-
-namespace {
-struct RuleRef
-{
-    OrelConfigManager::RuleKind kind;
-    int index;
-};
-} // namespace
-
-static std::optional<RuleRef> locateRule(int row, qsizetype checks, qsizetype follows,
-                                         qsizetype onlys)
-{
-    if (row < 0)
-        return std::nullopt;
-    if (row < checks)
-        return RuleRef { OrelConfigManager::DoNotCheck, row };
-    if (row < checks + follows)
-        return RuleRef { OrelConfigManager::DoNotFollow, int(row - checks) };
-    if (row < checks + follows + onlys)
-        return RuleRef { OrelConfigManager::OnlyFollow, int(row - checks - follows) };
-    return std::nullopt;
-}
-
-QString OrelConfigManager::rulesValue(int row, const QString &column) const
-{
-    const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-                                followWhitelistArray_.size());
-    if (!ref)
-        return QString();
-    if (column == QLatin1String("rulename"))
-        return ruleKindName(ref->kind);
-    if (column == QLatin1String("scope")) {
-        return controls_->blacklistCheckContentCheckBox != CheckState::Off
-                ? localized("urls and content containing:")
-                : localized("urls containing:");
-    }
-    if (column == QLatin1String("searchstring")) {
-        return const_cast<OrelConfigManager *>(this)->rulesOfKind(ref->kind).at(ref->index);
-    }
-    return QString();
-}
-
-void OrelConfigManager::deleteBlacklistRule(int row)
-{
-    const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-                                followWhitelistArray_.size());
-    if (!ref)
-        return;
-    QStringList &list = rulesOfKind(ref->kind);
-    list.removeAt(ref->index);
-    Q_EMIT rulesChanged();
-    setEdited(true);
-}
-
-void OrelConfigManager::setRulesValue(int row, const QString &text)
-{
-    const auto ref = locateRule(row, checkBlacklistArray_.size(), followBlacklistArray_.size(),
-                                followWhitelistArray_.size());
-    if (!ref)
-        return;
-    QStringList &list = rulesOfKind(ref->kind);
-    // The edited rule goes to the end of its kind's list; emptied, it is simply removed.
-    list.removeAt(ref->index);
-    const QString fragment = text.trimmed();
-    if (!fragment.isEmpty())
-        list.append(fragment);
-    Q_EMIT rulesChanged();
-    setEdited(true);
-}
-
-// ---- Sitemap rules ---------------------------------------------------------------------------
-
-void OrelConfigManager::addSitemapRule()
-{
-    sitemapRules_.append(newSitemapRule(QStringLiteral("edit_me"), QStringLiteral("0.5"),
-                                        QStringLiteral("weekly")));
-    Q_EMIT sitemapRulesChanged();
-    setEdited(true);
-}
-
-void OrelConfigManager::deleteSitemapRule(int row)
-{
-    if (row < 0 || row >= sitemapRules_.size())
-        return;
-    sitemapRules_.removeAt(row);
-    Q_EMIT sitemapRulesChanged();
-    setEdited(true);
-}
-
-QString OrelConfigManager::sitemapRuleValue(int row, const QString &column) const
-{
-    if (row < 0 || row >= sitemapRules_.size())
-        return QString();
-    return sitemapRules_.at(row).toMap().value(column).toString();
-}
-
-void OrelConfigManager::setSitemapRuleValue(int row, const QString &column, const QString &value)
-{
-    if (row < 0 || row >= sitemapRules_.size())
-        return;
-    if (column != QLatin1String("contains") && column != QLatin1String("priority")
-        && column != QLatin1String("update"))
-        return;
-    QVariantMap rule = sitemapRules_.at(row).toMap();
-    rule.insert(column, value);
-    sitemapRules_[row] = rule;
-    Q_EMIT sitemapRulesChanged();
-    setEdited(true);
-}
-
-std::optional<QVariantMap> OrelConfigManager::ruleThatApplies(const QString &url) const
-{
-    std::optional<QVariantMap> found;
-    for (const QVariant &r : sitemapRules_) {
-        const QVariantMap rule = r.toMap();
-        const QString fragment = rule.value(QStringLiteral("contains")).toString();
-        // An empty fragment is found nowhere, as a text search for nothing finds nothing.
-        if (!fragment.isEmpty() && url.contains(fragment, Qt::CaseInsensitive))
-            found = rule;
-    }
-    return found;
 }
 
 } // namespace orel

@@ -37,7 +37,7 @@ public:
 
     explicit OrelConfigManager(SettingsControls *controls, QObject *parent = nullptr);
 
-    SettingsControls *controls() const { return controls_; }
+    SettingsControls *controls() const { return m_controls; }
 
     // Start-up once the window exists: lists the folder, applies "lastused", marks unedited.
     void awakeFromNib();
@@ -48,27 +48,27 @@ public:
     // ---- Configurations list -------------------------------------------------------------
     // Rebuilds the list from the application-support folder (created when missing).
     void loadAllUrls();
-    int count() const { return int(collection_.size()); }
+    int count() const { return int(m_collection.size()); }
     QString urlAt(int row) const; // null QString when the row does not exist
     QString nameAt(int row) const;
     QString fileNameAt(int row) const;
-    QStringList collection() const { return collection_; }
-    QStringList nameCollection() const { return nameCollection_; }
-    QStringList fileNameCollection() const { return fileNameCollection_; }
+    QStringList collection() const { return m_collection; }
+    QStringList nameCollection() const { return m_nameCollection; }
+    QStringList fileNameCollection() const { return m_fileNameCollection; }
     // Full path of a configuration file in the folder.
     static QString pathForFilename(const QString &fileName);
 
     // Fewer than 2 configurations: the GUI removes New/Save/Delete, hides the list controls and
     // closes the drawer. The manager itself sets the user default "OrrelwickDrawerOpen" to NO.
-    bool hasFewConfigurations() const { return fewConfigurations_; }
+    bool hasFewConfigurations() const { return m_fewConfigurations; }
 
     // Selecting a row applies that configuration's file to the controls. -1 deselects.
     void selectRow(int row);
-    int selectedRow() const { return selectedRow_; }
-    QString selectedConfigFilename() const { return selectedConfigFilename_; }
-    bool isCreatingNewConfig() const { return creatingNewConfig_; }
+    int selectedRow() const { return m_selectedRow; }
+    QString selectedConfigFilename() const { return m_selectedConfigFilename; }
+    bool isCreatingNewConfig() const { return m_creatingNewConfig; }
     // Path of settings opened from outside the folder (saves go back there); empty otherwise.
-    QString settingsLoadedFromLocation() const { return settingsLoadedFromLocation_; }
+    QString settingsLoadedFromLocation() const { return m_settingsLoadedFromLocation; }
 
     // Row of the configuration whose file name, else display name, equals nameOrFile; -1 if none.
     int findConfiguration(const QString &nameOrFile) const;
@@ -116,25 +116,25 @@ public:
     void saveLastUsedSettings();
     void saveBlankSettings();
 
-    // File name of a new configuration for a URL: "/", ":" and "." removed, "nourl" when empty,
-    // then "-1", "-2", … appended while a file of that name exists.
+    // File name of a new configuration for a URL: user info left out, "/", ":" and "." removed,
+    // "nourl" when empty, then "-1", "-2", … appended while a file of that name exists.
     static QString newFileNameForUrl(const QString &url);
 
     // Asks whether to save unsaved edits ("Save" saves). Answers false only if saving failed.
     bool saveNewConfigIfNecessary();
     // Offers to save, then starts a new, unsaved configuration named "untitled".
     void newURL();
-    QString windowTitle() const { return windowTitle_; }
+    QString windowTitle() const { return m_windowTitle; }
 
-    bool isEdited() const { return edited_; }
+    bool isEdited() const { return m_edited; }
     void setEdited(bool edited);
-    bool isCrawlRunning() const { return crawlRunning_; }
-    void setCrawlRunning(bool running) { crawlRunning_ = running; }
+    bool isCrawlRunning() const { return m_crawlRunning; }
+    void setCrawlRunning(bool running) { m_crawlRunning = running; }
 
     // ---- End of a crawl ----------------------------------------------------------------------
     void setDateStamp();
     void setStatus(const QString &status);
-    QString statusLine() const { return statusLine_; }
+    QString statusLine() const { return m_statusLine; }
 
     // ---- Look-ups ------------------------------------------------------------------------------
     static bool filenameExists(const QString &fileName);
@@ -144,9 +144,9 @@ public:
     // Path of thumbs/<file>.tiff (or .tif) when it exists, else "defaultWebIcon".
     static QString getThumbForFilename(const QString &fileName);
 
-    QString getSitemapSaveDirectory() const { return sitemapSaveDirectory_; }
+    QString getSitemapSaveDirectory() const { return m_sitemapSaveDirectory; }
     void setSitemapSaveDirectory(const QString &dir);
-    QString getSitemapSaveFilename() const { return sitemapSaveFilename_; }
+    QString getSitemapSaveFilename() const { return m_sitemapSaveFilename; }
     void setSitemapSaveFilename(const QString &name);
 
     // Writes the sitemap upload details to the folder (file "ftpdetails", owner-only).
@@ -155,9 +155,9 @@ public:
     static QString ftpDetailsPath();
 
     // ---- Crawl rules ---------------------------------------------------------------------------
-    QStringList getCheckBlacklistArray() const { return checkBlacklistArray_; }
-    QStringList getFollowBlacklistArray() const { return followBlacklistArray_; }
-    QStringList getFollowWhitelistArray() const { return followWhitelistArray_; }
+    QStringList getCheckBlacklistArray() const { return m_checkBlacklistArray; }
+    QStringList getFollowBlacklistArray() const { return m_followBlacklistArray; }
+    QStringList getFollowWhitelistArray() const { return m_followWhitelistArray; }
     // Empty text adds nothing. Answers whether a rule was added.
     bool addBlacklistRule(const QString &text, RuleKind kind);
     // Removes the rule at a row of the combined rules table; a row out of range does nothing.
@@ -171,10 +171,10 @@ public:
     static QString ruleKindName(RuleKind kind); // "Do not check", "Do not follow", "Only follow"
 
     // ---- Sitemap rules ---------------------------------------------------------------------
-    QVariantList getSitemapRules() const { return sitemapRules_; }
+    QVariantList getSitemapRules() const { return m_sitemapRules; }
     void addSitemapRule(); // "edit_me", "0.5", "weekly"
     void deleteSitemapRule(int row);
-    int sitemapRulesRowCount() const { return int(sitemapRules_.size()); }
+    int sitemapRulesRowCount() const { return int(m_sitemapRules.size()); }
     // Column "contains", "priority" or "update".
     QString sitemapRuleValue(int row, const QString &column) const;
     void setSitemapRuleValue(int row, const QString &column, const QString &value);
@@ -204,29 +204,29 @@ private:
     void setWindowTitle(const QString &title);
     void controlsChanged();
 
-    SettingsControls *controls_;
-    QStringList collection_;
-    QStringList nameCollection_;
-    QStringList fileNameCollection_;
-    int selectedRow_ = -1;
-    QString selectedConfigFilename_;
-    bool creatingNewConfig_ = false;
-    QString settingsLoadedFromLocation_;
-    QString loadedName_; // name of settings opened or applied without a list row
+    SettingsControls *m_controls;
+    QStringList m_collection;
+    QStringList m_nameCollection;
+    QStringList m_fileNameCollection;
+    int m_selectedRow = -1;
+    QString m_selectedConfigFilename;
+    bool m_creatingNewConfig = false;
+    QString m_settingsLoadedFromLocation;
+    QString m_loadedName; // name of settings opened or applied without a list row
 
-    QStringList checkBlacklistArray_;
-    QStringList followBlacklistArray_;
-    QStringList followWhitelistArray_;
-    QVariantList sitemapRules_;
-    QString sitemapSaveDirectory_;
-    QString sitemapSaveFilename_;
+    QStringList m_checkBlacklistArray;
+    QStringList m_followBlacklistArray;
+    QStringList m_followWhitelistArray;
+    QVariantList m_sitemapRules;
+    QString m_sitemapSaveDirectory;
+    QString m_sitemapSaveFilename;
 
-    bool edited_ = false;
-    bool crawlRunning_ = false;
-    bool fewConfigurations_ = false;
-    bool applying_ = false; // the manager itself is writing the controls
-    QString statusLine_;
-    QString windowTitle_;
+    bool m_edited = false;
+    bool m_crawlRunning = false;
+    bool m_fewConfigurations = false;
+    bool m_applying = false; // the manager itself is writing the controls
+    QString m_statusLine;
+    QString m_windowTitle;
 };
 
 } // namespace orel

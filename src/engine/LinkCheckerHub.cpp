@@ -1,5 +1,5 @@
 // Crawl run and scheduler of the crawl controller: new crawl, fetch slots, counting, the end of
-// a run, pause and continue, re-checks and the owner answers built on the settings controls.
+// a run, pause and continue, re-checks and the bookkeeping answers to the records.
 #include "engine/LinkCheckerHub.h"
 
 #include "common/AppSupport.h"
@@ -81,6 +81,7 @@ void LinkCheckerHub::go()
     m_summaryWords.clear();
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
+    m_memoryStopped = false;
     m_seo->clear();
 
     // The old run's records go; their connections must not call back into them.
@@ -122,11 +123,7 @@ void LinkCheckerHub::go()
     }
     m_robotsBlacklistArray.clear();
 
-    setCountText(QStringLiteral("%1 %2 %3 %4")
-                         .arg(0)
-                         .arg(localized("of"))
-                         .arg(0)
-                         .arg(localized("links checked")));
+    setCountText(countLine(0, 0, std::nullopt));
 
     auto start = std::make_unique<LinkCheckerUrl>(this);
     start->setLinkUrl(url, SettingsControls::isOn(m_controls->qsButton));
@@ -169,6 +166,12 @@ void LinkCheckerHub::go()
 
 void LinkCheckerHub::stop()
 {
+    haltFetches();
+    Q_EMIT reportRequested();
+}
+
+void LinkCheckerHub::haltFetches()
+{
     m_stopPressed = true;
     ++m_generation; // delayed starts and queued calls of the paused part are dropped
     m_seo->setStopPressed(true);
@@ -186,7 +189,6 @@ void LinkCheckerHub::stop()
     m_pendingStarts = 0;
     m_nextUrlToCrawl = 0;
     reloadData();
-    Q_EMIT reportRequested();
 }
 
 void LinkCheckerHub::continueCrawl()
@@ -203,14 +205,23 @@ void LinkCheckerHub::emergencyMemoryStop()
 {
     if (m_stopPressed)
         return;
-    Dialogs::current().alert(
-            localized("Failed to allocate memory"),
-            localized("Unable to allocate memory. Attempting to stop and preserve the data already "
-                      "collected. Try crawling again using blacklisting or whitelisting to limit "
-                      "the search."),
-            { localized("OK") });
-    m_stopPressed = true;
-    enterStoppedState();
+    // Every transfer stops at once, so that no other body keeps growing; the flat list is not
+    // built (it would need memory again). This runs inside a transfer's callback, where no dialog
+    // may wait for the user: the alert comes from the event loop.
+    m_memoryStopped = true;
+    haltFetches();
+    Q_EMIT memoryExhausted();
+    QMetaObject::invokeMethod(
+            this,
+            [] {
+                Dialogs::current().alert(
+                        localized("Failed to allocate memory"),
+                        localized("Unable to allocate memory. Attempting to stop and preserve the "
+                                  "data already collected. Try crawling again using blacklisting "
+                                  "or whitelisting to limit the search."),
+                        { localized("OK") });
+            },
+            Qt::QueuedConnection);
 }
 
 void LinkCheckerHub::reCheckBadItems()
@@ -238,13 +249,8 @@ void LinkCheckerHub::reCheckBadItems()
 void LinkCheckerHub::reCheckCurrentItem()
 {
     --m_numberDone;
-    setCountText(QStringLiteral("%1 %2 %3 %4, %5 %6")
-                         .arg(m_numberDone)
-                         .arg(localized("of"))
-                         .arg(recordCount())
-                         .arg(localized("links checked"))
-                         .arg(countBadCollection())
-                         .arg(localized("bad")));
+    countBadCollection();
+    setCountText(summaryText());
     if (!m_currentItem) {
         log(QStringLiteral("no current item"));
         return;
@@ -287,22 +293,29 @@ void LinkCheckerHub::setCountText(const QString &text)
 
 QString LinkCheckerHub::summaryText() const
 {
+    return countLine(m_numberDone, recordCount(), m_badCollectionCount);
+}
+
+QString LinkCheckerHub::countLine(int done, int total, std::optional<int> bad) const
+{
     // Built once per checked link, so the translated words are looked up once per crawl.
     if (m_summaryWords.isEmpty())
         m_summaryWords = { localized("of"), localized("links checked"), localized("bad") };
     QString text;
     text.reserve(64);
-    text += QString::number(m_numberDone);
+    text += QString::number(done);
     text += QLatin1Char(' ');
     text += m_summaryWords.at(0);
     text += QLatin1Char(' ');
-    text += QString::number(recordCount());
+    text += QString::number(total);
     text += QLatin1Char(' ');
     text += m_summaryWords.at(1);
-    text += QLatin1String(", ");
-    text += QString::number(m_badCollectionCount);
-    text += QLatin1Char(' ');
-    text += m_summaryWords.at(2);
+    if (bad) {
+        text += QLatin1String(", ");
+        text += QString::number(*bad);
+        text += QLatin1Char(' ');
+        text += m_summaryWords.at(2);
+    }
     return text;
 }
 
@@ -391,7 +404,8 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
     request.reloadIgnoringCache = true;
     request.handleCookies = false;
     request.setHeader("User-Agent", m_controls->userAgentString.toUtf8());
-    const QString referer = record->getLastOnPageUrl();
+    // A page's own URL may carry a user name and password; no server is told them (RFC 9110).
+    const QString referer = UrlParts::withoutUserInfo(record->getLastOnPageUrl());
     if (!referer.isEmpty())
         request.setHeader("Referer", referer.toUtf8());
     // A server builds its redirects from the "Host" header, so it names the port when the URL does.
@@ -543,81 +557,6 @@ void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
 }
 
 void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *) { }
-
-bool LinkCheckerHub::shouldTrim() const
-{
-    return SettingsControls::isOn(m_controls->qsButton);
-}
-
-bool LinkCheckerHub::shouldIgnoreSlash() const
-{
-    return SettingsControls::isOn(m_controls->slashButton);
-}
-
-bool LinkCheckerHub::shouldTrimSpaces() const
-{
-    return SettingsControls::isOn(m_controls->trimButton);
-}
-
-bool LinkCheckerHub::getIgnoreQS() const
-{
-    return SettingsControls::isOn(m_controls->qsButton);
-}
-
-bool LinkCheckerHub::getCheckImages() const
-{
-    return SettingsControls::isOn(m_controls->imgButton);
-}
-
-bool LinkCheckerHub::checkErrorPages() const
-{
-    return SettingsControls::isOn(m_controls->checkErrorPages);
-}
-
-bool LinkCheckerHub::isPlainTextMode() const
-{
-    return SettingsControls::isOn(m_controls->plainTextMode);
-}
-
-bool LinkCheckerHub::shouldFlagBlacklisted() const
-{
-    return SettingsControls::isOn(m_controls->flagBlacklistCheckBox);
-}
-
-double LinkCheckerHub::getTimeoutInterval() const
-{
-    return m_controls->timeoutField;
-}
-
-bool LinkCheckerHub::displayPageTitle() const
-{
-    return SettingsControls::isOn(m_controls->displayPageTitle);
-}
-
-bool LinkCheckerHub::shouldHighlight() const
-{
-    return SettingsControls::isOn(m_controls->shouldHighlight);
-}
-
-bool LinkCheckerHub::shouldPerformSoft404Check() const
-{
-    return !SettingsControls::isOff(m_controls->soft404Button);
-}
-
-bool LinkCheckerHub::performSoft404CheckOnThisUrl(LinkCheckerUrl *record)
-{
-    if (!record || !SettingsControls::isOn(m_controls->soft404Button))
-        return false;
-    return containsOneOfTheseTerms(record->getActualLinkUrl(), m_soft404Array)
-            || record->dataContainsOneOfTheseTerms(m_soft404Array);
-}
-
-bool LinkCheckerHub::shouldArchive() const
-{
-    return SettingsControls::isOn(m_controls->archiveButton)
-            || SettingsControls::isOn(m_controls->SEOCountKeywordsInContentCheckBox)
-            || SettingsControls::isOn(m_controls->blacklistCheckContentCheckBox);
-}
 
 void LinkCheckerHub::later(std::function<void()> fn)
 {

@@ -58,8 +58,11 @@ public:
     // Resumes a paused crawl from the top of the collection; records that are neither good nor
     // exempt (unanswered, abandoned or bad) are fetched again.
     void continueCrawl();
-    // Stops after an allocation failure; the alert is shown once.
+    // Stops as a pause does after an allocation failure, keeping what was found; the alert is
+    // shown once, from the event loop.
     void emergencyMemoryStop() override;
+    // Whether this crawl run ended in emergencyMemoryStop().
+    bool stoppedForMemory() const { return m_memoryStopped; }
     // Fetches every record that is not good again (the scheduler's skip rule picks them).
     void reCheckBadItems();
     // Kept without effect: the menu entry exists but re-checking everything is not offered.
@@ -290,6 +293,9 @@ Q_SIGNALS:
     void startUrlChanged(const QString &url);
     // The flat list should be rebuilt (after a pause and at the end of a run).
     void reportRequested();
+    // An allocation failed and the crawl is stopped; the controls are already in the stopped
+    // state.
+    void memoryExhausted();
     void recordAdded(LinkCheckerUrl *record);
 
 private:
@@ -305,7 +311,11 @@ private:
     void setState(State state);
     void enterRunningState();
     void enterStoppedState();
+    // Pauses: cancels every transfer and scheduled start, and resets the slots and the place.
+    void haltFetches();
     void setCountText(const QString &text);
+    // "%i of %i links checked, %i bad", or without the bad part before anything is counted.
+    QString countLine(int done, int total, std::optional<int> bad) const;
     void updateCountField();
     void clearRegistry();
     void unregister(LinkCheckerUrl *record);
@@ -365,7 +375,7 @@ private:
     bool m_crawlFinished = false;
     bool m_singlePage = false;
     bool m_rechecking = false;
-    bool m_memoryAlertShown = false;
+    bool m_memoryStopped = false;
     // Raised by every new crawl; queued work of an older run compares and drops itself.
     quint64 m_generation = 0;
     LinkCheckerUrl *m_currentItem = nullptr;

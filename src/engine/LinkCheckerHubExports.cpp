@@ -5,6 +5,7 @@
 #include "common/Dialogs.h"
 #include "common/Localize.h"
 #include "common/Log.h"
+#include "common/UrlParts.h"
 #include "engine/CrawlScope.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/ExportProgress.h"
@@ -67,8 +68,9 @@ QString LinkCheckerHub::plainText()
         for (const TableColumn &column : columns) {
             const bool pages = column.identifier == QLatin1String("onpageurl");
             out += (pages ? QStringLiteral("On Page(s)") : column.title) + QStringLiteral(": ")
-                    + rows[r]->getFieldByName(pages ? QStringLiteral("onpageurltext")
-                                                    : column.identifier)
+                    + exportValue(column.identifier,
+                                  rows[r]->getFieldByName(pages ? QStringLiteral("onpageurltext")
+                                                                : column.identifier))
                     + QStringLiteral("  ");
         }
         out += QLatin1Char('\r');
@@ -104,7 +106,8 @@ QString LinkCheckerHub::htmlText()
                                 .arg(int(colour->r * 255))
                                 .arg(int(colour->g * 255))
                                 .arg(int(colour->b * 255));
-            body += QLatin1Char('>') + rows[r]->getFieldByName(id) + QStringLiteral("</td>");
+            body += QLatin1Char('>') + exportValue(id, rows[r]->getFieldByName(id))
+                    + QStringLiteral("</td>");
         }
         body += QStringLiteral("</tr>");
     }
@@ -147,12 +150,14 @@ QString LinkCheckerHub::dotText(int levelLimit, bool clean, bool colour)
         nodes.append(node);
     }
     // A site without internal pages still gives a graph, an empty one.
-    QString out = QStringLiteral("digraph \"") + (nodes.isEmpty() ? QString() : nodes.first().url)
+    QString out = QStringLiteral("digraph \"")
+            + (nodes.isEmpty() ? QString() : UrlParts::withoutUserInfo(nodes.first().url))
             + QStringLiteral("\" {\r");
     for (const Node &node : nodes) {
         for (const QString &target : node.targets) {
-            out += QLatin1Char('"') + CrawlScope::stripHost(node.url) + QStringLiteral("\" -> \"")
-                    + CrawlScope::stripHost(target) + QLatin1Char('"');
+            out += QLatin1Char('"') + CrawlScope::stripHost(UrlParts::withoutUserInfo(node.url))
+                    + QStringLiteral("\" -> \"")
+                    + CrawlScope::stripHost(UrlParts::withoutUserInfo(target)) + QLatin1Char('"');
             if (colour)
                 out += QStringLiteral(" [color=") + edgeColour(node.distance) + QLatin1Char(']');
             out += QStringLiteral(";\r");

@@ -183,8 +183,10 @@ QString LinkCheckerHub::tableText(const QList<TableColumn> &columns, QChar separ
                 out += separator;
             const QString &id = columns.at(c).identifier;
             out += QLatin1Char('"')
-                    + rows[r]->getFieldByName(
-                            id == QLatin1String("onpageurl") ? QStringLiteral("onpageurlcsv") : id)
+                    + exportValue(id,
+                                  rows[r]->getFieldByName(id == QLatin1String("onpageurl")
+                                                                  ? QStringLiteral("onpageurlcsv")
+                                                                  : id))
                     + QLatin1Char('"');
         }
         out += QLatin1Char('\r');
@@ -209,11 +211,12 @@ QString LinkCheckerHub::flatText(const QList<TableColumn> &columns, QChar separa
             if (columns.at(c).identifier == QLatin1String("onpageurl"))
                 pageColumn = c;
             else
-                values[c] = record->getFieldByName(columns.at(c).identifier);
+                values[c] = exportValue(columns.at(c).identifier,
+                                        record->getFieldByName(columns.at(c).identifier));
         }
         for (const QString &page : pages) {
             if (pageColumn >= 0)
-                values[pageColumn] = page;
+                values[pageColumn] = exportValue(QStringLiteral("onpageurl"), page);
             for (int c = 0; c < columns.size(); ++c) {
                 if (c)
                     out += separator;

@@ -263,8 +263,13 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
     // cap keeps a wrong or hostile header from reserving memory the body never fills.
     constexpr qint64 kMaxReserve = 64 * 1024 * 1024;
     const qint64 announced = hasContentLength ? contentLength.trimmed().toLongLong() : 0;
-    if (announced > 0 && announced <= kMaxReserve)
-        m_data.reserve(m_data.size() + qsizetype(announced));
+    if (announced > 0 && announced <= kMaxReserve) {
+        try {
+            m_data.reserve(m_data.size() + qsizetype(announced));
+        } catch (const std::bad_alloc &) {
+            // Not even that much is free: the body's first bytes will find out for good.
+        }
+    }
 }
 
 std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *connection,
@@ -301,10 +306,14 @@ void LinkCheckerUrl::didReceiveData(myNSURLConnection *connection, const char *b
         // No size limit: a very large page is kept whole.
         m_data.append(bytes, length);
     } catch (const std::bad_alloc &) {
+        // The body that did not fit goes at once, so that what the crawl found can be kept.
         log(QStringLiteral("**** failed to add data for %1").arg(getActualLinkUrl()));
+        clearData();
+        if (m_extra)
+            m_extra->onPageData = QByteArray();
         cancelAndRelease();
         if (m_owner)
-            m_owner->stop();
+            m_owner->emergencyMemoryStop();
     }
 }
 

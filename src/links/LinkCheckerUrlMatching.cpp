@@ -149,12 +149,13 @@ bool LinkCheckerUrl::hasTitle(const QString &title) const
     return m_onPage.containsName(title);
 }
 
-// Empty terms are skipped: an empty entry in a scope list must not match every URL.
+// A byte substring test, so an empty term occurs in every URL: the folder limit of a crawl that
+// starts in a folder directly under the root of a default-port site is "", and limits nothing.
 bool LinkCheckerUrl::linkContainsOneOfTheseTerms(const QStringList &terms) const
 {
     for (const QString &term : terms) {
         if (term.isEmpty())
-            continue;
+            return true;
         try {
             if (m_linkUrl.contains(term.toUtf8()))
                 return true;

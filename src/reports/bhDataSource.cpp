@@ -3,6 +3,7 @@
 #include "common/Dialogs.h"
 #include "common/Localize.h"
 #include "common/Log.h"
+#include "common/UrlParts.h"
 #include "links/OrelDataObject.h"
 #include "reports/ExportProgress.h"
 
@@ -369,6 +370,13 @@ void bhDataSource::sortAsNumber(const QString &columnId, bool ascending, int opt
 
 // --- Renderers ----------------------------------------------------------------------------
 
+QString bhDataSource::exportValue(const QString &columnId, const QString &value)
+{
+    if (columnId == QLatin1String("linkurl") || columnId == QLatin1String("linkurlhtml"))
+        return value;
+    return UrlParts::withoutUserInfo(value);
+}
+
 QString bhDataSource::getDataAsCSV()
 {
     TableDescription *table = m_tableView;
@@ -386,7 +394,9 @@ QString bhDataSource::getDataAsCSV()
         for (qsizetype c = 0; c < columns.size(); ++c) {
             if (c > 0)
                 out += QLatin1Char(',');
-            out += QLatin1Char('"') + objectValueForTableColumn(table, columns[c].identifier, r)
+            out += QLatin1Char('"')
+                    + exportValue(columns[c].identifier,
+                                  objectValueForTableColumn(table, columns[c].identifier, r))
                     + QLatin1Char('"');
         }
         out += QLatin1Char('\r');
@@ -410,7 +420,9 @@ QString bhDataSource::getDataAsHTML()
             out += QLatin1String("<td ");
             if (r % 2 == 1)
                 out += QLatin1String("style = background:#f0f0ff");
-            out += QLatin1Char('>') + objectValueForTableColumn(table, column.identifier, r)
+            out += QLatin1Char('>')
+                    + exportValue(column.identifier,
+                                  objectValueForTableColumn(table, column.identifier, r))
                     + QLatin1String("</td>");
         }
         out += QLatin1String("</tr>");
@@ -440,7 +452,8 @@ QString bhDataSource::getDataAsHTMLusingTableView(TableDescription *table)
             if (colour)
                 out += rgbStyle(*colour);
             out += QLatin1Char('>');
-            const QString value = item->getFieldByName(column.identifier);
+            const QString value =
+                    exportValue(column.identifier, item->getFieldByName(column.identifier));
             if (!looksLikeAddress(value))
                 out += value;
             else if (validator)
@@ -477,7 +490,8 @@ QString bhDataSource::getDataAsHTMLusingOutlineView(TableDescription *outline)
             if (colour)
                 out += rgbStyle(*colour);
             out += QLatin1Char('>');
-            const QString value = source->objectValueByItem(outline, column.identifier, item);
+            const QString value = exportValue(
+                    column.identifier, source->objectValueByItem(outline, column.identifier, item));
             // Children are indented in the outline column.
             if (child && column.identifier == outlineColumn)
                 out += QLatin1String("&nbsp;&nbsp;");
@@ -518,7 +532,8 @@ QString bhDataSource::getDataAsCSVusingOutlineView(TableDescription *outline)
             // Children are indented in the outline column.
             if (child && columns[c].identifier == outlineColumn)
                 out += QLatin1Char('\t');
-            out += source->objectValueByItem(outline, columns[c].identifier, item)
+            out += exportValue(columns[c].identifier,
+                               source->objectValueByItem(outline, columns[c].identifier, item))
                     + QLatin1Char('"');
         }
         out += QLatin1Char('\r');

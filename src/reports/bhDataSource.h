@@ -101,6 +101,9 @@ public:
                 int options) const;
 
     // --- Renderers ------------------------------------------------------------------------
+    // A cell as every export writes it: the user info of any URL in it left out, except in the
+    // link's own URL (columns "linkurl" and "linkurlhtml"), which is needed to fetch it again.
+    static QString exportValue(const QString &columnId, const QString &value);
     // The own view with this source's row answers; values are not escaped, lines end in "\r".
     QString getDataAsCSV();
     QString getDataAsHTML();

@@ -14,6 +14,8 @@
 
 #include <csignal>
 
+#include <sys/resource.h>
+
 namespace {
 
 struct CliRun
@@ -129,6 +131,7 @@ TEST_F(CrawlCommandTest, UsageAndStartErrorsExitTwoWithOneLine)
                                        { u, "http://127.0.0.1:2/" },
                                        { u, "--set", "noSuchSetting=1" },
                                        { u, "--set", "linksLimit=many" },
+                                       { u, "--set", "timeOut=inf" },
                                        { u, "--set", "checkImages=perhaps" },
                                        { u, "--columns", "status,colour" },
                                        { u, "--config", site.filePath("missing.lcsettings") },
@@ -203,5 +206,58 @@ TEST_F(CrawlCommandTest, ConfigurationThenSetThenUrl)
         EXPECT_EQ(r.out, QString::fromUtf8(summary) + '\n')
                 << args.join(' ').toStdString() << r.err.toStdString();
         EXPECT_EQ(r.exitCode, exitCode) << args.join(' ').toStdString();
+    }
+}
+
+// A page larger than the memory left ends the crawl at once: what was found is written, one line
+// on stderr says why, and the exit status is 2. The sanitizer build's allocator is told to fail
+// large allocations; a plain build gets a limit on its address space.
+TEST_F(CrawlCommandTest, RunningOutOfMemoryWritesWhatWasFoundAndExitsTwo)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    const qint64 pageSize = qint64(64) << 20;
+    const QByteArray asan = qgetenv("ASAN_OPTIONS");
+    const QString limit = QStringLiteral("ASAN_OPTIONS=%1%2allocator_may_return_null=1:"
+                                         "max_allocation_size_mb=16")
+                                  .arg(QString::fromLocal8Bit(asan), asan.isEmpty() ? "" : ":");
+    const auto limitChild = [] {};
+#else
+    const qint64 pageSize = qint64(2) << 30;
+    const QString limit;
+    const auto limitChild = [] {
+        const rlimit oneGiB { rlim_t(1) << 30, rlim_t(1) << 30 };
+        ::setrlimit(RLIMIT_AS, &oneGiB);
+    };
+#endif
+    writeFile(site.filePath("index.html"), "<a href=\"big.html\">big</a><a href=\"b.html\">b</a>");
+    {
+        QFile big(site.filePath("big.html")); // sparse: no disk taken
+        ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(pageSize));
+    }
+    orel::test::FixtureServer nginx(orel::test::FixtureServer::Nginx, site.path());
+    ASSERT_TRUE(nginx.isRunning());
+    for (const QString &start : { site.filePath("index.html"), nginx.url("/index.html") }) {
+        QProcess p;
+        QStringList env = QProcess::systemEnvironment();
+        if (!limit.isEmpty())
+            env << limit;
+        p.setEnvironment(env);
+        p.setChildProcessModifier(limitChild);
+        p.start(QStringLiteral(ORRELWICK_CLI_PATH),
+                { "crawl", start, "--set", "numberOfThreads=1", "--flat-csv", csv(), "--columns",
+                  "linkurl" });
+        ASSERT_TRUE(p.waitForFinished(60000)) << "hangs after running out of memory";
+        const QString base = start.left(start.lastIndexOf('/') + 1);
+        EXPECT_EQ(p.exitCode(), 2) << start.toStdString();
+        EXPECT_EQ(QString::fromUtf8(p.readAllStandardOutput()), "1 of 3 links checked, 0 bad\n");
+        QStringList err =
+                QString::fromUtf8(p.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        err.removeIf([](const QString &line) { return line.startsWith("=="); }); // the sanitizer's
+        EXPECT_EQ(err,
+                  QStringList { "orrelwick-cli: out of memory: crawl stopped, the links found "
+                                "so far are written" });
+        EXPECT_EQ(readFile(csv()),
+                  QString("\"URL\"\r\"%1big.html\"\r\"%1b.html\"\r")
+                          .arg(start.startsWith('/') ? "file://" + base : base));
     }
 }

@@ -53,6 +53,7 @@ TEST(CrawlScope, DirectoryLimitCutsAtFirstOccurrenceOfLastComponent)
         { "http://h/x.html/sub/x.html", "" }, // first occurrence wins
         { "file:///home/me/site/index.html", "/home/me/site" },
         { "http://h:8080/d/i.html", ":8080/d" },
+        { "http://h/v1.2/", "" }, // a dotted folder under the root: a limit that limits nothing
     };
     for (const auto &[url, limit] : cases)
         EXPECT_EQ(orNone(CrawlScope::directoryLimit(q(url))), q(limit)) << url;

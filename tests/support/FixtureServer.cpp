@@ -59,7 +59,23 @@ quint16 FixtureServer::freePort()
     return loopback(0);
 }
 
-FixtureServer::FixtureServer(Mode mode, const QString &root)
+bool FixtureServer::canBind(quint16 port)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr {};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(port);
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int one = 1;
+    const bool ok = fd >= 0 && ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one) == 0
+            && ::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0;
+    if (fd >= 0)
+        ::close(fd);
+    return ok;
+}
+
+FixtureServer::FixtureServer(Mode mode, const QString &root, quint16 port,
+                             const QStringList &extraArgs)
     : m_mode(mode),
       m_dir(new QTemporaryDir),
       m_process(new QProcess),
@@ -70,10 +86,10 @@ FixtureServer::FixtureServer(Mode mode, const QString &root)
     m_process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     if (mode == Nginx) {
         // nginx cannot report the port it bound; take a free one and hand it over at once.
-        const quint16 port = freePort();
+        const quint16 chosen = port != 0 ? port : freePort();
         const QString dir = m_dir->path(), confPath = dir + QStringLiteral("/nginx.conf");
         QFile conf(confPath);
-        const QString text = QString::fromLatin1(nginxConf).arg(dir).arg(port);
+        const QString text = QString::fromLatin1(nginxConf).arg(dir).arg(chosen);
         if (!conf.open(QIODevice::WriteOnly)
             || conf.write(text.arg(QDir(root).absolutePath(), m_logPath).toUtf8()) < 0) {
             qWarning("fixture server: cannot write nginx.conf");
@@ -83,7 +99,7 @@ FixtureServer::FixtureServer(Mode mode, const QString &root)
         m_process->start(QStringLiteral("nginx"),
                          { QStringLiteral("-p"), dir, QStringLiteral("-c"), confPath,
                            QStringLiteral("-e"), dir + QStringLiteral("/error.log") });
-        waitUntilAccepting(port, 10000);
+        waitUntilAccepting(chosen, 10000);
         return;
     }
     // Running a test binary by hand (no ORRELWICK_SOURCE_DIR): the script next to this file.
@@ -96,6 +112,9 @@ FixtureServer::FixtureServer(Mode mode, const QString &root)
         args << QStringLiteral("--tls");
     if (!root.isEmpty())
         args << QStringLiteral("--root") << root;
+    if (port != 0)
+        args << QStringLiteral("--port") << QString::number(port);
+    args << extraArgs;
     m_process->start(QStringLiteral("python3"), args);
     // The script prints "PORT <n>" once it listens (TLS start includes key generation).
     QDeadlineTimer deadline(15000);

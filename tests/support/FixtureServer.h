@@ -23,7 +23,10 @@ public:
     enum Mode { Plain, Tls, Nginx };
 
     // root: a folder whose files are served as a static site (files win over fixed routes).
-    explicit FixtureServer(Mode mode = Plain, const QString &root = QString());
+    // port: the port to listen on, a free one when 0. extraArgs go to the script as they are
+    // (such as "--log-referer"); Plain and Tls only.
+    explicit FixtureServer(Mode mode = Plain, const QString &root = QString(), quint16 port = 0,
+                           const QStringList &extraArgs = {});
     explicit FixtureServer(const QString &root) : FixtureServer(Plain, root) { }
     ~FixtureServer();
     Q_DISABLE_COPY(FixtureServer)
@@ -43,6 +46,8 @@ public:
 
     // A loopback port on which nothing listens at the moment.
     static quint16 freePort();
+    // Whether this process may listen on the loopback port now (a port below 1024 needs root).
+    static bool canBind(quint16 port);
 
 private:
     void waitUntilAccepting(quint16 port, int ms);

@@ -5,8 +5,12 @@
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
 
 namespace orel::test {
 
@@ -19,6 +23,21 @@ ScriptedDialogs &dialogs();
 void resetDialogs();
 // The source tree (for fixtures and examples).
 QString sourceDir();
+
+// While it lives, ORRELWICK_HOME is unset and XDG_DATA_HOME and XDG_CACHE_HOME point into a
+// fresh temporary folder ("data" and "cache" below root()), as on a user's machine.
+class XdgHome
+{
+public:
+    XdgHome();
+    ~XdgHome();
+    Q_DISABLE_COPY(XdgHome)
+    QString root() const;
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QByteArray m_savedHome, m_savedData, m_savedCache;
+};
 
 // Collects every log line written while it lives.
 class LogCapture

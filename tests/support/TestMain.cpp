@@ -50,6 +50,37 @@ QString sourceDir()
     return dir.isEmpty() ? QStringLiteral(".") : QString::fromLocal8Bit(dir);
 }
 
+XdgHome::XdgHome()
+    : m_dir(std::make_unique<QTemporaryDir>()),
+      m_savedHome(qgetenv("ORRELWICK_HOME")),
+      m_savedData(qgetenv("XDG_DATA_HOME")),
+      m_savedCache(qgetenv("XDG_CACHE_HOME"))
+{
+    qunsetenv("ORRELWICK_HOME");
+    qputenv("XDG_DATA_HOME", (root() + QStringLiteral("/data")).toLocal8Bit());
+    qputenv("XDG_CACHE_HOME", (root() + QStringLiteral("/cache")).toLocal8Bit());
+}
+
+XdgHome::~XdgHome()
+{
+    const std::pair<const char *, const QByteArray *> saved[] = {
+        { "ORRELWICK_HOME", &m_savedHome },
+        { "XDG_DATA_HOME", &m_savedData },
+        { "XDG_CACHE_HOME", &m_savedCache },
+    };
+    for (const auto &[name, value] : saved) {
+        if (value->isEmpty())
+            qunsetenv(name);
+        else
+            qputenv(name, *value);
+    }
+}
+
+QString XdgHome::root() const
+{
+    return m_dir->path();
+}
+
 LogCapture::LogCapture()
 {
     setLogSink([this](const QString &line) { lines.append(line); });
