@@ -20,11 +20,11 @@ constexpr int maxDepth = 256;
 class Reader
 {
 public:
-    explicit Reader(const QByteArray &xml) : xml_(xml)
+    explicit Reader(const QByteArray &xml) : m_xml(xml)
     {
         // Undeclared entities must fail, never resolve to something.
-        xml_.setEntityResolver(nullptr);
-        xml_.setNamespaceProcessing(false);
+        m_xml.setEntityResolver(nullptr);
+        m_xml.setNamespaceProcessing(false);
     }
 
     std::optional<QVariant> run(QString *error)
@@ -32,7 +32,7 @@ public:
         std::optional<QVariant> root = document();
         if (!root) {
             if (error)
-                *error = message_;
+                *error = m_message;
             return std::nullopt;
         }
         return root;
@@ -41,11 +41,11 @@ public:
 private:
     bool fail(const QString &why)
     {
-        if (message_.isEmpty()) {
-            message_ = QStringLiteral("line %1, column %2: %3")
-                               .arg(xml_.lineNumber())
-                               .arg(xml_.columnNumber())
-                               .arg(why);
+        if (m_message.isEmpty()) {
+            m_message = QStringLiteral("line %1, column %2: %3")
+                                .arg(m_xml.lineNumber())
+                                .arg(m_xml.columnNumber())
+                                .arg(why);
         }
         return false;
     }
@@ -55,19 +55,19 @@ private:
     bool next()
     {
         for (;;) {
-            const QXmlStreamReader::TokenType t = xml_.readNext();
+            const QXmlStreamReader::TokenType t = m_xml.readNext();
             switch (t) {
             case QXmlStreamReader::Invalid:
-                return fail(xml_.errorString());
+                return fail(m_xml.errorString());
             case QXmlStreamReader::DTD:
-                if (!xml_.entityDeclarations().isEmpty()
-                    || xml_.text().contains(QLatin1String("<!ENTITY")))
+                if (!m_xml.entityDeclarations().isEmpty()
+                    || m_xml.text().contains(QLatin1String("<!ENTITY")))
                     return fail(QStringLiteral("entity declarations are not allowed"));
                 continue;
             case QXmlStreamReader::EntityReference:
-                return fail(QStringLiteral("entity \"%1\" is not allowed").arg(xml_.name()));
+                return fail(QStringLiteral("entity \"%1\" is not allowed").arg(m_xml.name()));
             case QXmlStreamReader::Characters:
-                if (xml_.isWhitespace())
+                if (m_xml.isWhitespace())
                     continue;
                 return true;
             case QXmlStreamReader::StartElement:
@@ -87,23 +87,23 @@ private:
     {
         if (!next())
             return std::nullopt;
-        if (!xml_.isStartElement() || xml_.name() != QLatin1String("plist"))
+        if (!m_xml.isStartElement() || m_xml.name() != QLatin1String("plist"))
             return failed(QStringLiteral("the root element is not <plist>"));
         if (!next())
             return std::nullopt;
-        if (!xml_.isStartElement())
+        if (!m_xml.isStartElement())
             return failed(QStringLiteral("<plist> holds no value"));
         std::optional<QVariant> root = value(0);
         if (!root)
             return std::nullopt;
         if (!next())
             return std::nullopt;
-        if (!xml_.isEndElement())
+        if (!m_xml.isEndElement())
             return failed(QStringLiteral("<plist> holds more than one value"));
         // Whatever follows the root must be well-formed and empty.
         if (!next())
             return std::nullopt;
-        if (!xml_.isEndDocument())
+        if (!m_xml.isEndDocument())
             return failed(QStringLiteral("content after </plist>"));
         return root;
     }
@@ -119,10 +119,10 @@ private:
     {
         QString text;
         for (;;) {
-            const QXmlStreamReader::TokenType t = xml_.readNext();
+            const QXmlStreamReader::TokenType t = m_xml.readNext();
             switch (t) {
             case QXmlStreamReader::Characters:
-                text += xml_.text();
+                text += m_xml.text();
                 continue;
             case QXmlStreamReader::Comment:
             case QXmlStreamReader::ProcessingInstruction:
@@ -130,10 +130,10 @@ private:
             case QXmlStreamReader::EndElement:
                 return text;
             case QXmlStreamReader::EntityReference:
-                fail(QStringLiteral("entity \"%1\" is not allowed").arg(xml_.name()));
+                fail(QStringLiteral("entity \"%1\" is not allowed").arg(m_xml.name()));
                 return std::nullopt;
             case QXmlStreamReader::Invalid:
-                fail(xml_.errorString());
+                fail(m_xml.errorString());
                 return std::nullopt;
             default:
                 fail(QStringLiteral("unexpected element inside a value"));
@@ -147,7 +147,7 @@ private:
     {
         if (depth > maxDepth)
             return failed(QStringLiteral("nesting too deep"));
-        const QString name = xml_.name().toString();
+        const QString name = m_xml.name().toString();
         if (name == QLatin1String("dict"))
             return dict(depth);
         if (name == QLatin1String("array"))
@@ -256,18 +256,18 @@ private:
         for (;;) {
             if (!next())
                 return std::nullopt;
-            if (xml_.isEndElement())
+            if (m_xml.isEndElement())
                 return QVariant(map);
-            if (!xml_.isStartElement() || xml_.name() != QLatin1String("key"))
+            if (!m_xml.isStartElement() || m_xml.name() != QLatin1String("key"))
                 return failed(QStringLiteral("<dict> expects <key>"));
             const std::optional<QString> key = leafText();
             if (!key)
                 return std::nullopt;
             if (!next())
                 return std::nullopt;
-            if (!xml_.isStartElement())
+            if (!m_xml.isStartElement())
                 return failed(QStringLiteral("key \"%1\" has no value").arg(key->left(40)));
-            if (xml_.name() == QLatin1String("key"))
+            if (m_xml.name() == QLatin1String("key"))
                 return failed(QStringLiteral("key \"%1\" has no value").arg(key->left(40)));
             std::optional<QVariant> v = value(depth + 1);
             if (!v)
@@ -282,9 +282,9 @@ private:
         for (;;) {
             if (!next())
                 return std::nullopt;
-            if (xml_.isEndElement())
+            if (m_xml.isEndElement())
                 return QVariant(list);
-            if (!xml_.isStartElement())
+            if (!m_xml.isStartElement())
                 return failed(QStringLiteral("text inside <array>"));
             std::optional<QVariant> v = value(depth + 1);
             if (!v)
@@ -293,8 +293,8 @@ private:
         }
     }
 
-    QXmlStreamReader xml_;
-    QString message_;
+    QXmlStreamReader m_xml;
+    QString m_message;
 };
 
 QString realText(double d)

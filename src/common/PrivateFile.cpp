@@ -27,8 +27,17 @@ bool failWith(QString *error, const QString &path, int code)
 bool makeFolder(const QString &path)
 {
     const QFileInfo info(path);
-    if (info.isDir())
+    if (info.isDir()) {
+        // A folder of ours that others may read or enter is narrowed: it holds secrets now.
+        struct stat st
+        {
+        };
+        const QByteArray name = QFile::encodeName(path);
+        if (::stat(name.constData(), &st) == 0 && st.st_uid == ::getuid()
+            && (st.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+            ::chmod(name.constData(), st.st_mode & S_IRWXU);
         return true;
+    }
     if (!QDir().mkpath(info.absolutePath()))
         return false;
     // mkdir with the mode itself: the folder is never open to others, not even for a moment.

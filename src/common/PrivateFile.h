@@ -7,8 +7,9 @@
 
 namespace orel::PrivateFile {
 
-// Creates the folder when missing (its parents as usual), the folder itself owner-only (0700).
-// An existing folder is left as it is. Answers whether the folder exists afterwards.
+// Creates the folder when missing (its parents as usual), the folder itself owner-only (0700);
+// an existing folder of the user's that others may read or enter is narrowed to owner-only.
+// Answers whether the folder exists afterwards.
 bool makeFolder(const QString &path);
 
 // Writes bytes to path atomically and owner-only from the first byte: a new file created 0600

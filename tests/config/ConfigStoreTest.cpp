@@ -459,7 +459,7 @@ TEST_F(ConfigTest, LastApplicableSitemapRuleWinsIgnoringCaseAndTheTableEditsRule
 
 // The upload details hold a password: on a fresh machine the folder is made owner-only and the
 // file is owner-only, even with a umask that keeps nothing private, and saving again replaces a
-// file that others could read instead of writing into it.
+// file that others could read instead of writing into it and narrows a folder left open.
 TEST_F(ConfigTest, UploadDetailsAndTheirFolderAreOwnerOnly)
 {
     const test::XdgHome xdg;
@@ -481,5 +481,9 @@ TEST_F(ConfigTest, UploadDetailsAndTheirFolderAreOwnerOnly)
     EXPECT_EQ(mode(file), 0600);
     EXPECT_EQ(OrelConfigManager::loadFtpDetails().password, u"n3w-pw"_s);
     EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList { u"ftpdetails"_s });
+    // A folder left open to others by an older version is narrowed when secrets go in.
+    ::chmod(QFile::encodeName(folder).constData(), 0755);
+    manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"n3w-pw"_s });
+    EXPECT_EQ(mode(folder), 0700);
     ::umask(savedMask);
 }
