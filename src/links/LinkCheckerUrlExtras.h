@@ -6,6 +6,12 @@
 
 namespace orel {
 
+// An empty, not null, text: a cell that is blank rather than missing.
+inline QString emptyString()
+{
+    return QString(QLatin1String(""));
+}
+
 struct LinkCheckerUrl::PageExtras
 {
     QString metaDescription;
