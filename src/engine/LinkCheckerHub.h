@@ -26,6 +26,7 @@ namespace orel {
 
 class HrefResolver;
 class LinkCheckerUrl;
+class OrelParser;
 class OrelConfigManager;
 class SEOManager;
 class SettingsControls;
@@ -329,6 +330,19 @@ private:
     // Page reading helpers.
     bool pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl);
     void readPage(LinkCheckerUrl *page);
+    void admitToSitemap(LinkCheckerUrl *page, const QString &actual);
+    // What registering the links of one page needs to know of the page.
+    struct PageReading
+    {
+        LinkCheckerUrl *page;
+        QString actual; // the page's actual URL: the page its links are on
+        QString title;
+        int distance; // of the page's links
+        bool pageIsLocalFile;
+        bool trimQuery;
+        bool hashIsBad;
+        bool sitemapOnly;
+    };
     // An href read against a base URL: its absolute form (null when none can be formed), its
     // registry key and, once found, the record registered under that key.
     struct ResolvedHref
@@ -350,6 +364,15 @@ private:
         bool headNoFollow = false;
         ResolvedHref resolved;
     };
+    void readLinks(const PageReading &reading, OrelParser &parser, const HrefResolver &resolver,
+                   QString firstHref, QString &linkText);
+    void prefetchBatch(std::vector<PendingHref> &batch, qsizetype n) const;
+    // One link of the page: a new record, or one more occurrence of a known one.
+    void registerHref(const PageReading &reading, PendingHref &p);
+    void registerMissingUrl(const PageReading &reading, const PendingHref &p);
+    void registerNewLink(const PageReading &reading, const PendingHref &p);
+    static void addOccurrence(const PageReading &reading, LinkCheckerUrl *record,
+                              const QString &text);
     // Resolves href into entry, reusing the entry's string buffers where it can.
     void resolveHref(const HrefResolver &resolver, const QString &href, ResolvedHref &entry) const;
     // The record registered for a resolved href, remembering it in the entry.

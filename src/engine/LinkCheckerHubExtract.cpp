@@ -1,5 +1,5 @@
 // Link extraction and crawl scope of the crawl controller: whether a fetched page is read, the
-// scan of its links, and the records made for new links; plus the page archive.
+// scope rules, and the page archive. Reading a page's links is in LinkCheckerHubPage.cpp.
 #include "engine/LinkCheckerHub.h"
 
 #include "common/AppSupport.h"
@@ -7,14 +7,9 @@
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "common/SettingsControls.h"
-#include "common/UrlParts.h"
-#include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
-#include "engine/HrefResolver.h"
 #include "links/ArchiveName.h"
 #include "links/LinkCheckerUrl.h"
-#include "parser/OrelParser.h"
-#include "seo/SEOManager.h"
 
 #include <QDate>
 #include <QDateTime>
@@ -46,25 +41,9 @@ bool copyFolder(const QString &from, const QString &to)
     return true;
 }
 
-// Copies text into target, reusing target's own buffer when nothing else holds it, and keeps a
-// null text null. The copy leaves the source unshared, so that the scanner and the resolver,
-// which hand out their working buffers, can reuse them for the next link.
-void copyInto(QString &target, const QString &text)
-{
-    if (text.isNull()) {
-        target = QString();
-    } else if (target.isDetached() && !target.isNull()) {
-        target.resize(0);
-        target.append(text.constData(), text.size());
-    } else {
-        target = QString(text.constData(), text.size());
-    }
-}
-
 } // namespace
 
-// ---- Scope tests
-// ---------------------------------------------------------------------------------
+// ---- Scope tests --------------------------------------------------------------------------------
 
 bool LinkCheckerHub::compareHost(const QString &host, const QStringList &domains) const
 {
@@ -195,257 +174,6 @@ bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl)
             return false;
     }
     return true;
-}
-
-void LinkCheckerHub::readPage(LinkCheckerUrl *page)
-{
-    const QString actual = page->getActualLinkUrl();
-    const QUrl pageUrl(actual);
-    if (actual.isEmpty() || !pageUrl.isValid()) {
-        log(QStringLiteral("badly formed url: %1").arg(page->getLinkUrl()));
-        return;
-    }
-    if (!pageShouldBeRead(page, pageUrl))
-        return;
-
-    const SettingsControls &c = *m_controls;
-    std::unique_ptr<OrelParser> parser = OrelParser::initWithData(
-            page->getData(), c.userAgentString, SettingsControls::isOn(c.SEOEnabledCheckBox),
-            shouldArchive(), SettingsControls::isOn(c.robotsCheckBox),
-            SettingsControls::isOn(c.nofollowCheckbox)
-                    || SettingsControls::isOn(c.nofollowColCheckbox)
-                    || SettingsControls::isOn(c.nofollowFlatColCheckbox));
-    if (parser && page->isStartingPoint()) {
-        if (isPlainTextMode())
-            parser->setPlainTextMode();
-        else if (actual.contains(QLatin1String(".xml")))
-            parser->setXMLMode();
-    }
-
-    // Relative links are read against the page's base href (itself relative to the page) or
-    // else the page's own URL.
-    QUrl base = pageUrl;
-    if (parser) {
-        if (const std::optional<QUrl> baseHref = parser->getBaseHref();
-            baseHref && !baseHref->isEmpty())
-            base = baseHref->isRelative() ? pageUrl.resolved(*baseHref) : *baseHref;
-    }
-
-    const bool checkImages = getCheckImages();
-    const bool trim = shouldTrimSpaces();
-    std::optional<QString> href;
-    if (parser && parser->getLength() > 0) {
-        const QString title = parser->getTitle();
-        page->setLinkPageTitle(title.isNull() ? QString(QLatin1String("")) : title);
-        href = parser->getNextHref(checkImages, trim);
-    }
-
-    const bool uniqueTitles = SettingsControls::isOn(c.uniqueTitleButton);
-    if (uniqueTitles && weHaveThisTitleAlready(page)) {
-        if (parser)
-            parser->curlUpAndDie();
-        return;
-    }
-    if (page->isErrorPage() && !checkErrorPages())
-        href.reset();
-    // The link text is read into this string and then swapped with the batch slot's, so that
-    // both buffers go round again instead of one string being made per link.
-    QString linkText;
-    if (href)
-        parser->getData(linkText);
-    if (uniqueTitles && !page->getLinkPageTitle().isEmpty())
-        addToLookup(page, page->getLinkPageTitle());
-
-    if (parser && !m_rechecking && shouldBeInSitemapCollection(page)
-        && parser->getShouldBeIndexed()) {
-        if (!linksOnPage(actual))
-            m_seo->add(page);
-        std::optional<QVariantMap> rule;
-        if (m_configManager)
-            rule = m_configManager->ruleThatApplies(actual);
-        if (rule && rule->contains(QStringLiteral("update")))
-            page->setChangeFrequency(rule->value(QStringLiteral("update")).toString());
-        else
-            page->setChangeFrequency(getChangeFrequencyForTag(c.sitemapChangeFrequency));
-    }
-
-    const QString pageTitle = page->getLinkPageTitle();
-    const HrefResolver resolver(base);
-    const int distance = page->getDistanceFromHome() + 1;
-    const bool pageIsLocalFile = pageUrl.isLocalFile();
-    const bool trimQuery = SettingsControls::isOn(c.qsButton);
-    const bool hashIsBad = SettingsControls::isOn(c.hashIsBad);
-    const bool sitemapOnly = SettingsControls::isOn(c.sitemapOnly);
-
-    // Appends one occurrence of a link on this page to a record.
-    auto addOccurrence = [&](LinkCheckerUrl *record, const QString &text) {
-        record->setLinkText(text);
-        record->addOnPageUrl(actual);
-        record->addOnPageName(pageTitle);
-        record->addOnPageLinkText(text);
-    };
-
-    // The href is let go before the next one is read, so that the scanner can reuse its buffer.
-    auto nextHref = [&] {
-        href.reset();
-        href = parser->getNextHref(checkImages, trim);
-        if (href)
-            parser->getData(linkText);
-    };
-
-    // Registers one link of the page: a new record, or one more occurrence of a known one.
-    auto registerHref = [&](const QString &h, const QString &text, bool nofollow, bool headNoFollow,
-                            ResolvedHref &entry) {
-        if (h.isEmpty() || h == QLatin1String("#")) {
-            if (hashIsBad && !linksLimitReached()) {
-                auto record = std::make_unique<LinkCheckerUrl>(this);
-                addOccurrence(record.get(), text);
-                record->setDistanceFromHome(distance);
-                record->setStatus(localized("missing link url"));
-                record->setIsInternal(false);
-                record->setLinkUrl(h.isEmpty() ? QStringLiteral("empty quotes") : h, false);
-                incNumberDone(record.get());
-                add(std::move(record));
-                getNextUrlToCrawl();
-            }
-            return;
-        }
-        const QString &absolute = entry.absolute;
-        if (absolute.isNull()) {
-            if (h == QLatin1String("MCMS zref") && !linksLimitReached()) {
-                auto record = std::make_unique<LinkCheckerUrl>(this);
-                addOccurrence(record.get(), text);
-                record->setStatus(QStringLiteral("MCMS zref"));
-                record->addNofollow(nofollow);
-                incNumberDone(record.get());
-                add(std::move(record));
-            }
-            return;
-        }
-        if (LinkCheckerUrl *known = knownRecord(entry)) {
-            known->addOnPageUrl(actual);
-            known->addOnPageName(pageTitle);
-            known->addLinkTextOccurrence(text);
-            known->addNofollow(nofollow);
-            known->setHeadContainsNoFollow(headNoFollow);
-            if (known->getIsImage())
-                page->addLinkedImage(known);
-            return;
-        }
-        if (isMailtoEtc(h) || absolute.isEmpty() || linksLimitReached())
-            return;
-        const UrlParts absoluteUrl = UrlParts::of(absolute);
-        auto record = std::make_unique<LinkCheckerUrl>(this);
-        record->setLinkUrl(absolute, trimQuery);
-        record->setIsInternal(compareHost(absoluteUrl.host, m_domains));
-        addOccurrence(record.get(), text);
-        record->setDistanceFromHome(distance);
-        const QString &scheme = absoluteUrl.scheme;
-        bool notChecked = false;
-        if (containsOneOfTheseTerms(absolute, m_checkBlacklistArray)) {
-            record->setIsBlacklisted(true);
-            notChecked = true;
-        } else if (scheme == QLatin1String("ftp")) {
-            notChecked = true;
-        } else if (!record->isInternal() && sitemapOnly) {
-            notChecked = true;
-        } else if (scheme == QLatin1String("file") && !pageIsLocalFile) {
-            // A web page cannot make this program open local files.
-            notChecked = true;
-        }
-        if (notChecked) {
-            record->setStatus(localized("Not checked"));
-            incNumberDone(record.get());
-        }
-        if (record->getIsImage())
-            page->addLinkedImage(record.get());
-        record->addNofollow(nofollow);
-        record->setHeadContainsNoFollow(headNoFollow);
-        if (add(std::move(record)))
-            getNextUrlToCrawl();
-    };
-
-    // Links are taken a batch at a time: the batch is read and resolved, then looked up, then
-    // registered in page order. On a large site the table slots, key texts and records a lookup
-    // reaches are rarely in the cache; prefetching them for a whole batch, one kind after the
-    // other, lets those memory reads overlap instead of each link waiting for its own. A lookup
-    // that found nothing is repeated when its turn comes (an earlier link of the batch may have
-    // added the record), and a record found is used only while the registry has not changed its
-    // keys. The slots are kept from page to page, each reusing its strings' buffers.
-    constexpr qsizetype BatchSize = 32;
-    std::vector<PendingHref> batch;
-    if (!m_spareBatches.empty()) {
-        batch = std::move(m_spareBatches.back());
-        m_spareBatches.pop_back();
-    }
-    batch.resize(BatchSize);
-    while (href) {
-        qsizetype n = 0;
-        do {
-            PendingHref &p = batch[n++];
-            copyInto(p.href, *href);
-            std::swap(p.text, linkText);
-            p.nofollow = parser->lastLinkWasNofollow();
-            p.headNoFollow = parser->getHeadContainsNoFollow();
-            if (!p.href.isEmpty() && p.href != QLatin1String("#"))
-                resolveHref(resolver, p.href, p.resolved);
-            else
-                p.resolved.clear();
-            nextHref();
-        } while (href && n < BatchSize);
-        if (m_lookupDictionary) {
-            for (qsizetype i = 0; i < n; ++i) {
-                if (!batch[i].resolved.key.isEmpty())
-                    m_lookupDictionary->prefetchSlot(batch[i].resolved.keyHash);
-            }
-            for (qsizetype i = 0; i < n; ++i) {
-                if (!batch[i].resolved.key.isEmpty())
-                    m_lookupDictionary->prefetchKeyText(batch[i].resolved.keyHash);
-            }
-        }
-        for (qsizetype i = 0; i < n; ++i)
-            knownRecord(batch[i].resolved);
-        for (qsizetype i = 0; i < n; ++i) {
-            if (const LinkCheckerUrl *record = batch[i].resolved.record)
-                record->prefetchOccurrence();
-        }
-        for (qsizetype i = 0; i < n; ++i) {
-            PendingHref &p = batch[i];
-            registerHref(p.href, p.text, p.nofollow, p.headNoFollow, p.resolved);
-        }
-    }
-    m_spareBatches.push_back(std::move(batch));
-    if (parser)
-        parser->curlUpAndDie();
-}
-
-void LinkCheckerHub::resolveHref(const HrefResolver &resolver, const QString &href,
-                                 ResolvedHref &entry) const
-{
-    // The key may share the previous absolute text; letting it go first frees that buffer.
-    entry.key = QString();
-    entry.record = nullptr;
-    entry.lookupVersion = 0;
-    if (const std::optional<QString> absolute = resolver.resolve(href))
-        copyInto(entry.absolute, *absolute);
-    else
-        entry.absolute = QString();
-    if (!entry.absolute.isNull()) {
-        entry.key = CrawlScope::lookupKey(entry.absolute, shouldTrim(), shouldIgnoreSlash());
-        entry.keyHash = entry.key.isEmpty() ? 0 : HashedKey::hashOf(entry.key);
-    }
-}
-
-LinkCheckerUrl *LinkCheckerHub::knownRecord(ResolvedHref &entry) const
-{
-    if (entry.record && entry.lookupVersion == m_lookupVersion)
-        return entry.record;
-    if (entry.key.isEmpty() || !m_lookupDictionary)
-        return nullptr;
-    LinkCheckerUrl *found = m_lookupDictionary->value(HashedKey(entry.key, entry.keyHash));
-    entry.record = found;
-    entry.lookupVersion = m_lookupVersion;
-    return found;
 }
 
 // ---- Page archive ------------------------------------------------------------------------------
