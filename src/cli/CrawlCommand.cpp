@@ -147,36 +147,26 @@ void onSigint(int)
     std::signal(SIGINT, SIG_DFL); // a second Ctrl-C ends the program at once
 }
 
-} // namespace
-
-int runCrawlCommand(const QStringList &args)
+// The settings of the run: a configuration file or a saved configuration, then --set, then the
+// URL argument. Answers an error text, or a null string when all is well.
+QString loadSettings(const Options &o, OrelConfigManager &manager, SettingsControls &controls)
 {
-    Options o;
-    if (const QString err = parse(args, o); !err.isNull())
-        return fail(err);
-    if (!o.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
-
-    SettingsControls controls;
-    OrelConfigManager manager(&controls);
-
     if (!o.configFile.isEmpty()) {
         if (!QFileInfo(o.configFile).isFile())
-            return fail(QStringLiteral("cannot read configuration \"%1\"").arg(o.configFile));
+            return QStringLiteral("cannot read configuration \"%1\"").arg(o.configFile);
         QString error;
         if (!manager.openSettings(o.configFile, &error))
-            return fail(QStringLiteral("cannot read configuration \"%1\": %2")
-                                .arg(o.configFile, error));
+            return QStringLiteral("cannot read configuration \"%1\": %2").arg(o.configFile, error);
     } else if (!o.configName.isEmpty()) {
         manager.loadAllUrls();
         const int row = manager.findConfiguration(o.configName);
         if (row < 0)
-            return fail(QStringLiteral("no configuration named \"%1\"").arg(o.configName));
+            return QStringLiteral("no configuration named \"%1\"").arg(o.configName);
         manager.selectRow(row);
     }
     for (const auto &[name, value] : o.sets) {
         if (const QString err = applySetting(manager, controls, name, value); !err.isNull())
-            return fail(err);
+            return err;
     }
     if (!o.url.isNull()) {
         QString url = o.url.trimmed();
@@ -185,81 +175,120 @@ int runCrawlCommand(const QStringList &args)
             url = QFileInfo(url).absoluteFilePath();
         controls.urlField = url;
     }
-    if (controls.urlField.trimmed().isEmpty())
-        return fail(QStringLiteral("no URL to crawl (give one, or a configuration with one)"));
-    {
-        const QUrl start(CrawlScope::normaliseStartUrl(controls.urlField.trimmed()));
-        const QString scheme = start.scheme();
-        if (!start.isValid()
-            || (scheme != QLatin1String("http") && scheme != QLatin1String("https")
-                && scheme != QLatin1String("file"))
-            || (scheme != QLatin1String("file") && start.host().isEmpty()))
-            return fail(QStringLiteral("cannot crawl \"%1\": not an http, https or file URL")
-                                .arg(controls.urlField));
-    }
+    return {};
+}
 
-    // A CSV that cannot be written is known before the crawl, not after it.
+// What can be known to fail before the crawl: no start URL, one that cannot be crawled, an
+// output that cannot be written. Answers an error text, or a null string.
+QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
+{
+    if (controls.urlField.trimmed().isEmpty())
+        return QStringLiteral("no URL to crawl (give one, or a configuration with one)");
+    const QUrl start(CrawlScope::normaliseStartUrl(controls.urlField.trimmed()));
+    const QString scheme = start.scheme();
+    if (!start.isValid()
+        || (scheme != QLatin1String("http") && scheme != QLatin1String("https")
+            && scheme != QLatin1String("file"))
+        || (scheme != QLatin1String("file") && start.host().isEmpty()))
+        return QStringLiteral("cannot crawl \"%1\": not an http, https or file URL")
+                .arg(controls.urlField);
     if (!o.flatCsv.isEmpty() && o.flatCsv != QLatin1String("-")
         && !QFileInfo(o.flatCsv).absoluteDir().exists())
-        return fail(QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv));
+        return QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv);
+    return {};
+}
 
-    LinkCheckerHub hub(&controls, &manager);
-    const bool progress = !o.quiet && ::isatty(STDERR_FILENO);
+struct RunOutcome
+{
+    bool interrupted = false; // Ctrl-C
+    bool stalled = false; // no transfer left running, yet not finished
+};
 
-    QEventLoop loop;
-    bool interrupted = false;
-    QObject::connect(&hub, &LinkCheckerHub::crawlFinishedSignal, &loop, [&] { loop.quit(); });
-    // Out of memory the crawl is stopped for good: what it found is written below.
-    QObject::connect(&hub, &LinkCheckerHub::memoryExhausted, &loop, [&] { loop.quit(); });
-
-    // Ctrl-C pauses the crawl and writes what was found.
-    std::unique_ptr<QSocketNotifier> sigNotifier;
-    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
-        sigNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
-        QObject::connect(sigNotifier.get(), &QSocketNotifier::activated, &loop, [&] {
+// Ctrl-C pauses the crawl and ends the run; the signal handler only writes to a pipe that the
+// event loop reads.
+class InterruptWatch
+{
+public:
+    InterruptWatch(LinkCheckerHub &hub, QEventLoop &loop, RunOutcome &outcome)
+    {
+        if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+            return;
+        m_notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &loop, [&] {
             char buf[16];
             while (::read(signalPipe[0], buf, sizeof buf) > 0) { }
-            interrupted = true;
+            outcome.interrupted = true;
             if (hub.state() == LinkCheckerHub::State::Running)
                 hub.stop();
             loop.quit();
         });
         std::signal(SIGINT, onSigint);
     }
+    ~InterruptWatch()
+    {
+        std::signal(SIGINT, SIG_DFL);
+        m_notifier.reset();
+        if (signalPipe[0] >= 0) {
+            ::close(signalPipe[0]);
+            ::close(signalPipe[1]);
+            signalPipe[0] = signalPipe[1] = -1;
+        }
+    }
+    InterruptWatch(const InterruptWatch &) = delete;
+    InterruptWatch &operator=(const InterruptWatch &) = delete;
 
-    // A crawl whose last fetch could not even start would wait for ever: once no transfer is
-    // left for longer than twice the time-out, the run is paused and its results written.
-    QElapsedTimer idleFor;
-    int lastDone = -1;
-    bool stalled = false;
-    QTimer watchdog;
+private:
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+// A crawl whose last fetch could not even start would wait for ever: once no transfer is left
+// for longer than twice the time-out, the run is paused and its results written.
+void watchForStall(QTimer &watchdog, LinkCheckerHub &hub, QEventLoop &loop, RunOutcome &outcome)
+{
+    auto idleFor = std::make_shared<QElapsedTimer>();
+    auto lastDone = std::make_shared<int>(-1);
     watchdog.setInterval(500);
-    QObject::connect(&watchdog, &QTimer::timeout, &loop, [&] {
-        if (hub.state() != LinkCheckerHub::State::Running) {
-            idleFor.invalidate();
-            return;
-        }
-        // Any transfer, waiting start or answer since the last look counts as life.
-        const int done = hub.getNumberDone();
-        const bool progressed = done != lastDone;
-        lastDone = done;
-        if (progressed || myNSURLConnection::activeCount() > 0 || hub.pendingStarts() > 0) {
-            idleFor.invalidate();
-            return;
-        }
-        if (!idleFor.isValid()) {
-            idleFor.start();
-            return;
-        }
-        if (hub.isFinished())
-            return; // the finished signal ends the loop
-        if (idleFor.elapsed() > qint64(2000 * hub.getTimeoutInterval()) + 2000) {
-            stalled = true;
-            hub.stop();
-            loop.quit();
-        }
-    });
+    QObject::connect(
+            &watchdog, &QTimer::timeout, &loop, [&hub, &loop, &outcome, idleFor, lastDone] {
+                if (hub.state() != LinkCheckerHub::State::Running) {
+                    idleFor->invalidate();
+                    return;
+                }
+                // Any transfer, waiting start or answer since the last look counts as life.
+                const int done = hub.getNumberDone();
+                const bool progressed = done != *lastDone;
+                *lastDone = done;
+                if (progressed || myNSURLConnection::activeCount() > 0 || hub.pendingStarts() > 0) {
+                    idleFor->invalidate();
+                    return;
+                }
+                if (!idleFor->isValid()) {
+                    idleFor->start();
+                    return;
+                }
+                if (hub.isFinished())
+                    return; // the finished signal ends the loop
+                if (idleFor->elapsed() > qint64(2000 * hub.getTimeoutInterval()) + 2000) {
+                    outcome.stalled = true;
+                    hub.stop();
+                    loop.quit();
+                }
+            });
     watchdog.start();
+}
+
+// The crawl from go() until it finishes, runs out of memory, stalls or is interrupted; with a
+// progress line on stderr when asked for.
+RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress)
+{
+    RunOutcome outcome;
+    QEventLoop loop;
+    QObject::connect(&hub, &LinkCheckerHub::crawlFinishedSignal, &loop, [&] { loop.quit(); });
+    // Out of memory the crawl is stopped for good: what it found is written afterwards.
+    QObject::connect(&hub, &LinkCheckerHub::memoryExhausted, &loop, [&] { loop.quit(); });
+    const InterruptWatch interrupts(hub, loop, outcome);
+    QTimer watchdog;
+    watchForStall(watchdog, hub, loop, outcome);
 
     QElapsedTimer clock;
     clock.start();
@@ -279,18 +308,31 @@ int runCrawlCommand(const QStringList &args)
     hub.go();
     if (!hub.isCrawlFinished())
         loop.exec();
-    watchdog.stop();
-    progressTimer.stop();
     if (progress)
         QTextStream(stderr) << "\r\033[K" << Qt::flush;
-    std::signal(SIGINT, SIG_DFL);
-    sigNotifier.reset();
-    if (signalPipe[0] >= 0) {
-        ::close(signalPipe[0]);
-        ::close(signalPipe[1]);
-        signalPipe[0] = signalPipe[1] = -1;
-    }
-    if (stalled)
+    return outcome;
+}
+
+} // namespace
+
+int runCrawlCommand(const QStringList &args)
+{
+    Options o;
+    if (const QString err = parse(args, o); !err.isNull())
+        return fail(err);
+    if (!o.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
+
+    SettingsControls controls;
+    OrelConfigManager manager(&controls);
+    if (const QString err = loadSettings(o, manager, controls); !err.isNull())
+        return fail(err);
+    if (const QString err = checkBeforeCrawl(o, controls); !err.isNull())
+        return fail(err);
+
+    LinkCheckerHub hub(&controls, &manager);
+    const RunOutcome outcome = crawlUntilDone(hub, !o.quiet && ::isatty(STDERR_FILENO));
+    if (outcome.stalled)
         QTextStream(stderr) << "orrelwick-cli: no transfer left running; crawl paused\n";
 
     const int bad = hub.countBadCollection();
@@ -304,7 +346,7 @@ int runCrawlCommand(const QStringList &args)
         }
     }
     const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
-    QTextStream(stdout) << summary << (interrupted ? " (interrupted)" : "") << "\n";
+    QTextStream(stdout) << summary << (outcome.interrupted ? " (interrupted)" : "") << "\n";
     if (hub.stoppedForMemory())
         QTextStream(stderr) << "orrelwick-cli: out of memory: crawl stopped, the links found so "
                                "far are written\n";
