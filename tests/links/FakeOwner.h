@@ -22,17 +22,10 @@ public:
 
     // Messages received, in order: "incNumberDone", "addToLookup:<key>", ...
     QStringList calls;
-    // Work posted with later() ("post, no wait"), held until runPosted(), so that none of it
-    // outlives the owner.
+    // Work posted with later() ("post, no wait"), held until the test runs it, so that none of
+    // it outlives the owner.
     std::vector<std::function<void()>> posted;
 
-    void runPosted()
-    {
-        auto work = std::move(posted);
-        posted.clear();
-        for (auto &fn : work)
-            fn();
-    }
     void note(const QString &message) { calls << message; }
 
     void threadHasFinished(LinkCheckerUrl *) override { note("threadHasFinished"); }
@@ -69,7 +62,6 @@ public:
     bool displayPageTitle() const override { return titles; }
     bool shouldHighlight() const override { return highlight; }
     int numberOfLinksOnThisPage(const QString &) const override { return linksOnPage; }
-    void showInspector(LinkCheckerUrl *) override { note("showInspector"); }
     void highlightBadLinksInSelectedPage(LinkCheckerUrl *) override
     {
         note("highlightBadLinksInSelectedPage");
