@@ -257,7 +257,6 @@ TEST_F(Connection, RequestIsSentAsGivenAndRedirectsTurnPostIntoGet)
         UrlRequest post = get(url(QStringLiteral("/redirect/to?url=/echo&code=%1").arg(code)));
         post.method = "POST";
         post.body = "uri=http%3A%2F%2Fexample.invalid%2F";
-        post.setHeader("Content-Type", "application/x-www-form-urlencoded");
         Recorder rp;
         run(rp, post);
         EXPECT_TRUE(rp.body.startsWith(start)) << rp.body.left(40).constData();
@@ -331,7 +330,9 @@ TEST_F(Connection, FailuresCarryClearTexts)
     Recorder rec, redirected;
     run(rec, get(local + "/my%20page.html"));
     EXPECT_EQ(rec.trace(), "send 0 data finish");
+    EXPECT_FALSE(rec.response->isHttp);
     EXPECT_EQ(rec.response->mimeType, "text/html");
+    EXPECT_TRUE(rec.response->headers.isEmpty());
     EXPECT_EQ(rec.body, "<html><title>local</title></html>");
     run(redirected, get(url("/redirect/to?url=") + local + "/my%20page.html"));
     EXPECT_EQ(redirected.trace(), "send >302 fail");
@@ -424,33 +425,29 @@ TEST_F(Connection, SynchronousFetchAnswersTheLastResponse)
     EXPECT_EQ(inside->error->code, CURLE_RECURSIVE_API_CALL);
 }
 
-TEST_F(Connection, MadeOnAnotherThreadItCallsBackOnTheMainThread)
-{
-    Recorder rec;
-    bool otherThread = false;
-    rec.hook = [&](Conn *) {
-        otherThread |= QThread::currentThread() != QCoreApplication::instance()->thread();
-    };
-    QPointer<Conn> c;
-    std::thread([&] { c = new Conn(get(url("/final")), &rec, ValidatorRequest); }).join();
-    EXPECT_TRUE(waitFor([&] { return c.isNull(); }));
-    EXPECT_EQ(rec.trace(), "send 200 data finish");
-    EXPECT_FALSE(otherThread);
-}
-
-TEST_F(Connection, SixteenSlowRequestsToOneHostRunTogether)
+// Connections made on another thread call back on the main thread, and sixteen slow ones to one
+// host run together.
+TEST_F(Connection, SixteenSlowRequestsMadeOnAnotherThreadRunTogetherOnTheMainThread)
 {
     Recorder recs[16];
+    bool otherThread = false;
+    for (Recorder &r : recs)
+        r.hook = [&](Conn *) {
+            otherThread |= QThread::currentThread() != QCoreApplication::instance()->thread();
+        };
     QElapsedTimer clock;
     clock.start();
-    for (int i = 0; i < 16; ++i)
-        start(recs[i], url(QStringLiteral("/slow?ms=1000&i=%1").arg(i)));
+    std::thread([&] {
+        for (int i = 0; i < 16; ++i)
+            start(recs[i], url(QStringLiteral("/slow?ms=1000&i=%1").arg(i)));
+    }).join();
     EXPECT_EQ(Conn::activeCount(), 16);
     EXPECT_TRUE(allEnded(10000));
     // Serialised they would take 16 s; together about one slow period.
     EXPECT_LT(clock.elapsed(), 2500);
     for (const Recorder &r : recs)
         EXPECT_EQ(r.trace(), "send 200 data finish");
+    EXPECT_FALSE(otherThread);
 }
 
 // Kept-alive connections are reused, also after a transfer cancelled at its response left part
@@ -596,17 +593,13 @@ TEST(ConnectionUrls, StaticSiteNamesWithSpacesAndNonAsciiAreSentEncoded)
 {
     FixtureServer server(writeFile("site/sub/caf\u00e9 menu.html", "<html>menu</html>"));
     ASSERT_TRUE(server.isRunning());
-    // A folder without its slash is redirected; without an index page it is missing.
-    for (const auto &[path, trace] :
-         { std::pair { "/sub/caf\u00e9 menu.html", "send 200 data finish" },
-           { "/sub/caf%C3%A9%20menu.html", "send 200 data finish" },
-           { "/sub", "send >301 404 data finish" } }) {
+    for (const char *path : { "/sub/caf\u00e9 menu.html", "/sub/caf%C3%A9%20menu.html" }) {
         SCOPED_TRACE(path);
         Recorder rec;
         run(rec, get(server.url(QString::fromUtf8(path))));
-        EXPECT_EQ(rec.trace(), trace);
-        EXPECT_EQ(rec.body == "<html>menu</html>", rec.trace() == "send 200 data finish");
+        EXPECT_EQ(rec.trace(), "send 200 data finish");
+        EXPECT_EQ(rec.body, "<html>menu</html>");
     }
     const QString sent = "GET /sub/caf%C3%A9%20menu.html";
-    EXPECT_EQ(server.requestLog(), QStringList({ sent, sent, "GET /sub", "GET /sub/" }));
+    EXPECT_EQ(server.requestLog(), QStringList({ sent, sent }));
 }
