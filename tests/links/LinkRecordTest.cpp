@@ -17,21 +17,15 @@
 using namespace orel;
 using orel::test::FakeOwner;
 
-namespace {
-
-struct ClassCase
-{
-    const char *status, *redir;
-    bool blacklisted, flagBlacklisted;
-    int colour;
-    bool good, fine, errorPage, exempt; // fine: shouldBeMemberOfBadCollection (YES = not bad)
-};
-
-} // namespace
-
 TEST(LinkRecordClassification, RulesApplyInTheirOrder)
 {
-    const ClassCase cases[] = {
+    const struct
+    {
+        const char *status, *redir;
+        bool blacklisted, flagBlacklisted;
+        int colour;
+        bool good, fine, errorPage, exempt; // fine: shouldBeMemberOfBadCollection (YES = not bad)
+    } cases[] = {
         { "", "", false, false, 0, false, true, false, false },
         { "200 no error", "", false, false, 0, true, true, false, false },
         { "200 no error < 301 moved permanently", "", false, false, 0, true, true, false, false },
@@ -42,7 +36,6 @@ TEST(LinkRecordClassification, RulesApplyInTheirOrder)
         { "404 not found", "", true, true, 3, false, false, true, false }, // 4xx before blacklist
         { "500 internal server error", "", true, true, 2, true, false, true, false },
         { "500 internal server error", "", true, false, 4, false, false, true, false },
-        { "404 'soft 404' < 200 no error", "", false, false, 3, false, false, true, false },
         { "Not checked", "", false, false, 0, true, true, false, true },
         { "Not checked", "", true, true, 2, true, true, false, true },
         { "missing link url", "", false, false, 4, false, false, false, true }, // non-numeric first
@@ -55,7 +48,7 @@ TEST(LinkRecordClassification, RulesApplyInTheirOrder)
         { "700 odd", "", false, false, 0, true, false, true, false },
     };
     FakeOwner owner;
-    for (const ClassCase &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.status) + " redir=" + c.redir);
         owner.flagBlacklisted = c.flagBlacklisted;
         LinkCheckerUrl r(&owner);
@@ -64,43 +57,27 @@ TEST(LinkRecordClassification, RulesApplyInTheirOrder)
             r.setRedir(QString::fromLatin1(c.redir));
         r.setIsBlacklisted(c.blacklisted);
         EXPECT_EQ(r.getColour(), c.colour);
-        EXPECT_EQ(r.getSEOColour(), c.colour);
         EXPECT_EQ(r.isGoodLink(), c.good);
         EXPECT_EQ(r.shouldBeMemberOfBadCollection(), c.fine);
         EXPECT_EQ(r.isErrorPage(), c.errorPage);
         EXPECT_EQ(r.isExempt(), c.exempt);
     }
 
-    // A recursion colours a 2xx as a redirect; the validator colour reads only "Invalid".
+    // A recursion colours a 2xx as a redirect; missing status texts are ignored.
     LinkCheckerUrl r;
     r.setStatus(QStringLiteral("200 no error"));
-    r.setRecursion(true);
-    r.setValidatorStatus(QStringLiteral("Valid"));
-    EXPECT_EQ(r.getColour(), 2);
-    EXPECT_EQ(r.getValidatorColour(), 0);
-}
-
-TEST(LinkRecordStatus, HistoryNewestFirstAndFirstNofollowDecides)
-{
-    LinkCheckerUrl r;
-    r.updateStatus(QStringLiteral("301 moved permanently"));
-    EXPECT_EQ(r.getStatus(), QStringLiteral("301 moved permanently"));
-    r.updateStatus(QStringLiteral("200 no error"));
     r.setStatus(QString());
     r.updateStatus(QString());
-    EXPECT_EQ(r.getStatus(), QStringLiteral("200 no error < 301 moved permanently"));
-    r.setStatus(QStringLiteral("404 not found"));
-    EXPECT_EQ(r.getStatus(), QStringLiteral("404 not found"));
+    r.setRecursion(true);
+    EXPECT_EQ(r.getColour(), 2);
 
-    r.addNofollow(false);
-    r.addNofollow(true);
-    EXPECT_EQ(r.isNofollow(), 0);
-    EXPECT_EQ(r.getNofollow(), QStringLiteral("No"));
-    LinkCheckerUrl s;
-    s.addNofollow(true);
-    s.addNofollow(false);
-    EXPECT_EQ(s.isNofollow(), 1);
-    EXPECT_EQ(s.getNofollow(), QStringLiteral("Yes"));
+    // The first occurrence's nofollow flag stands for all of them.
+    for (const bool first : { false, true }) {
+        LinkCheckerUrl n;
+        n.addNofollow(first);
+        n.addNofollow(!first);
+        EXPECT_EQ(n.getNofollow(), first ? QStringLiteral("Yes") : QStringLiteral("No"));
+    }
 }
 
 TEST(LinkRecordFields, KeysFormatsAndNumericColumns)
@@ -110,17 +87,14 @@ TEST(LinkRecordFields, KeysFormatsAndNumericColumns)
     LinkCheckerUrl r(&owner);
     r.setLinkUrl(QStringLiteral("http://h/a"), false);
     r.setRedir(QStringLiteral("http://h/b"));
-    r.setStatus(QStringLiteral("200 no error < 301 moved permanently"));
-    r.setLinkText(QStringLiteral("text"));
-    r.setLinkPageTitle(QStringLiteral("Title"));
     r.setDistanceFromHome(3);
     r.setFileSize(1023);
     r.setFileSizeCompressed(4096);
     r.setResponseTime(0.25);
     r.setWordCount(12);
     LinkCheckerUrl img1, img2;
-    img1.setFileSize(1500);
-    img2.setFileSize(1500);
+    img1.setFileSize(1000);
+    img2.setFileSize(1000);
     r.addLinkedImage(&img1);
     r.addLinkedImage(&img2);
     r.addLinkedImage(nullptr);
@@ -132,28 +106,21 @@ TEST(LinkRecordFields, KeysFormatsAndNumericColumns)
         { "distance", "3", none },
         { "filesize", "0kb", 0 },
         { "filesizecompressed", "4kb", 4 },
-        { "linkurl", "http://h/a", none },
         { "actualurl", "http://h/b", none },
-        { "redir", "http://h/b", none },
         { "linkurlhtml", "<a href=\"http://h/a\" target=\"_blank\">http://h/a</a>", none },
         { "linkredirhtml", "<a href=\"http://h/b\" target=\"_blank\">http://h/b</a>", none },
         { "linkcount", "7", 7 },
-        { "linktext", "text", none },
-        { "linkpagetitle", "Title", none },
-        { "status", "200 no error < 301 moved permanently", none },
         { "validatorerrors", "", -1 },
         { "validatorwarnings", "", -1 },
         { "wordcount", "12", 12 },
         { "responsetime", "0.25", 0.25f },
         { "loadtime", "", 0 },
         { "imageqty", "2", 2 },
-        { "imageweight", "2 kb", 2 }, // text: 3000 bytes / 1024; number: 1 kb + 1 kb
+        { "imageweight", "1 kb", 0 }, // text: 2000 bytes / 1024; number: 0 kb + 0 kb
         { "nofollow", "No", none },
         { "totalOcurrences", "0", none },
         { "totalocurrences", "", 0 },
         { "ocurrencesinarchive", "0", 0 },
-        { "canonical", "", none },
-        { "Filesize", "", none },
         { "nosuchkey", "", none },
     };
     for (const auto &[key, text, number] : cases) {
@@ -175,49 +142,32 @@ TEST(LinkRecordFields, KeysFormatsAndNumericColumns)
     EXPECT_EQ(r.getFieldByName(QStringLiteral("validatorerrors")), QStringLiteral("0"));
 }
 
-TEST(LinkRecordOnPage, ReplacementsLogLinesAndOwnerIndex)
+TEST(LinkRecordOnPage, MissingTextsReplacedAndLinkTextFollowsTheLatestOccurrence)
 {
     FakeOwner owner;
     LinkCheckerUrl r(&owner);
     r.setLinkUrl(QStringLiteral("http://h/x"), false);
     owner.calls.clear();
     test::LogCapture log;
+    // Missing page URLs and titles are replaced; the owner's by-page index hears of each URL.
     r.addOnPageUrl(QString());
     r.addOnPageUrl(QLatin1String(""));
-    r.addOnPageUrl(QStringLiteral("http://h/p"));
     r.addOnPageName(QString());
-    r.addOnPageLinkText(QString());
-    EXPECT_EQ(r.getOnPageUrlArray(), QStringList({ "no url", "no url", "http://h/p" }));
+    EXPECT_EQ(r.getOnPageUrlArray(), QStringList({ "no url", "no url" }));
     EXPECT_EQ(r.getOnPageNameArray(), QStringList({ "untitled" }));
-    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "no text" }));
-    EXPECT_EQ(owner.calls,
-              QStringList({ "addLink:no url", "addLink:no url", "addLink:http://h/p" }));
-    EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:http://h/x")), 2);
+    EXPECT_EQ(owner.calls, QStringList({ "addLink:no url", "addLink:no url" }));
     EXPECT_EQ(log.count(QStringLiteral("empty string submitted to url:http://h/x")), 1);
-    EXPECT_EQ(r.getLastOnPageUrl(), QStringLiteral("http://h/p"));
-    EXPECT_TRUE(r.isOnPage(QStringLiteral("http://h/p")));
-}
 
-TEST(LinkRecordOnPage, LinkTextFollowsTheLatestOccurrence)
-{
-    FakeOwner owner;
-    LinkCheckerUrl r(&owner);
-    test::LogCapture log;
-    r.addLinkTextOccurrence(QStringLiteral("Home"));
-    r.addLinkTextOccurrence(QStringLiteral("Home"));
-    r.addLinkTextOccurrence(QStringLiteral("Start"));
+    for (const char *text : { "Home", "Home", "Start" })
+        r.addLinkTextOccurrence(QLatin1String(text));
     EXPECT_EQ(r.getLinkText(), QStringLiteral("Start"));
-    r.addLinkTextOccurrence(QLatin1String(""));
-    r.addLinkTextOccurrence(QString());
-    r.addLinkTextOccurrence(QLatin1String(""));
-    EXPECT_EQ(r.getOnPageLinkTextArray(),
-              QStringList({ "Home", "Home", "Start", "", "no text", "" }));
-    // The latest text wins, null and empty kept apart as setLinkText keeps them.
-    EXPECT_TRUE(r.getLinkText().isEmpty());
-    EXPECT_FALSE(r.getLinkText().isNull());
+    // Null and empty texts are kept apart, as setLinkText keeps them.
     r.addLinkTextOccurrence(QString());
     EXPECT_TRUE(r.getLinkText().isNull());
-    EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:")), 2);
+    r.addLinkTextOccurrence(QLatin1String(""));
+    EXPECT_TRUE(r.getLinkText().isEmpty() && !r.getLinkText().isNull());
+    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "Home", "Home", "Start", "no text", "" }));
+    EXPECT_EQ(log.count(QStringLiteral("null string submitted to url:http://h/x")), 2);
 
     // Changing the on-page texts in other ways leaves the record's own text as it was.
     r.addLinkTextOccurrence(QStringLiteral("Menu"));
@@ -226,9 +176,7 @@ TEST(LinkRecordOnPage, LinkTextFollowsTheLatestOccurrence)
     r.addLinkTextOccurrence(QStringLiteral("Last"));
     r.setOnPageLinkText({ QStringLiteral("x") });
     EXPECT_EQ(r.getLinkText(), QStringLiteral("Last"));
-    EXPECT_EQ(r.getOnPageLinkTextArray(), QStringList({ "x" }));
     r.setLinkText(QStringLiteral("Set"));
-    EXPECT_EQ(r.getLinkText(), QStringLiteral("Set"));
     r.addLinkTextOccurrence(QStringLiteral("Again"));
     EXPECT_EQ(r.getLinktext(), QStringLiteral("Again"));
     EXPECT_TRUE(r.contains(QStringLiteral("aga")));
@@ -239,31 +187,23 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     FakeOwner owner;
     LinkCheckerUrl r(&owner);
     EXPECT_EQ(r.getOnPageUrl(), QString());
-    EXPECT_EQ(r.getOnPagesHTML(), QString());
     EXPECT_EQ(r.getLastOnPageUrl(), QString()); // sent as the referrer
     r.addOnPageUrl(QStringLiteral("http://h/1"));
     r.addOnPageName(QStringLiteral("One"));
     r.addOnPageLinkText(QStringLiteral("t1"));
     r.addNofollow(false);
     EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("http://h/1"));
-    EXPECT_EQ(r.getOnPageName(), QStringLiteral("One"));
     owner.titles = true;
     EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("One"));
-    owner.titles = false;
 
     r.addOnPageUrl(QStringLiteral("http://h/2"));
     r.addOnPageLinkText(QStringLiteral("t2"));
     r.addNofollow(true);
+    EXPECT_EQ(r.getLastOnPageUrl(), QStringLiteral("http://h/2"));
+    EXPECT_TRUE(r.isOnPage(QStringLiteral("http://h/1")));
     // One name short: the pairing below must not read past the shorter list.
-    EXPECT_EQ(r.getOnPageName(), QStringLiteral("2 occurrences over more than one page"));
-    EXPECT_EQ(r.getOnPageUrl(), QStringLiteral("2 occurrences over more than one page"));
-    EXPECT_EQ(r.getOnPages(), QStringLiteral("http://h/1\rhttp://h/2"));
-    EXPECT_EQ(r.getOnPagesCSV(), QStringLiteral("http://h/1\rhttp://h/2"));
-    EXPECT_EQ(r.getOnPagesText(), QStringLiteral("http://h/1,http://h/2"));
-    EXPECT_EQ(r.getOnPagesHTML(),
-              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">http://h/1</a><br />"
-                             "<a href = \"http://h/2\" target=\"_blank\">http://h/2</a>"));
-
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("onpagename")),
+              QStringLiteral("2 occurrences over more than one page"));
     r.setStatus(QStringLiteral("404 not found"));
     const std::tuple<int, const char *, const char *> pairs[] = {
         { 1, "onpageurl", "http://h/2" },
@@ -281,13 +221,18 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     EXPECT_EQ(OrelOnPage(&r, 1).getColour(), 3);
     EXPECT_EQ(OrelOnPage().getColour(), 0);
 
+    // Lists as text show the titles when the owner asks for them, else the URLs.
     r.addOnPageName(QStringLiteral("Two"));
-    owner.titles = true;
-    EXPECT_EQ(r.getOnPagesText(), QStringLiteral("One,Two"));
-    EXPECT_EQ(r.getOnPagesHTML(),
-              QStringLiteral("<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
-                             "<a href = \"http://h/2\" target=\"_blank\">Two</a>"));
-    EXPECT_EQ(r.getFieldByName(QStringLiteral("onpageurlarray")), QStringLiteral("One\rTwo"));
+    EXPECT_EQ(r.getOnPages(), QStringLiteral("http://h/1\rhttp://h/2"));
+    const std::pair<const char *, const char *> lists[] = {
+        { "onpageurlcsv", "One\rTwo" },
+        { "onpageurltext", "One,Two" },
+        { "onpageurlhtml",
+          "<a href = \"http://h/1\" target=\"_blank\">One</a><br />"
+          "<a href = \"http://h/2\" target=\"_blank\">Two</a>" },
+    };
+    for (const auto &[key, text] : lists)
+        EXPECT_EQ(r.getFieldByName(QLatin1String(key)), QLatin1String(text)) << key;
 
     // The inspector's appears-on table.
     EXPECT_EQ(r.objectValueForTableColumn(QStringLiteral("1"), 1), QStringLiteral("Two"));
@@ -298,35 +243,30 @@ TEST(LinkRecordOnPage, CellsListRenderingsAndOccurrencePairing)
     owner.highlight = true;
     EXPECT_TRUE(r.highlightBadLinksInSelectedPageOrVisitOnPage().isNull());
     EXPECT_EQ(owner.calls.last(), QStringLiteral("highlightBadLinksInSelectedPage"));
+    owner.titles = false;
+    EXPECT_EQ(r.getFieldByName(QStringLiteral("onpageurltext")),
+              QStringLiteral("http://h/1,http://h/2"));
 }
 
-TEST(LinkRecordSEO, OverlappingCaseInsensitiveCounts)
+TEST(LinkRecordSEO, OverlappingMatchesCountAndPageTextsOnlyOnce)
 {
-    const std::tuple<const char *, const char *, int> cases[] = {
-        { "aa", "aaaa", 3 }, { "AA", "aaaa", 3 }, { "ab", "xabyABz", 2 },
-        { "abc", "ab", 0 },  { "", "aaaa", 0 },   { "a", "", 0 },
-    };
-    for (const auto &[term, text, count] : cases)
-        EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(QString::fromLatin1(term),
-                                                          QString::fromLatin1(text)),
-                  count)
-                << term << " in " << text;
-}
+    // Matches may overlap and ignore case.
+    EXPECT_EQ(
+            LinkCheckerUrl::countOcurrencesOfString(QStringLiteral("AA"), QStringLiteral("xaAaa")),
+            3);
+    EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(QStringLiteral("abc"), QStringLiteral("ab")),
+              0);
+    EXPECT_EQ(LinkCheckerUrl::countOcurrencesOfString(QString(), QStringLiteral("aa")), 0);
 
-TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
-{
     test::wipeHome();
     LinkCheckerUrl r;
     r.setLinkUrl(QStringLiteral("http://h/widgets/page.html"), false);
     r.setLinkPageTitle(QStringLiteral("Widget shop"));
     r.setMetaDescription(QStringLiteral("widget WIDGET"));
 
-    // Without an archived copy only the fields count.
+    // Without an archived copy only the fields count: 1 in the URL and title, 2 in the
+    // description.
     EXPECT_TRUE(r.countSEOTerm(QStringLiteral("widget")));
-    EXPECT_EQ(r.getOcurrencesInUrl(), 1);
-    EXPECT_EQ(r.getOcurrencesInTitle(), 1);
-    EXPECT_EQ(r.getOcurrencesInDescription(), 2);
-    EXPECT_EQ(r.getOcurrencesInArchive(), 0);
     EXPECT_EQ(r.getTotalOccurrences(), 4);
 
     ASSERT_TRUE(QDir().mkpath(AppSupport::archiveFolder()));
@@ -336,11 +276,9 @@ TEST(LinkRecordSEO, TermCountsDoNotCountPageTextsTwice)
     f.write("<title>Widget shop</title><meta content=\"widget WIDGET\"> widgets and widgets");
     f.close();
 
-    EXPECT_EQ(r.countOcurrencesOfStringInArchive(QStringLiteral("widget")), 5);
     EXPECT_TRUE(r.countSEOTerm(QStringLiteral("widget")));
     EXPECT_EQ(r.getOcurrencesInArchive(), 2); // 5 minus the title's 1 and description's 2
     EXPECT_EQ(r.getTotalOccurrences(), 6);
-    EXPECT_EQ(r.getFieldByName(QStringLiteral("totalOcurrences")), QStringLiteral("6"));
     EXPECT_TRUE(r.archiveContainsOneOfTheseTerms(
             { QStringLiteral("nothing"), QStringLiteral("SHOP") }));
     EXPECT_FALSE(r.archiveContainsOneOfTheseTerms({ QStringLiteral("nothing") }));

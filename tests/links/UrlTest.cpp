@@ -16,11 +16,8 @@ TEST(LinkUrl, TrimHashCutsFragmentAndOptionallyQuery)
     const std::tuple<const char *, bool, const char *> cases[] = {
         { "http://h/a?q=1#frag", false, "http://h/a?q=1" },
         { "http://h/a?q=1#frag", true, "http://h/a" },
-        { "http://h/a#x?y", true, "http://h/a" },
         { "#", false, "#" }, // shorter than 2 bytes: left alone
-        { "?", true, "?" },
         { "#a", false, "" },
-        { "http://h/", true, "http://h/" },
     };
     for (const auto &[in, trimQuery, out] : cases) {
         QByteArray b(in);
@@ -38,14 +35,13 @@ TEST(LinkUrl, SettingTheUrlTrimsRegistersAndKeepsTheSlashInTheStringForm)
     EXPECT_EQ(r.getLinkUrl(), QStringLiteral("http://h/dir/"));
     EXPECT_EQ(r.getLinkUrlBytes(), QByteArray("http://h/dir"));
     EXPECT_TRUE(r.hasHadSlashTrimmed());
-    EXPECT_EQ(r.getActualLinkUrl(), QStringLiteral("http://h/dir/"));
     EXPECT_EQ(owner.calls, QStringList({ "addToLookup:http://h/dir" }));
 
     // A redirect target keeps fragment and query, is not registered, and becomes the actual URL.
     owner.calls.clear();
     r.setRedir(QStringLiteral("http://h/new/?x#y"));
+    EXPECT_EQ(r.getRedirBytes(), QByteArray("http://h/new/?x#y"));
     EXPECT_EQ(r.getActualLinkUrl(), QStringLiteral("http://h/new/?x#y"));
-    EXPECT_FALSE(r.hasHadRedirSlashTrimmed());
     EXPECT_TRUE(owner.calls.isEmpty());
     r.setRedir(QStringLiteral("http://h/new/"));
     EXPECT_EQ(r.getRedirBytes(), QByteArray("http://h/new"));
@@ -56,20 +52,14 @@ TEST(LinkUrl, SettingTheUrlTrimsRegistersAndKeepsTheSlashInTheStringForm)
     r.setRedir(QString());
     EXPECT_EQ(r.getLinkUrl(), QStringLiteral("http://h/dir/"));
     EXPECT_EQ(r.getRedir(), QStringLiteral("http://h/new/"));
-
-    // Without slash ignoring the byte form keeps its slash; without an owner nothing is sent.
-    LinkCheckerUrl plain;
-    plain.setLinkUrl(QStringLiteral("http://h/dir/#b"), false);
-    EXPECT_EQ(plain.getLinkUrlBytes(), QByteArray("http://h/dir/"));
-    EXPECT_FALSE(plain.hasHadSlashTrimmed());
 }
 
 TEST(LinkUrl, CandidateComparison)
 {
     // stored, redirect, candidate, trimmed, ignoreSlash, equal, recursion
     const std::tuple<const char *, const char *, const char *, bool, bool, bool, bool> cases[] = {
-        { "http://h/a", "", "http://h/a", false, false, true, false },
         { "http://h/a", "", "http://h/a#frag", false, false, true, false },
+        { "http://h/a/", "", "http://h/a/", false, false, true, false }, // no owner: slash kept
         { "http://h/a", "", "http://h/a?q", false, false, false, false },
         { "http://h/a", "", "http://h/a?q", true, false, true, false },
         { "http://h/a", "", "http://h/a/", false, false, false, false },
@@ -105,14 +95,15 @@ TEST(LinkUrl, CanonicalTooHighTestingUrlAndTextTests)
     r.setCanonical(QStringLiteral("http://h/other"));
     EXPECT_FALSE(r.canonicalMatchesUrl());
 
-    for (const auto &[url, tooHigh] :
-         { std::pair { "http://h/dir/page", false }, std::pair { "http://h/../x", true },
-           std::pair { "http://h/a..b", false } }) {
+    for (const auto &[url, tooHigh] : { std::pair { "http://h/dir/page", false },
+                                        { "http://h/../x", true },
+                                        { "http://h/a..b", false } }) {
         LinkCheckerUrl u;
         u.setLinkUrl(QString::fromLatin1(url), false);
         EXPECT_EQ(u.directoryTooHigh(), tooHigh) << url;
     }
 
+    // A highlight fetch asks for the page chosen in the inspector.
     EXPECT_EQ(r.getLinkUrlForTesting(), QStringLiteral("http://h/dir/page"));
     r.addOnPageUrl(QStringLiteral("http://h/p1"));
     r.addOnPageUrl(QStringLiteral("http://h/p2"));
@@ -124,16 +115,16 @@ TEST(LinkUrl, CanonicalTooHighTestingUrlAndTextTests)
     // The views' filter ignores case over URL, link text and status.
     r.setLinkText(QStringLiteral("Click Here"));
     r.setStatus(QStringLiteral("404 not found"));
-    for (const auto &[text, found] :
-         { std::pair { "DIR/PAGE", true }, std::pair { "click", true },
-           std::pair { "NOT FOUND", true }, std::pair { "absent", false } })
-        EXPECT_EQ(r.contains(QString::fromLatin1(text)), found) << text;
+    for (const char *text : { "DIR/PAGE", "click", "NOT FOUND" })
+        EXPECT_TRUE(r.contains(QLatin1String(text))) << text;
+    EXPECT_FALSE(r.contains(QStringLiteral("absent")));
 
     EXPECT_TRUE(r.linkContainsOneOfTheseTerms({ QStringLiteral("zzz"), QStringLiteral("/dir/") }));
     EXPECT_FALSE(r.linkContainsOneOfTheseTerms({ QStringLiteral("/DIR/") })); // case-sensitive
     EXPECT_TRUE(r.linkContainsOneOfTheseTerms({ QStringLiteral("zzz"), QString() })); // in any URL
     EXPECT_FALSE(r.linkContainsOneOfTheseTerms({}));
 
+    // Titles compare exactly.
     r.setLinkPageTitle(QStringLiteral("Café"));
     EXPECT_TRUE(r.isEqualToTitle(QStringLiteral("Café")));
     EXPECT_FALSE(r.isEqualToTitle(QStringLiteral("cafe")));
@@ -149,8 +140,7 @@ TEST(ArchiveName, PathAfterHostWithSlashesEscaped)
         { "http://h.example/dir/page.html", "dir%2Fpage.html" },
         { "http://h.example/", "h.example%2F" },
         { "https://h/", "%2Fh%2F" }, // fixed position 7 keeps part of the separator
-        { "http://other.example/dir/page.html", "dir%2Fpage.html" },
-        { "http://h/a/b/?q=1", "a%2Fb%2F?q=1" },
+        { "https://h/a/b/?q=1", "a%2Fb%2F?q=1" },
     };
     for (const auto &[url, name] : cases)
         EXPECT_EQ(archiveFileNameForUrl(QString::fromLatin1(url)), QString::fromLatin1(name))
@@ -160,17 +150,8 @@ TEST(ArchiveName, PathAfterHostWithSlashesEscaped)
 TEST(ReasonPhrase, StatusTexts)
 {
     const std::pair<int, const char *> cases[] = {
-        { 200, "200 no error" },
-        { 301, "301 moved permanently" },
-        { 302, "302 found" },
-        { 404, "404 not found" },
-        { 500, "500 internal server error" },
-        { 100, "100 continue" },
-        { 299, "299 success" },
-        { 499, "499 client error" },
-        { 599, "599 server error" },
-        { 999, "999 unknown" },
-        { 0, "0 unknown" },
+        { 200, "200 no error" },     { 404, "404 not found" }, { 299, "299 success" },
+        { 599, "599 server error" }, { 999, "999 unknown" },   { 0, "0 unknown" },
     };
     for (const auto &[code, text] : cases)
         EXPECT_EQ(statusText(code), QString::fromLatin1(text));

@@ -52,7 +52,6 @@ class Recorder : public ConnectionDelegate
 public:
     QStringList events;
     QList<UrlRequest> proposals;
-    QList<UrlResponse> redirects;
     std::optional<UrlResponse> response;
     std::optional<UrlError> error;
     QByteArray body;
@@ -75,8 +74,6 @@ public:
                                               const UrlResponse *redirect) override
     {
         proposals << proposed;
-        if (redirect)
-            redirects << *redirect;
         note(c,
              redirect ? QStringLiteral(">%1").arg(redirect->statusCode) : QStringLiteral("send"));
         return onSend ? onSend(proposed, redirect) : std::optional(proposed);
@@ -179,11 +176,8 @@ TEST_F(Connection, ResponsesDescribeTheBodyAsSent)
     Recorder rec;
     run(rec, get(url("/type/html")));
     EXPECT_EQ(rec.trace(), "send 200 data finish");
-    EXPECT_TRUE(rec.response->isHttp);
     EXPECT_EQ(rec.response->mimeType, "text/html");
     EXPECT_EQ(rec.response->header("content-type"), "text/html; charset=utf-8");
-    EXPECT_EQ(rec.response->expectedContentLength, rec.body.size());
-    EXPECT_EQ(rec.response->url, url("/type/html"));
     EXPECT_TRUE(rec.body.contains("typed page"));
 
     // A compressed body is decoded, but the length stays the one sent.
@@ -202,63 +196,44 @@ TEST_F(Connection, ResponsesDescribeTheBodyAsSent)
     EXPECT_EQ(chunked.body, "<html><body>chunked page</body></html>\n");
 }
 
-TEST_F(Connection, RedirectsAreFollowedHopByHop)
+// Redirects are followed hop by hop, each proposed to the delegate, which may change or refuse
+// the next request; the connection sets no limit of its own (the link record stops a loop).
+TEST_F(Connection, RedirectsAreProposedHopByHop)
 {
-    // path, trace, the paths proposed for the redirects
-    for (const auto &[path, trace, proposed] : {
-                 std::tuple { "/redirect/chain?n=3", "send >302 >302 >302 200 data finish",
+    enum Answer { Follow, Replace, RefuseRedirect, RefuseFirst };
+    // path, answer, trace, the paths proposed for the redirects
+    for (const auto &[path, answer, trace, proposed] : {
+                 std::tuple { "/redirect/chain?n=3", Follow, "send >302 >302 >302 200 data finish",
                               "/redirect/chain?n=2 /redirect/chain?n=1 /final" },
                  // Relative Locations resolve against the URL that answered.
-                 { "/redirect/chain?n=3&rel=1", "send >302 >302 >302 200 data finish",
+                 { "/redirect/chain?n=3&rel=1", Follow, "send >302 >302 >302 200 data finish",
                    "/redirect/chain?n=2&rel=1 /redirect/chain?n=1&rel=1 /final" },
-                 { "/dir", "send >301 200 data finish", "/dir/" },
-                 { "/status/404", "send 404 data finish", "" },
+                 // The changed request is what gets sent: no second redirect.
+                 { "/redirect/chain?n=2", Replace, "send >302 200 data finish",
+                   "/redirect/chain?n=1" },
+                 // No answer ends the transfer without another call.
+                 { "/redirect/chain?n=2", RefuseRedirect, "send >302", "/redirect/chain?n=1" },
+                 { "/final", RefuseFirst, "send", "" },
+                 { "/redirect/empty", RefuseRedirect, "send >302", "" }, // proposed as empty
          }) {
         SCOPED_TRACE(path);
         Recorder rec;
+        rec.onSend = [&, answer = answer](const UrlRequest &next, const UrlResponse *redirect) {
+            UrlRequest r = next;
+            if (answer == Replace && redirect)
+                r.url = url("/type/text");
+            const bool refuse = answer == RefuseFirst || (answer == RefuseRedirect && redirect);
+            return refuse ? std::nullopt : std::optional(r);
+        };
         run(rec, get(url(path)));
         EXPECT_EQ(rec.trace(), trace);
         QStringList paths;
         for (qsizetype i = 1; i < rec.proposals.size(); ++i) {
             const QUrl u(rec.proposals[i].url);
             paths << u.path() + (u.hasQuery() ? QLatin1Char('?') + u.query() : QString());
-            EXPECT_TRUE(rec.redirects[i - 1].hasHeader("Location"));
         }
         EXPECT_EQ(paths.join(QLatin1Char(' ')), proposed);
-    }
-}
-
-TEST_F(Connection, DelegateCanReplaceOrRefuseTheNextRequest)
-{
-    enum Answer { Replace, RefuseRedirect, RefuseFirst, Follow };
-    for (const auto &[path, answer, trace] : {
-                 // The changed request is what gets sent: no second redirect.
-                 std::tuple { "/redirect/chain?n=2", Replace,
-                              std::string("send >302 200 data finish") },
-                 // No answer ends the transfer without another call.
-                 { "/redirect/chain?n=2", RefuseRedirect, "send >302" },
-                 { "/final", RefuseFirst, "send" },
-                 { "/redirect/empty", RefuseRedirect, "send >302" }, // proposed as an empty URL
-                 // A redirect loop goes on until the delegate stops it (after 101
-                 // hops here).
-                 { "/redirect/loop", Follow,
-                   "send" + QStringLiteral(" >302").repeated(101).toStdString() },
-         }) {
-        SCOPED_TRACE(path);
-        Recorder rec;
-        int calls = 0;
-        rec.onSend = [&, answer = answer](const UrlRequest &proposed, const UrlResponse *redirect) {
-            UrlRequest r = proposed;
-            if (answer == Replace && redirect)
-                r.url = url("/type/text");
-            const bool refuse = answer == RefuseFirst || (answer == RefuseRedirect && redirect);
-            return refuse || ++calls > 101 ? std::nullopt : std::optional(r);
-        };
-        run(rec, get(url(path)), 30000);
-        EXPECT_EQ(rec.trace(), trace);
-        EXPECT_EQ(rec.proposals.last().url.isEmpty(), QLatin1String(path) == "/redirect/empty");
-        EXPECT_EQ(rec.response ? rec.response->mimeType : QString(),
-                  answer == Replace ? QStringLiteral("text/plain") : QString());
+        EXPECT_EQ(rec.response && rec.response->mimeType == "text/plain", answer == Replace);
     }
 }
 
@@ -282,7 +257,6 @@ TEST_F(Connection, RequestIsSentAsGivenAndRedirectsTurnPostIntoGet)
         UrlRequest post = get(url(QStringLiteral("/redirect/to?url=/echo&code=%1").arg(code)));
         post.method = "POST";
         post.body = "uri=http%3A%2F%2Fexample.invalid%2F";
-        post.setHeader("Content-Type", "application/x-www-form-urlencoded");
         Recorder rp;
         run(rp, post);
         EXPECT_TRUE(rp.body.startsWith(start)) << rp.body.left(40).constData();
@@ -296,16 +270,12 @@ TEST_F(Connection, AuthenticationAndUntrustedCertificatesAreAskedAbout)
     ASSERT_TRUE(tls.isRunning());
     const QString trusted = tls.url("/redirect/chain?n=1");
     for (const auto &[u, accept, answer, trace] : {
-                 std::tuple { url("/auth/basic"), false, A::None,
-                              "send auth-basic 401 data finish" },
-                 { url("/auth/digest"), true, A::ContinueWithoutCredential,
-                   "send auth-digest challenge 401 data finish" },
+                 std::tuple { url("/auth/digest"), true, A::ContinueWithoutCredential,
+                              "send auth-digest challenge 401 data finish" },
                  { url("/auth/other"), true, A::Cancel, "send auth-other challenge" },
                  // The site stays trusted for the redirect to the same host.
                  { trusted, true, A::UseServerTrust,
                    "send auth-trust challenge >302 200 data finish" },
-                 { trusted, true, A::Cancel, "send auth-trust challenge" },
-                 { trusted, false, A::None, "send auth-trust fail" },
                  { trusted, true, A::ContinueWithoutCredential, "send auth-trust challenge fail" },
          }) {
         SCOPED_TRACE(u.toStdString() + " answer " + std::to_string(int(answer)));
@@ -314,10 +284,6 @@ TEST_F(Connection, AuthenticationAndUntrustedCertificatesAreAskedAbout)
         rec.authAnswer = answer;
         run(rec, get(u));
         EXPECT_EQ(rec.trace(), trace);
-        if (rec.response && rec.response->statusCode == 401) {
-            EXPECT_TRUE(rec.response->hasHeader("WWW-Authenticate"));
-            EXPECT_TRUE(rec.body.contains("authorization required"));
-        }
         EXPECT_TRUE(!rec.error || rec.error->localizedDescription.contains("certificate"))
                 << rec.error->localizedDescription.toStdString();
     }
@@ -330,28 +296,28 @@ TEST_F(Connection, FailuresCarryClearTexts)
     // Opening a FIFO without a writer would wait for ever.
     ASSERT_EQ(::mkfifo(QFile::encodeName(dir + "/pipe.html").constData(), 0600), 0);
     const QString local = QUrl::fromLocalFile(dir).toString();
-    for (const auto &[u, timeout, trace, code, text, maxMs] : {
+    // Each fails well within the time-out of 5 s.
+    for (const auto &[u, trace, code, text, maxMs] : {
                  std::tuple { QStringLiteral("http://127.0.0.1:%1/").arg(FixtureServer::freePort()),
-                              5, "send fail", 7, "Couldn't connect to server", 2000 },
-                 { url("/closed"), 5, "send 200 data fail", 18, "Transferred a partial file",
-                   2000 },
-                 { "http://no-such-host.invalid/", 5, "send fail", 6, "Couldn't resolve host name",
+                              "send fail", 7, "Couldn't connect to server", 2000 },
+                 { url("/closed"), "send 200 data fail", 18, "Transferred a partial file", 2000 },
+                 { "http://no-such-host.invalid/", "send fail", 6, "Couldn't resolve host name",
                    4000 },
-                 { "ftp://127.0.0.1/", 5, "send fail", 1, "Unsupported protocol", 2000 },
-                 { local + "/missing.html", 5, "send fail", UrlError::FileDoesntExist,
+                 { "ftp://127.0.0.1/", "send fail", 1, "Unsupported protocol", 2000 },
+                 { local + "/missing.html", "send fail", UrlError::FileDoesntExist,
                    "file doesnt exist", 2000 },
-                 { local + "/a%20folder", 5, "send fail", UrlError::FileIsDirectory,
+                 { local + "/a%20folder", "send fail", UrlError::FileIsDirectory,
                    "file is directory", 2000 },
-                 { local + "/pipe.html", 5, "send fail", UrlError::FileIsNotRegular,
+                 { local + "/pipe.html", "send fail", UrlError::FileIsNotRegular,
                    "file is not a regular file", 2000 },
-                 { "file:///dev/zero", 5, "send fail", UrlError::FileIsNotRegular,
+                 { "file:///dev/zero", "send fail", UrlError::FileIsNotRegular,
                    "file is not a regular file", 2000 },
          }) {
         SCOPED_TRACE(u.toStdString());
         Recorder rec;
         QElapsedTimer clock;
         clock.start();
-        run(rec, get(u, timeout));
+        run(rec, get(u, 5));
         EXPECT_LT(clock.elapsed(), maxMs);
         EXPECT_EQ(rec.trace(), trace);
         ASSERT_TRUE(rec.error);
@@ -374,7 +340,7 @@ TEST_F(Connection, FailuresCarryClearTexts)
 
 // The time-out limits the connect phase and every gap between bytes; a transfer that keeps
 // receiving ends at ten times the time-out, even while libcurl inflates a body.
-TEST_F(Connection, TimeOutCountsFromTheLastByteUpToAHardEnd)
+TEST_F(Connection, SlowTimeOutCountsFromTheLastByteUpToAHardEnd)
 {
     constexpr qint64 BombBytes = 4096LL << 20; // inflated; about 4 MB on the wire
     UrlRequest warm = get(url("/gzipbomb?mb=4096"), 30); // the server builds its bomb once
@@ -459,36 +425,34 @@ TEST_F(Connection, SynchronousFetchAnswersTheLastResponse)
     EXPECT_EQ(inside->error->code, CURLE_RECURSIVE_API_CALL);
 }
 
-TEST_F(Connection, MadeOnAnotherThreadItCallsBackOnTheMainThread)
-{
-    Recorder rec;
-    bool otherThread = false;
-    rec.hook = [&](Conn *) {
-        otherThread |= QThread::currentThread() != QCoreApplication::instance()->thread();
-    };
-    QPointer<Conn> c;
-    std::thread([&] { c = new Conn(get(url("/final")), &rec, ValidatorRequest); }).join();
-    EXPECT_TRUE(waitFor([&] { return c.isNull(); }));
-    EXPECT_EQ(rec.trace(), "send 200 data finish");
-    EXPECT_FALSE(otherThread);
-}
-
-TEST_F(Connection, SixteenSlowRequestsToOneHostRunTogether)
+// Connections made on another thread call back on the main thread, and sixteen slow ones to one
+// host run together.
+TEST_F(Connection, SixteenSlowRequestsMadeOnAnotherThreadRunTogetherOnTheMainThread)
 {
     Recorder recs[16];
+    bool otherThread = false;
+    for (Recorder &r : recs)
+        r.hook = [&](Conn *) {
+            otherThread |= QThread::currentThread() != QCoreApplication::instance()->thread();
+        };
     QElapsedTimer clock;
     clock.start();
-    for (int i = 0; i < 16; ++i)
-        start(recs[i], url(QStringLiteral("/slow?ms=1000&i=%1").arg(i)));
+    std::thread([&] {
+        for (int i = 0; i < 16; ++i)
+            start(recs[i], url(QStringLiteral("/slow?ms=1000&i=%1").arg(i)));
+    }).join();
     EXPECT_EQ(Conn::activeCount(), 16);
     EXPECT_TRUE(allEnded(10000));
     // Serialised they would take 16 s; together about one slow period.
     EXPECT_LT(clock.elapsed(), 2500);
     for (const Recorder &r : recs)
         EXPECT_EQ(r.trace(), "send 200 data finish");
+    EXPECT_FALSE(otherThread);
 }
 
-TEST(ConnectionThroughput, ManyShortTransfersWithSixteenInFlight)
+// Kept-alive connections are reused, also after a transfer cancelled at its response left part
+// of its body unread. How fast this runs is measured by bench/crawl's fetch floor.
+TEST(ConnectionReuse, ManyShortTransfersWithSixteenInFlight)
 {
     const QByteArray page = "<html><body>" + QByteArray(2000, 'p') + "</body></html>";
     FixtureServer nginx(FixtureServer::Nginx, writeFile("fast/page.html", page));
@@ -510,25 +474,14 @@ TEST(ConnectionThroughput, ManyShortTransfersWithSixteenInFlight)
             if (e == (cancelAtResponse ? "200" : "finish") || e == "fail")
                 ++ended, startOne();
         };
-        QElapsedTimer clock;
-        clock.start();
         for (int i = 0; i < 16; ++i)
             startOne();
         EXPECT_TRUE(waitFor([&] { return ended == Total; }, 60000));
-        const qint64 ms = qMax<qint64>(1, clock.elapsed());
         EXPECT_EQ(rec.events.count("fail"), 0);
         // Nothing arrives after a cancel.
         EXPECT_EQ(rec.body.size(), cancelAtResponse ? 0 : qint64(Total) * page.size());
-        std::printf("[ INFO     ] %d transfers%s in %lld ms (%lld per second)\n", Total,
-                    cancelAtResponse ? " cancelled at the response" : "", ms,
-                    qint64(Total) * 1000 / ms);
-        // A loose bound that still catches serialised transfers.
-        EXPECT_LT(ms, 30000);
         EXPECT_TRUE(allEnded());
     }
-    // nginx logs in the script's form, each line just after answering.
-    EXPECT_TRUE(waitFor([&] { return nginx.requestLog().size() == 2 * Total; }, 3000));
-    EXPECT_EQ(nginx.requestLog().value(0), "GET /page.html?n=0");
 }
 
 TEST_F(Connection, CancellingOrDeletingInsideAnyCallbackStopsEverything)
@@ -640,19 +593,13 @@ TEST(ConnectionUrls, StaticSiteNamesWithSpacesAndNonAsciiAreSentEncoded)
 {
     FixtureServer server(writeFile("site/sub/caf\u00e9 menu.html", "<html>menu</html>"));
     ASSERT_TRUE(server.isRunning());
-    // A folder without its slash is redirected; without an index page it is missing.
-    for (const auto &[path, trace] :
-         { std::pair { "/sub/caf\u00e9 menu.html", "send 200 data finish" },
-           { "/sub/caf%C3%A9%20menu.html", "send 200 data finish" },
-           { "/sub", "send >301 404 data finish" } }) {
+    for (const char *path : { "/sub/caf\u00e9 menu.html", "/sub/caf%C3%A9%20menu.html" }) {
         SCOPED_TRACE(path);
         Recorder rec;
         run(rec, get(server.url(QString::fromUtf8(path))));
-        EXPECT_EQ(rec.trace(), trace);
-        EXPECT_EQ(rec.body == "<html>menu</html>", rec.trace() == "send 200 data finish");
+        EXPECT_EQ(rec.trace(), "send 200 data finish");
+        EXPECT_EQ(rec.body, "<html>menu</html>");
     }
     const QString sent = "GET /sub/caf%C3%A9%20menu.html";
-    EXPECT_EQ(server.requestLog(), QStringList({ sent, sent, "GET /sub", "GET /sub/" }));
-    server.clearRequestLog();
-    EXPECT_TRUE(server.requestLog().isEmpty());
+    EXPECT_EQ(server.requestLog(), QStringList({ sent, sent }));
 }
