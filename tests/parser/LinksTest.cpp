@@ -50,34 +50,31 @@ TEST(ParserLinks, ImageScriptAndStylesheetReadersFindTheirOwnTags)
 
 TEST(ParserLinks, BaseHrefIsNormalised)
 {
-    // page, findBaseHref() (nullptr for none), getBaseHref() ("" for none)
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        { "<base href='pages/docs'>", "http://pages/docs", "http://pages/docs" },
-        { "<base href='//cdn/x'>", "http://cdn/x", "http://cdn/x" },
-        { "<base href='/'>", "", "" },
-        { "<base href=''>", "", "" },
-        { "<head><BASE HREF=\"http://example.com/dir/\"></head>", "http://example.com/dir/",
-          "http://example.com/dir/" },
-        { "<base href=\"abc\">", "http://abc", "http://abc" },
-        { "<base href=\"ab\">", "ab", "ab" },
-        { "<base href=\" https://x.org/ \">", "https://x.org/", "https://x.org/" },
-        { "<base href=\"http://a/b c/\">", "http://a/b%20c/", "http://a/b%20c/" },
-        { "<base target=_top>", nullptr, "" },
-        { "<p>no base</p>", nullptr, "" },
+    // page, findBaseHref() (nullptr for none), which getBaseHref() gives as a URL
+    const std::pair<const char *, const char *> cases[] = {
+        { "<base href='pages/docs'>", "http://pages/docs" },
+        { "<base href='//cdn/x'>", "http://cdn/x" },
+        { "<base href='/'>", "" },
+        { "<base href=''>", "" },
+        { "<head><BASE HREF=\"http://example.com/dir/\"></head>", "http://example.com/dir/" },
+        { "<base href=\"abc\">", "http://abc" },
+        { "<base href=\"ab\">", "ab" },
+        { "<base href=\" https://x.org/ \">", "https://x.org/" },
+        { "<base href=\"http://a/b c/\">", "http://a/b%20c/" },
+        { "<base target=_top>", nullptr },
+        { "<p>no base</p>", nullptr },
     };
-    for (const auto &[page, base, codebase] : cases) {
+    orel::test::LogCapture log;
+    for (const auto &[page, base] : cases) {
         auto p = scan(page);
         EXPECT_EQ(p->findBaseHref(),
                   base ? std::optional<QString>(QLatin1String(base)) : std::nullopt)
                 << page;
         const auto url = p->getBaseHref();
-        EXPECT_EQ(url ? url->toString(QUrl::FullyEncoded) : QString(), QLatin1String(codebase))
-                << page;
+        EXPECT_EQ(url ? url->toString(QUrl::FullyEncoded) : QString(), QLatin1String(base)) << page;
     }
-    orel::test::LogCapture log;
+    EXPECT_TRUE(log.contains(QStringLiteral("reached end of file"))); // no base found
     EXPECT_EQ(scan("<base zref=\"x\">")->findBaseHref(), QStringLiteral("MCMS zref"));
-    EXPECT_FALSE(scan("<base target=_top>")->findBaseHref());
-    EXPECT_TRUE(log.contains(QStringLiteral("reached end of file")));
 }
 
 TEST(ParserLinks, PlainTextAndXmlModesYieldTokensAndLocTexts)
@@ -103,28 +100,20 @@ TEST(ParserLinks, PlainTextAndXmlModesYieldTokensAndLocTexts)
     EXPECT_EQ(found, (QStringList { "http://a/", "http://b/?a=1&b=2" }));
 }
 
+// The helpers' odd inputs; comparing links ignoring case and a trailing slash is exercised by the
+// highlighter.
 TEST(ParserLinks, StringHelpers)
 {
-    const std::pair<const char *, const char *> pulls[] = { { "link rel='canonical' href='/a'",
-                                                              "/a" },
-                                                            { "link HREF=\"x'y\"", "x'y" },
-                                                            { "a href=x", "" },
-                                                            { "a rel='x'", "" },
-                                                            { "a href='unclosed", "" } };
+    const std::pair<const char *, const char *> pulls[] = {
+        { "link HREF=\"x'y\"", "x'y" },
+        { "a href=x", "" },
+        { "a rel='x'", "" },
+        { "a href='unclosed", "" },
+    };
     for (const auto &[text, expected] : pulls)
         EXPECT_EQ(OrelParser::pullOutHref(QLatin1String(text)), QLatin1String(expected)) << text;
 
-    const std::tuple<const char *, const char *, bool> compares[] = {
-        { "http://a/b/", "HTTP://A/B", true },
-        { "http://a/b", "http://a/b/", true },
-        { "http://a/b//", "http://a/b", false },
-        { "http://a/b", "http://a/c", false }
-    };
-    for (const auto &[a, b, equal] : compares)
-        EXPECT_EQ(OrelParser::compareIgnoringTrailingSlash(QLatin1String(a), QLatin1String(b)),
-                  equal)
-                << a << " " << b;
-
+    // Controls and bytes with the high bit set are white space too.
     char url[] = " \x01'\"x y\"' \xff";
     OrelParser::trimWhitespaceFromUrl(url);
     EXPECT_STREQ(url, "'\"x y\"'");

@@ -35,10 +35,6 @@ TEST(ParserMetadata, TitleDescriptionKeywordsAndCanonicalComeFromTheHead)
                   "<meta property='og:description' content='x'>");
     q->findKeywordsAndDescription();
     EXPECT_EQ(q->getDescription(), QStringLiteral("yz"));
-
-    EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta content=\"a 'b'\"")),
-              QStringLiteral("a 'b'"));
-    EXPECT_EQ(OrelParser::pullOutMetaDescription(QStringLiteral("meta name=x")), QString());
 }
 
 TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHeadAndHeadingsOnlyBareH1)

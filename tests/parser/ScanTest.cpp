@@ -39,11 +39,9 @@ TEST(ParserScan, RecognisesTagsByTheirExactBytesSkipsCommentsAndScriptsAndReadsV
         { "<!-- a - > <a href='no'> -- ><a href='no2'> ---><a href='y'>", { "y" } },
         { "<!-><a href='no'>-><a href='y'>", { "y" } }, // the opening dash cannot close it
         { "<!-- never closed <a href='no'>", {} },
-        { "<!-- one -->text<!-- two --><a href='z'>", { "z" } },
-        // Scripts are skipped whole; their src is not a link.
+        // Scripts are skipped whole, whatever their attributes (a src is not a link).
         { "<script>var s='<a href=\"no\">';</script><a href='yes'>", { "yes" } },
         { "<SCRIPT type=x>if (a<b) {}</SCRIPT ><a href='yes'>", { "yes" } },
-        { "<script src='s.js'></script><a href='yes'>", { "yes" } },
         { "<script>document.write('<a href=no>')", {} },
         { "<scripts><a href='after'>", { "after" } },
     };
@@ -58,7 +56,6 @@ TEST(ParserScan, RecognisesTagsByTheirExactBytesSkipsCommentsAndScriptsAndReadsV
         { "<a href=plain.html class=x>", false, { "plain.html" } },
         { "<a href=' {a}.html '>", true, { "%7Ba%7D.html" } },
         { "<a href=' {a}.html '>", false, { "%7Ba%7D.html%20" } }, // leading spaces are skipped
-        { "<a href=\"a b.html\">", false, { "a%20b.html" } },
         { "<a href=\"?a=1&amp;b=2\">", false, { "?a=1&b=2" } },
         { "<a href=\"'both'\">", true, { "both" } },
         { "<a href=\"'both'\">", false, { "both'" } },
@@ -66,8 +63,6 @@ TEST(ParserScan, RecognisesTagsByTheirExactBytesSkipsCommentsAndScriptsAndReadsV
         { "<a href=\"caf\xc3\xa9.html\">", false, { "caf\xc3\xa9.html" } },
         { "<a data-href='d' href='h'>", false, { "h" } },
         { "<a hreflang='en' href='h'>", false, { "lang='en'" } },
-        { "<a zref='/cms/x'>", false, { "MCMS zref" } },
-        { "<a onclick='go()'>x</a><a href=y>", false, { "y" } },
         { "<frame src=' {f} '>", true, { "{f}" } },
         { "<frame src=' {f} '>", false, { "%20{f}%20" } },
     };
@@ -84,16 +79,12 @@ TEST(ParserScan, LinkTextIsTrimmedUnescapedInOrderDecodedAndMarksImages)
     const std::pair<const char *, QStringList> cases[] = {
         { "<a href=x>  Home  </a>", { "x|Home" } },
         { "<a href=x> </a>", { "x|" } },
-        { "<a href=x>\n</a>", { "x|" } },
         { "<a href=x></a>", { "x|" } },
-        { "<a href=x>Fish &amp; Chips</a>", { "x|Fish & Chips" } },
         { "<a href=x>&AMP;lt;b&Gt; &quot;q&quot; &apos;s&apos; &nbsp;&#169;</a>",
           { "x|<b> \"q\" 's' &nbsp;&#169;" } },
         // &quot; is replaced before &amp;, so an escaped &quot; stays half done.
         { "<a href=x>&amp;amp; &amp;quot;&QUOT; &#38; &copy;</a>",
           { "x|&amp; &quot;\" &#38; &copy;" } },
-        { "<a href=x>caf\xc3\xa9</a>", { "x|caf\xc3\xa9" } },
-        { "<a href=x>caf\xe9</a>", { "x|caf\xc3\xa9" } }, // ISO Latin 1 that is not UTF-8
         { "<a href=x>Don\x92t \x93go\x94</a>",
           { "x|Don\xe2\x80\x99t \xe2\x80\x9cgo\xe2\x80\x9d" } },
         { "<a href=x><img src='y.gif' alt='Go'></a>",

@@ -19,8 +19,9 @@ namespace orel::test {
 
 namespace {
 
-// Connects to (port != 0) or binds (port 0) a loopback socket; answers the port, 0 on failure.
-quint16 loopback(quint16 port)
+// Connects to the loopback port (connecting) or binds it (port 0: any free one); answers the
+// port, 0 on failure.
+quint16 loopback(quint16 port, bool connecting)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr {};
@@ -29,9 +30,11 @@ quint16 loopback(quint16 port)
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t len = sizeof addr;
     auto *a = reinterpret_cast<sockaddr *>(&addr);
+    const int one = 1;
     const bool ok = fd >= 0
-            && (port ? ::connect(fd, a, len) == 0
-                     : ::bind(fd, a, len) == 0 && ::getsockname(fd, a, &len) == 0);
+            && (connecting ? ::connect(fd, a, len) == 0
+                           : ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one) == 0
+                                && ::bind(fd, a, len) == 0 && ::getsockname(fd, a, &len) == 0);
     if (fd >= 0)
         ::close(fd);
     return ok ? ntohs(addr.sin_port) : 0;
@@ -56,22 +59,12 @@ http {
 
 quint16 FixtureServer::freePort()
 {
-    return loopback(0);
+    return loopback(0, false);
 }
 
 bool FixtureServer::canBind(quint16 port)
 {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr {};
-    addr.sin_family = AF_INET;
-    addr.sin_port = htons(port);
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int one = 1;
-    const bool ok = fd >= 0 && ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one) == 0
-            && ::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0;
-    if (fd >= 0)
-        ::close(fd);
-    return ok;
+    return loopback(port, false) != 0;
 }
 
 FixtureServer::FixtureServer(Mode mode, const QString &root, quint16 port,
@@ -132,7 +125,7 @@ void FixtureServer::waitUntilAccepting(quint16 port, int ms)
     QDeadlineTimer deadline(ms);
     m_process->waitForStarted(5000);
     while (port != 0 && m_process->state() == QProcess::Running) {
-        if (loopback(port)) {
+        if (loopback(port, true)) {
             m_port = port;
             return;
         }

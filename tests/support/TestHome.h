@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace orel::test {
 
@@ -21,8 +23,6 @@ void wipeHome();
 // The scripted dialogs installed for the test run; reset() clears answers and calls.
 ScriptedDialogs &dialogs();
 void resetDialogs();
-// The source tree (for fixtures and examples).
-QString sourceDir();
 
 // While it lives, ORRELWICK_HOME is unset and XDG_DATA_HOME and XDG_CACHE_HOME point into a
 // fresh temporary folder ("data" and "cache" below root()), as on a user's machine.
@@ -36,7 +36,7 @@ public:
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
-    QByteArray m_savedHome, m_savedData, m_savedCache;
+    std::vector<std::pair<const char *, QByteArray>> m_saved; // variable, value before
 };
 
 // Collects every log line written while it lives.

@@ -44,18 +44,10 @@ void resetDialogs()
     *scripted = ScriptedDialogs();
 }
 
-QString sourceDir()
+XdgHome::XdgHome() : m_dir(std::make_unique<QTemporaryDir>())
 {
-    const QByteArray dir = qgetenv("ORRELWICK_SOURCE_DIR");
-    return dir.isEmpty() ? QStringLiteral(".") : QString::fromLocal8Bit(dir);
-}
-
-XdgHome::XdgHome()
-    : m_dir(std::make_unique<QTemporaryDir>()),
-      m_savedHome(qgetenv("ORRELWICK_HOME")),
-      m_savedData(qgetenv("XDG_DATA_HOME")),
-      m_savedCache(qgetenv("XDG_CACHE_HOME"))
-{
+    for (const char *name : { "ORRELWICK_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME" })
+        m_saved.emplace_back(name, qgetenv(name));
     qunsetenv("ORRELWICK_HOME");
     qputenv("XDG_DATA_HOME", (root() + QStringLiteral("/data")).toLocal8Bit());
     qputenv("XDG_CACHE_HOME", (root() + QStringLiteral("/cache")).toLocal8Bit());
@@ -63,16 +55,11 @@ XdgHome::XdgHome()
 
 XdgHome::~XdgHome()
 {
-    const std::pair<const char *, const QByteArray *> saved[] = {
-        { "ORRELWICK_HOME", &m_savedHome },
-        { "XDG_DATA_HOME", &m_savedData },
-        { "XDG_CACHE_HOME", &m_savedCache },
-    };
-    for (const auto &[name, value] : saved) {
-        if (value->isEmpty())
+    for (const auto &[name, value] : m_saved) {
+        if (value.isEmpty())
             qunsetenv(name);
         else
-            qputenv(name, *value);
+            qputenv(name, value);
     }
 }
 
@@ -93,11 +80,7 @@ LogCapture::~LogCapture()
 
 bool LogCapture::contains(const QString &text) const
 {
-    for (const QString &l : lines) {
-        if (l.contains(text))
-            return true;
-    }
-    return false;
+    return !lines.filter(text).isEmpty();
 }
 
 int LogCapture::count(const QString &line) const
