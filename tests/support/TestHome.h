@@ -23,6 +23,8 @@ void wipeHome();
 // The scripted dialogs installed for the test run; reset() clears answers and calls.
 ScriptedDialogs &dialogs();
 void resetDialogs();
+// The source tree (for fixtures and examples).
+QString sourceDir();
 
 // While it lives, ORRELWICK_HOME is unset and XDG_DATA_HOME and XDG_CACHE_HOME point into a
 // fresh temporary folder ("data" and "cache" below root()), as on a user's machine.

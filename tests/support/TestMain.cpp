@@ -17,6 +17,12 @@ QTemporaryDir *homeDir = nullptr;
 ScriptedDialogs *scripted = nullptr;
 } // namespace
 
+QString sourceDir()
+{
+    const QByteArray dir = qgetenv("ORRELWICK_SOURCE_DIR");
+    return dir.isEmpty() ? QStringLiteral(".") : QString::fromLocal8Bit(dir);
+}
+
 QString home()
 {
     return homeDir->path();
