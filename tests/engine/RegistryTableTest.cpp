@@ -22,35 +22,21 @@ LinkCheckerUrl *fakeRecord(int n)
 
 } // namespace
 
-TEST(RegistryTable, BasicsAndEmptyTable)
+// What the random walk below seldom or never meets: a table with no slots yet, the empty key.
+TEST(RegistryTable, EmptyTableAndEmptyKey)
 {
     RegistryTable table;
     EXPECT_EQ(table.value(QStringLiteral("a")), nullptr);
-    EXPECT_FALSE(table.contains(QStringLiteral("")));
     EXPECT_EQ(table.removeRecord(fakeRecord(1)), 0);
     table.prefetchSlot(HashedKey::hashOf(QStringLiteral("a"))); // harmless on no slots
     table.prefetchKeyText(HashedKey::hashOf(QStringLiteral("a")));
-
-    EXPECT_EQ(table.insert(QStringLiteral("http://h/a"), fakeRecord(1)), nullptr);
-    EXPECT_EQ(table.insert(QStringLiteral("Title"), fakeRecord(1)), nullptr);
-    EXPECT_EQ(table.insert(QStringLiteral("http://h/b"), fakeRecord(2)), nullptr);
-    // Replacing answers the record the key named before.
-    EXPECT_EQ(table.insert(QStringLiteral("http://h/b"), fakeRecord(3)), fakeRecord(2));
-    EXPECT_EQ(table.size(), 3);
-    EXPECT_EQ(table.value(QStringLiteral("http://h/b")), fakeRecord(3));
-    // Keys are exact: no case folding, and an empty key is a key like any other.
-    EXPECT_EQ(table.value(QStringLiteral("http://h/A")), nullptr);
+    EXPECT_FALSE(table.contains(QString()));
     EXPECT_EQ(table.insert(QString(QLatin1String("")), fakeRecord(4)), nullptr);
-    EXPECT_TRUE(table.contains(QString(QLatin1String(""))));
-
-    // A record registered under its URL and its title loses both.
-    EXPECT_EQ(table.removeRecord(fakeRecord(1)), 2);
-    EXPECT_FALSE(table.contains(QStringLiteral("Title")));
-    EXPECT_EQ(table.value(QStringLiteral("http://h/b")), fakeRecord(3));
-    EXPECT_EQ(table.size(), 2);
+    EXPECT_TRUE(table.contains(QString()));
+    EXPECT_EQ(table.insert(QString(), fakeRecord(5)), fakeRecord(4));
     table.clear();
     EXPECT_TRUE(table.isEmpty());
-    EXPECT_EQ(table.value(QStringLiteral("http://h/b")), nullptr);
+    EXPECT_EQ(table.value(QString()), nullptr);
 }
 
 TEST(RegistryTable, AgreesWithQHashThroughGrowthAndRemovals)
