@@ -27,12 +27,10 @@ TEST(CrawlScope, NormalisesTypedStartUrls)
 {
     const Row cases[] = {
         { "", "" },
-        { "example", "http://example" },
         { "ftp:x", "http://ftp:x" }, // short texts get the prefix whatever they hold
         { "www.example.com/x", "http://www.example.com/x" },
         { "https://example.com/a b", "https://example.com/a b" },
         { "/Users/me/my site/index.html", "file:///Users/me/my%20site/index.html" },
-        { "/Library/Web/a&amp;b.html", "file:///Library/Web/a&b.html" },
         { "/srv/a&#32;b&lt;.html", "file:///srv/a%20b<.html" },
     };
     for (const auto &[typed, expected] : cases)
@@ -45,9 +43,7 @@ TEST(CrawlScope, DirectoryLimitCutsAtFirstOccurrenceOfLastComponent)
         { "http://h/dir/page.html", "/dir" },
         { "http://h/dir/", "/dir" },
         { "http://h/dir", "/dir" },
-        { "http://h/a/b/c/", "/a/b/c" },
         { "http://h/index.html", "<none>" },
-        { "http://h/", "<none>" },
         { "http://h", "<none>" },
         { "http://Example.COM/Docs/x.htm", "/Docs" },
         { "http://h/x.html/sub/x.html", "" }, // first occurrence wins
@@ -59,20 +55,28 @@ TEST(CrawlScope, DirectoryLimitCutsAtFirstOccurrenceOfLastComponent)
         EXPECT_EQ(orNone(CrawlScope::directoryLimit(q(url))), q(limit)) << url;
 }
 
+// The key scan stops at the fragment and leaves any triple slash to the full rewrite.
 TEST(CrawlScope, LookupKeyMatchesRecordTrimming)
 {
     const std::tuple<const char *, bool, bool, const char *> cases[] = {
         { "http:///h/a", false, false, "http://h/a" },
         { "http://h/a///b////c", false, false, "http://h/a//b///c" }, // one pass, as replace does
-        { "file:///srv/a.html", false, false, "file:///srv/a.html" },
         { "file:///srv///a.html", false, false, "file:///srv//a.html" },
+        { "FILE:///srv/a/", false, true, "FILE:///srv/a" },
+        { "file:////srv", false, false, "file:////srv" }, // the slashes of the prefix only
+        { "http://h//a", false, true, "http://h//a" },
         { "http://h/a?q=1#frag", true, false, "http://h/a" },
         { "http://h/a?q=1#frag", false, false, "http://h/a?q=1" },
+        { "http://h/a#x?y", true, false, "http://h/a" },
+        { "http://h/a#x///y", false, false, "http://h/a" },
+        { "http://h/a?x///y#z", false, false, "http://h/a?x//y" },
+        { "http://h/a?x///y#z", true, false, "http://h/a" },
         { "http://h/a/", false, true, "http://h/a" },
         { "http://h/a/", false, false, "http://h/a/" },
         { "http://h/a//", false, true, "http://h/a/" }, // only one slash goes
-        { "http://h/a/#x", true, true, "http://h/a" },
+        { "http://h/a/?q=//x", false, true, "http://h/a/?q=//x" },
         { "http://h/?x/", true, true, "http://h" },
+        { "", true, true, "" },
     };
     for (const auto &[url, trimQuery, ignoreSlash, key] : cases)
         EXPECT_EQ(CrawlScope::lookupKey(q(url), trimQuery, ignoreSlash), q(key)) << url;
@@ -90,7 +94,6 @@ TEST(CrawlScope, HostMatchingWithAndWithoutSubdomains)
         { "badexample.com", "example.com", true, false }, // needs the dot
         { "com", "example.com", true, true }, // the internal host is a subdomain of the link's
         { "", "example.com", true, true }, // any dotted host holds "." followed by nothing
-        { "other.org", "example.com", true, false },
         { "example.com", "www.example.com", true, true },
     };
     for (const auto &[host, domain, subdomains, internal] : cases)
@@ -108,17 +111,12 @@ TEST(CrawlScope, SkippedSchemesAndTermLists)
     };
     for (const auto &[href, skipped] : hrefs)
         EXPECT_EQ(CrawlScope::isMailtoEtc(q(href)), skipped) << href;
-    EXPECT_TRUE(CrawlScope::isTel(QStringLiteral("tel:1 skype:2")));
-    EXPECT_FALSE(CrawlScope::isTel(QStringLiteral("tel:1")));
-    EXPECT_FALSE(CrawlScope::isJavascript(QStringLiteral("JAVASCRIPT:x")));
 
     // Terms match ignoring case; an empty term matches nothing.
     const QStringList terms { "Private", QString(), "/tmp/" };
     EXPECT_TRUE(CrawlScope::containsOneOfTheseTerms("http://h/PRIVATE/x", terms));
     EXPECT_TRUE(CrawlScope::containsOneOfTheseTerms("http://h/tmp/x", terms));
     EXPECT_FALSE(CrawlScope::containsOneOfTheseTerms("http://h/public", terms));
-    EXPECT_EQ(CrawlScope::stripHost("http://h.com/a/b") + CrawlScope::stripHost("http://h.com/"),
-              "/a/bhttp://h.com/");
 }
 
 TEST(CrawlScope, ResolvesHrefsAgainstTheBase)
@@ -139,8 +137,6 @@ TEST(CrawlScope, ResolvesHrefsAgainstTheBase)
         { "/root.html", "http://h.com/root.html" },
         { "my page.html", "http://h.com/dir/my%20page.html" },
         { "?q=1", "http://h.com/dir/page.html?q=1" },
-        { "https://x.org/a", "https://x.org/a" },
-        { "//cdn.org/s.js", "http://cdn.org/s.js" },
         { "caf\xc3\xa9.html", "http://h.com/dir/caf%C3%A9.html" },
         { "MCMS zref", "<none>" },
         { "http://bad host/", "<none>" },

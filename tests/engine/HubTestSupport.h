@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTimer>
 
 #include <memory>
@@ -78,19 +79,15 @@ protected:
     // Runs the event loop until the crawl under way finishes or the time is up.
     bool runToEnd(int timeoutMs = 30000)
     {
-        QEventLoop loop;
-        QObject::connect(hub.get(), &LinkCheckerHub::crawlFinishedSignal, &loop, &QEventLoop::quit);
-        QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-        if (!hub->isCrawlFinished())
-            loop.exec();
-        return hub->isCrawlFinished();
+        QSignalSpy finished(hub.get(), &LinkCheckerHub::crawlFinishedSignal);
+        return hub->isCrawlFinished() || finished.wait(timeoutMs);
     }
 
     // Starts a crawl of url (on a new hub when there is none) and runs it to its end.
-    bool crawl(const QString &url, int timeoutMs = 30000)
+    bool crawl(const QString &url)
     {
         start(url, !hub);
-        return runToEnd(timeoutMs);
+        return runToEnd();
     }
 
     // Starts a run of url, on a new hub when asked.
