@@ -39,6 +39,9 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
       m_configManager(configManager),
       m_seo(std::make_unique<SEOManager>())
 {
+    // recordAdded carries a record to queued connections and spies, which look its type up by
+    // the name the signal gives it.
+    qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*");
     loadColoursFromDefaults();
 }
 

@@ -362,6 +362,7 @@ private:
         QString text;
         bool nofollow = false;
         bool headNoFollow = false;
+        bool image = false; // an image's source
         ResolvedHref resolved;
     };
     void readLinks(const PageReading &reading, OrelParser &parser, const HrefResolver &resolver,

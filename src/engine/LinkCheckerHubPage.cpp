@@ -158,6 +158,7 @@ void LinkCheckerHub::readLinks(const PageReading &reading, OrelParser &parser,
             std::swap(p.text, linkText);
             p.nofollow = parser.lastLinkWasNofollow();
             p.headNoFollow = parser.getHeadContainsNoFollow();
+            p.image = parser.lastLinkWasImage();
             if (!p.href.isEmpty() && p.href != QLatin1String("#"))
                 resolveHref(resolver, p.href, p.resolved);
             else
@@ -225,6 +226,9 @@ void LinkCheckerHub::registerHref(const PageReading &reading, PendingHref &p)
         return;
     }
     if (LinkCheckerUrl *known = knownRecord(p.resolved)) {
+        // A link first met in an anchor is an image once a page loads it as one.
+        if (p.image)
+            known->setIsImage(true);
         known->addOnPageUrl(reading.actual);
         known->addOnPageName(reading.title);
         known->addLinkTextOccurrence(p.text);
@@ -260,6 +264,7 @@ void LinkCheckerHub::registerNewLink(const PageReading &reading, const PendingHr
     auto record = std::make_unique<LinkCheckerUrl>(this);
     record->setLinkUrl(absolute, reading.trimQuery);
     record->setIsInternal(compareHost(absoluteUrl.host, m_domains));
+    record->setIsImage(p.image);
     addOccurrence(reading, record.get(), p.text);
     record->setDistanceFromHome(reading.distance);
     const QString &scheme = absoluteUrl.scheme;

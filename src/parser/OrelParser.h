@@ -102,6 +102,8 @@ public:
     // "MCMS zref" for a zref anchor, or none at the end.
     std::optional<QString> getNextHref(bool checkImages, bool trim);
     bool lastLinkWasNofollow() const { return m_nofollow; }
+    // The href just returned is an image's source.
+    bool lastLinkWasImage() const { return m_lastWasImg; }
     std::optional<QString> getNextImg();
     std::optional<QString> getNextScriptSrc();
     std::optional<QString> getNextHttp(); // plain-text mode: next token

@@ -180,7 +180,6 @@ TEST_F(HubTest, PauseAndContinueLoseNothingAndSignalInOrder)
     on(&LinkCheckerHub::crawlFinishedSignal,
        [&](const QString &text) { note("finished: " + text); });
     QSignalSpy urls(hub.get(), &LinkCheckerHub::startUrlChanged);
-    qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*"); // the name the signal gives its type
     QSignalSpy added(hub.get(), &LinkCheckerHub::recordAdded);
     QSignalSpy counts(hub.get(), &LinkCheckerHub::countChanged);
     QSignalSpy texts(hub.get(), &LinkCheckerHub::countTextChanged);

@@ -32,9 +32,10 @@ TEST_F(HubTest, FiltersSearchAndBadLinksOnlyPickTheRows)
     controls.numberOfThreads = 1;
     controls.imgButton = CheckState::On;
     ASSERT_TRUE(crawl(server.url("/index.html")));
-    // The crawl does not mark image sources as images yet; marked here, the filter is checked.
+    // Image sources are images, whether their fetch worked or not.
     for (const char *image : { "/logo.png", "/missing.png" })
-        byUrl(server.url(image))->setIsImage(true);
+        EXPECT_TRUE(byUrl(server.url(image))->getIsImage()) << image;
+    EXPECT_FALSE(byUrl(server.url("/a.html"))->getIsImage());
 
     const auto name = [](const OrelDataObject *item) {
         return item ? QUrl(item->getFieldByName("linkurl")).fileName() : QStringLiteral("<none>");
