@@ -425,9 +425,9 @@ def targets(results, ceilings, main_site, floors=()):
     c = ceilings.get(main_site.pages)
     if c and c["rps"] and o.links_per_s():
         share = o.links_per_s() / c["rps"]
-        out.append("- at least half the server ceiling (%.0f req/s over the same URLs): %s "
-                   "(%.0f links/s = %.0f%%)" % (c["rps"], "MET" if share >= 0.5 else "NOT MET",
-                                                o.links_per_s(), 100 * share))
+        out.append("- share of the server ceiling (%.0f req/s over the same URLs; for "
+                   "information, no target): %.0f links/s = %.0f%%" % (
+                       c["rps"], o.links_per_s(), 100 * share))
         bound = cpu_bound(o, c["rps"])
         if bound:
             out.append("  " + bound)
@@ -666,8 +666,7 @@ def main(argv=None):
                "%g s idle before each):" % (main_site.pages, a.settle), "", paired_table(rounds), "",
                "- at least 5x the pages/s of the fastest peer, median of the rounds: %s (%s)" % (
                    "MET" if ratio and ratio >= 5 else "NOT MET", fmt(ratio, "%.2fx")),
-               "- at least half the server ceiling, median of the rounds: %s (%s)" % (
-                   "MET" if share and share >= 0.5 else "NOT MET",
+               "- share of the server ceiling, median of the rounds: %s" % (
                    fmt(share and 100 * share, "%.0f%%"))]
         bounds = sorted((r for r in rounds
                          if r["ceiling"] and cpu_bound(r["orrelwick"], r["ceiling"])),
