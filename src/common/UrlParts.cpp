@@ -136,4 +136,12 @@ QString UrlParts::withoutUserInfo(const QString &text)
     return out;
 }
 
+QString UrlParts::stripHost(const QString &url)
+{
+    const qsizetype cut = QUrl(url).host().size() + 7;
+    if (url.size() > cut + 1)
+        return url.mid(cut);
+    return url;
+}
+
 } // namespace orel

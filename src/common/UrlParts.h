@@ -29,6 +29,10 @@ struct UrlParts
     // it, for whatever others may see: a Referer, a log line, a file name, an export. Texts
     // without "@" (almost all) come back shared, after one scan.
     static QString withoutUserInfo(const QString &text);
+
+    // url without its first seven characters ("http://") and its host, when it is longer than
+    // that; else unchanged. A longer scheme keeps part of its separator, as the graph has it.
+    static QString stripHost(const QString &url);
 };
 
 } // namespace orel

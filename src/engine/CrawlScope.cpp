@@ -173,14 +173,6 @@ QStringList CrawlScope::trimEachItemInArray(const QStringList &items)
     return orel::trimEachItemInArray(items);
 }
 
-QString CrawlScope::stripHost(const QString &url)
-{
-    const qsizetype cut = QUrl(url).host().size() + 7;
-    if (url.size() > cut + 1)
-        return url.mid(cut);
-    return url;
-}
-
 QString CrawlScope::unescapeXmlEntities(const QString &text)
 {
     if (!text.contains(QLatin1Char('&')))

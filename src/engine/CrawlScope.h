@@ -46,9 +46,6 @@ public:
     // Items trimmed of white space and line ends; empty ones dropped; order kept.
     static QStringList trimEachItemInArray(const QStringList &items);
 
-    // url without its "http://" and host, when it is longer than that; else unchanged.
-    static QString stripHost(const QString &url);
-
     // Replaces &amp; &lt; &gt; &quot; &apos; and numeric character references.
     static QString unescapeXmlEntities(const QString &text);
 

@@ -37,12 +37,13 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
     : QObject(parent),
       m_controls(controls),
       m_configManager(configManager),
-      m_seo(std::make_unique<SEOManager>())
+      m_seo(std::make_unique<SEOManager>()),
+      m_views(std::make_unique<LinkViews>(*this, *controls)),
+      m_exports(std::make_unique<LinkExports>(*this, *m_views))
 {
     // recordAdded carries a record to queued connections and spies, which look its type up by
     // the name the signal gives it.
     qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*");
-    loadColoursFromDefaults();
 }
 
 LinkCheckerHub::~LinkCheckerHub()
@@ -94,8 +95,7 @@ void LinkCheckerHub::go()
             connection->cancel();
         record->releaseAll();
     }
-    m_pairings.clear();
-    m_pagesNeedingAttention.reset();
+    m_views->clear();
     bhDataSource::clear();
     m_badCollectionCount = 0;
     m_answeredPrefix = 0;
@@ -147,8 +147,6 @@ void LinkCheckerHub::go()
 
     m_stopPressed = false;
     enterRunningState();
-    m_linksFilterTag = 0;
-    m_searchText.clear();
     m_numberDone = 0;
     m_nextUrlToCrawl = 0;
     Q_EMIT countChanged(0, recordCount(), countBadCollection());

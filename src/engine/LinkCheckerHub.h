@@ -7,6 +7,9 @@
 #include "engine/RegistryTable.h"
 #include "links/LinkOwner.h"
 #include "links/OrelOnPage.h"
+#include "reports/LinkExports.h"
+#include "reports/LinkResults.h"
+#include "reports/LinkViews.h"
 #include "reports/bhDataSource.h"
 
 #include <QHash>
@@ -34,7 +37,7 @@ class SettingsControls;
 // Settings are read live from the controls each time the crawl needs them, so a change made
 // while a crawl runs takes effect at the next fetch. The GUI and the command line follow the
 // crawl through the signals; nothing here touches a widget.
-class LinkCheckerHub : public QObject, public bhDataSource, public LinkOwner
+class LinkCheckerHub : public QObject, public bhDataSource, public LinkOwner, public LinkResults
 {
     Q_OBJECT
 public:
@@ -110,8 +113,8 @@ public:
     LinkCheckerUrl *weHaveThisInternalOneAlready(const QString &url, const LinkCheckerUrl *ignore);
     bool weHaveThisTitleAlready(const LinkCheckerUrl *record) const;
     // First record whose actual URL equals url exactly.
-    LinkCheckerUrl *getLinkCheckerUrlWithUrl(const QString &url) const;
-    int countBadCollection();
+    LinkCheckerUrl *getLinkCheckerUrlWithUrl(const QString &url) const override;
+    int countBadCollection() override;
     bool isInBadCollection(const LinkCheckerUrl *record) const;
     // Appends while the collection holds fewer records than the links limit and answers the
     // record, now the hub's; a record refused at the limit is unregistered and deleted (nullptr
@@ -176,58 +179,100 @@ public:
     // Queued calls made for records of an earlier crawl run are dropped.
     void later(std::function<void()> fn) override;
 
-    // ---- Views -------------------------------------------------------------------------------
-    // Bad-links-only switch, search text and link-type filter (0 all, 2 internal, 4 external,
-    // 3 images) of the hub's own views.
-    bool badLinksOnly() const { return m_badLinksOnly; }
-    void setBadLinksOnly(bool on);
-    void setSearchText(const QString &text) { m_searchText = text; }
-    void setLinksFilterTag(int tag) { m_linksFilterTag = tag; }
-    // Recomputes every record's visibility from the search text and the link-type filter.
-    void filter();
-    OrelDataObject *getnthItem(int index) override;
-    OrelDataObject *getnthVisibleItem(int n) override;
+    // ---- Views (the link views and their exports; see LinkViews and LinkExports) ------------
+    LinkViews &views() { return *m_views; }
+    LinkExports &exports() { return *m_exports; }
+    bool badLinksOnly() const { return m_views->badLinksOnly(); }
+    void setBadLinksOnly(bool on) { m_views->setBadLinksOnly(on); }
+    void setSearchText(const QString &text) { m_views->setSearchText(text); }
+    void setLinksFilterTag(int tag) { m_views->setLinksFilterTag(tag); }
+    void filter() { m_views->filter(); }
+    OrelDataObject *getnthItem(int index) override { return m_views->getnthItem(index); }
+    OrelDataObject *getnthVisibleItem(int n) override { return m_views->getnthVisibleItem(n); }
     LinkCheckerUrl *getnthofAllItems(int index) const { return recordAt(index); }
-    // Visible records (collection); visible and bad (nullptr).
-    int countVisible(const std::vector<OrelDataObject *> *collection) const;
+    int countVisible(const std::vector<OrelDataObject *> *collection) const
+    {
+        return m_views->countVisible(collection);
+    }
     // Reloads of the view are coalesced: many pages read in one pass cause one reload.
     void reloadData() override;
-    // Toggles the bad-links-only switch; answers the label of the control, which names what
-    // the next press does ("Bad links only" or "Show all links").
-    QString showHideGoodLinks();
-
-    // By-link outline: a record opens onto its occurrences, but only once the crawl is paused or
-    // finished. Pairings stay valid until the next crawl.
-    int numberOfOccurrences(LinkCheckerUrl *record) const;
-    OrelOnPage *occurrence(LinkCheckerUrl *record, int index);
-    // By-page outline: the pages with at least one visible (and, bad-links-only, bad) link, in
-    // the index's own order; rebuilt by countPagesWithVisibleItems().
+    QString showHideGoodLinks() { return m_views->showHideGoodLinks(); }
+    int numberOfOccurrences(LinkCheckerUrl *record) const
+    {
+        return m_views->numberOfOccurrences(record);
+    }
+    OrelOnPage *occurrence(LinkCheckerUrl *record, int index)
+    {
+        return m_views->occurrence(record, index);
+    }
     int countItemsforThisPage(const QString &page) const { return numberOfLinksOnThisPage(page); }
-    int countVisibleItemsforThisPage(const QString &page) const;
-    bool pageHasAtLeastOneVisibleItem(const QString &page) const;
-    int countPagesWithVisibleItems();
-    // "" out of range; a null string before the first count.
-    QString getNthPageWithVisibleItems(int n) const;
-    OrelOnPage *getNthVisibleItemForPage(int n, const QString &page);
-    // Cell values of the outlines. A link row has no single link text; an occurrence row under
-    // a link repeats none of the link's own columns; a page row shows only its URL.
-    static QString byLinkValue(const LinkCheckerUrl *record, const QString &columnId);
-    static QString byLinkValue(const OrelOnPage *occurrence, const QString &columnId);
-    static QString byPageValue(const QString &page, const QString &columnId);
-    static QString byPageValue(const OrelOnPage *occurrence, const QString &columnId);
+    int countVisibleItemsforThisPage(const QString &page) const
+    {
+        return m_views->countVisibleItemsforThisPage(page);
+    }
+    bool pageHasAtLeastOneVisibleItem(const QString &page) const
+    {
+        return m_views->pageHasAtLeastOneVisibleItem(page);
+    }
+    int countPagesWithVisibleItems() { return m_views->countPagesWithVisibleItems(); }
+    QString getNthPageWithVisibleItems(int n) const
+    {
+        return m_views->getNthPageWithVisibleItems(n);
+    }
+    OrelOnPage *getNthVisibleItemForPage(int n, const QString &page)
+    {
+        return m_views->getNthVisibleItemForPage(n, page);
+    }
+    static QString byLinkValue(const LinkCheckerUrl *record, const QString &columnId)
+    {
+        return LinkViews::byLinkValue(record, columnId);
+    }
+    static QString byLinkValue(const OrelOnPage *occurrence, const QString &columnId)
+    {
+        return LinkViews::byLinkValue(occurrence, columnId);
+    }
+    static QString byPageValue(const QString &page, const QString &columnId)
+    {
+        return LinkViews::byPageValue(page, columnId);
+    }
+    static QString byPageValue(const OrelOnPage *occurrence, const QString &columnId)
+    {
+        return LinkViews::byPageValue(occurrence, columnId);
+    }
+    void setClassColour(int colourClass, const Colour &colour)
+    {
+        m_views->setClassColour(colourClass, colour);
+    }
+    Colour classColour(int colourClass) const { return m_views->classColour(colourClass); }
+    void loadColoursFromDefaults() { m_views->loadColoursFromDefaults(); }
+    void saveColoursToDefaults() const { m_views->saveColoursToDefaults(); }
+    std::optional<Colour> rowColour(const LinkCheckerUrl *record) const
+    {
+        return m_views->rowColour(record);
+    }
+    std::optional<Colour> labelColorForRow(TableDescription *, int row) override
+    {
+        return m_views->labelColorForRow(row);
+    }
+    Colour labelColorForConstant(int colourClass) const
+    {
+        return m_views->labelColorForConstant(colourClass);
+    }
+    int numberOfRowsInTableView(TableDescription *) override { return m_views->numberOfRows(); }
+    QString objectValueForTableColumn(TableDescription *, const QString &columnId, int row) override
+    {
+        return m_views->objectValue(columnId, row);
+    }
 
-    // Row colours: the four class colours, the "none" colour, and whether rows are coloured.
-    void setClassColour(int colourClass, const Colour &colour); // 1 2xx … 4 5xx
-    Colour classColour(int colourClass) const;
-    void loadColoursFromDefaults();
-    void saveColoursToDefaults() const;
-    std::optional<Colour> labelColorForRow(TableDescription *table, int row) override;
-    Colour labelColorForConstant(int colourClass) const;
-    // The colour of a record's row; none when rows are not coloured or the class has none.
-    std::optional<Colour> rowColour(const LinkCheckerUrl *record) const;
-    int numberOfRowsInTableView(TableDescription *table) override;
-    QString objectValueForTableColumn(TableDescription *table, const QString &columnId,
-                                      int row) override;
+    // ---- LinkResults ---------------------------------------------------------------------------
+    bhDataSource &linkSource() override { return *this; }
+    const bhDataSource &linkSource() const override { return *this; }
+    int badCollectionCount() const override { return m_badCollectionCount; }
+    bool childrenShown() const override { return m_stopPressed || m_crawlFinished; }
+    const PageIndex *pageIndex() const override
+    {
+        return m_byPageDictionary ? &*m_byPageDictionary : nullptr;
+    }
 
     // ---- Saved link lists --------------------------------------------------------------------
     // Asks for a "plist" file and appends the records of its "linkcheckerUrls" array. Loaded
@@ -247,38 +292,47 @@ public:
     // becomes the start URL.
     void openLocalFile();
 
-    // ---- Exports ---------------------------------------------------------------------------
-    // Title of a flat-list column identifier ("status" -> "Status"); null when unknown.
-    static QString flatColumnTitle(const QString &identifier);
-    static QStringList flatColumnIdentifiers();
-    // The hub flat CSV: quoted titles, one line per page on which a visible row's link appears,
-    // "\r" line ends, values unescaped. badOnly shows only the bad collection.
-    QString flatCSV(const QStringList &columns, bool badOnly);
-    // The exports of the hub's own table (its view gives the columns): CSV and tab-delimited
-    // text with one line per row or per occurrence, plain text, HTML and a Graphviz graph of
-    // the internal pages. Each asks for a file of its type and writes it atomically as UTF-8;
-    // the ...Text() forms answer the text itself.
-    QString csvText() { return tableText(tableColumns(), QLatin1Char(',')); }
-    QString flatCsvText() { return flatText(tableColumns(), QLatin1Char(',')); }
-    QString tdlText() { return tableText(tableColumns(), QLatin1Char('\t')); }
-    QString flatTdlText() { return flatText(tableColumns(), QLatin1Char('\t')); }
-    QString plainText();
-    QString htmlText();
-    // levelLimit: pages at this distance or more are left out; clean: a page is drawn as a
-    // target only until it has its own node; colour: edges coloured by the page's distance.
-    QString dotText(int levelLimit, bool clean, bool colour);
-    void exportAsCSV();
-    void exportAsFlatCSV();
-    void exportAsTDL();
-    void exportAsFlatTDL();
-    void exportAsText();
-    void exportAsHTML();
-    void exportAsDot(int levelLimit, bool clean, bool colour);
-
-    // Writes flatCSV() as UTF-8: atomically to a file; directly to "-" or "/dev/stdout", there
-    // with "\r\n" line ends.
+    // ---- Exports (see LinkExports) --------------------------------------------------------
+    static QString flatColumnTitle(const QString &identifier)
+    {
+        return LinkExports::flatColumnTitle(identifier);
+    }
+    static QStringList flatColumnIdentifiers() { return LinkExports::flatColumnIdentifiers(); }
+    QString flatCSV(const QStringList &columns, bool badOnly)
+    {
+        return m_exports->flatCSV(columns, badOnly);
+    }
+    QString csvText() { return m_exports->tableText(m_exports->tableColumns(), QLatin1Char(',')); }
+    QString flatCsvText()
+    {
+        return m_exports->flatText(m_exports->tableColumns(), QLatin1Char(','));
+    }
+    QString tdlText() { return m_exports->tableText(m_exports->tableColumns(), QLatin1Char('\t')); }
+    QString flatTdlText()
+    {
+        return m_exports->flatText(m_exports->tableColumns(), QLatin1Char('\t'));
+    }
+    QString plainText() { return m_exports->plainText(); }
+    QString htmlText() { return m_exports->htmlText(); }
+    QString dotText(int levelLimit, bool clean, bool colour)
+    {
+        return m_exports->dotText(levelLimit, clean, colour);
+    }
+    void exportAsCSV() { m_exports->exportAsCSV(); }
+    void exportAsFlatCSV() { m_exports->exportAsFlatCSV(); }
+    void exportAsTDL() { m_exports->exportAsTDL(); }
+    void exportAsFlatTDL() { m_exports->exportAsFlatTDL(); }
+    void exportAsText() { m_exports->exportAsText(); }
+    void exportAsHTML() { m_exports->exportAsHTML(); }
+    void exportAsDot(int levelLimit, bool clean, bool colour)
+    {
+        m_exports->exportAsDot(levelLimit, clean, colour);
+    }
     bool exportAsFlatCSVForCLI(const QString &path, const QStringList &columns, bool badOnly,
-                               QString *error = nullptr);
+                               QString *error = nullptr)
+    {
+        return m_exports->exportAsFlatCSVForCLI(path, columns, badOnly, error);
+    }
 
 Q_SIGNALS:
     // The controls go into the running state (new crawl, continue, re-check).
@@ -300,15 +354,6 @@ Q_SIGNALS:
     void recordAdded(LinkCheckerUrl *record);
 
 private:
-    // Whether a record is a row of the views now: visible, and bad when only bad links show.
-    bool isShown(const LinkCheckerUrl *record) const;
-    // Export helpers.
-    QList<TableColumn> tableColumns() const;
-    std::vector<LinkCheckerUrl *> visibleRows() const;
-    static QString headerLine(const QList<TableColumn> &columns, QChar separator);
-    QString tableText(const QList<TableColumn> &columns, QChar separator);
-    QString flatText(const QList<TableColumn> &columns, QChar separator);
-    static void saveExport(const QString &text, const QString &fileType);
     void setState(State state);
     void enterRunningState();
     void enterStoppedState();
@@ -413,7 +458,7 @@ private:
 
     // Created on first use and dropped by each new crawl; keys are shared by URLs and titles.
     std::optional<RegistryTable> m_lookupDictionary;
-    std::optional<QHash<QString, QList<LinkCheckerUrl *>>> m_byPageDictionary;
+    std::optional<PageIndex> m_byPageDictionary;
 
     // Raised whenever a registry key changes its record, so remembered records are looked up
     // again.
@@ -430,14 +475,8 @@ private:
     // Starts without a delay wait here for one queued call that starts them all.
     std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
 
-    // Occurrence pairings handed to the outlines, one per record and index; a map keeps each
-    // where it was made, so the outlines may hold on to them until the next crawl.
-    std::map<std::pair<LinkCheckerUrl *, int>, OrelOnPage> m_pairings;
-    std::optional<QStringList> m_pagesNeedingAttention;
-    Colour m_classColours[5]; // [0] is the "none" colour
-    bool m_badLinksOnly = false;
-    QString m_searchText;
-    int m_linksFilterTag = 0;
+    std::unique_ptr<LinkViews> m_views;
+    std::unique_ptr<LinkExports> m_exports;
 };
 
 } // namespace orel

@@ -2,6 +2,8 @@
 // scope rules, and the page archive. Reading a page's links is in LinkCheckerHubPage.cpp.
 #include "engine/LinkCheckerHub.h"
 
+#include "common/UrlParts.h"
+
 #include "common/AppSupport.h"
 #include "common/Dialogs.h"
 #include "common/Localize.h"
@@ -98,7 +100,7 @@ QStringList LinkCheckerHub::trimEachItemInArray(const QStringList &items)
 
 QString LinkCheckerHub::stripHost(const QString &url)
 {
-    return CrawlScope::stripHost(url);
+    return UrlParts::stripHost(url);
 }
 
 bool LinkCheckerHub::shouldBeInSitemapCollection(const LinkCheckerUrl *record) const

@@ -1,0 +1,377 @@
+// Exports of the link views: CSV and tab-delimited text with one line per row or per
+// occurrence, plain text, HTML and a Graphviz graph of the internal pages.
+#include "reports/LinkExports.h"
+
+#include "common/Dialogs.h"
+#include "common/Log.h"
+#include "common/UrlParts.h"
+#include "links/LinkCheckerUrl.h"
+#include "reports/ExportProgress.h"
+#include "reports/LinkViews.h"
+#include "reports/bhDataSource.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSet>
+
+#include <cstdio>
+
+namespace orel {
+
+namespace {
+
+struct FlatColumn
+{
+    const char *identifier;
+    const char *title;
+};
+
+// The columns of the flat list, in their default order.
+constexpr FlatColumn kFlatColumns[] = {
+    { "status", "Status" },      { "linkurl", "URL" },       { "redir", "Redirected To" },
+    { "linktext", "Link Text" }, { "onpageurl", "On Page" }, { "timestamp", "Time Stamp" },
+    { "distance", "Distance" },  { "nofollow", "Nofollow" },
+};
+
+const char kStyleBlock[] =
+        "<style> table{padding:2px;margin:2px;border:none; font-family:monospace;text-align:left} "
+        "th{background:#eee;} td{height:1em;white-space:nowrap;overflow:hidden;} "
+        "td.alt{background:#f0f0ff;} p{font-family:arial,sans-serif;}</style>";
+
+QString htmlPage(const QString &body)
+{
+    return QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>") + body
+            + QStringLiteral("</body></head></html>");
+}
+
+QString edgeColour(int distance)
+{
+    switch (distance) {
+    case 0:
+        return QStringLiteral("red");
+    case 1:
+        return QStringLiteral("orange");
+    case 2:
+        return QStringLiteral("yellow");
+    default:
+        return QStringLiteral("gray");
+    }
+}
+
+} // namespace
+
+LinkExports::LinkExports(LinkResults &results, LinkViews &views)
+    : m_results(results), m_views(views)
+{ }
+
+QString LinkExports::flatColumnTitle(const QString &identifier)
+{
+    for (const FlatColumn &c : kFlatColumns) {
+        if (identifier == QLatin1String(c.identifier))
+            return QLatin1String(c.title);
+    }
+    return {};
+}
+
+QStringList LinkExports::flatColumnIdentifiers()
+{
+    QStringList out;
+    for (const FlatColumn &c : kFlatColumns)
+        out.append(QLatin1String(c.identifier));
+    return out;
+}
+
+std::vector<LinkCheckerUrl *> LinkExports::visibleRows() const
+{
+    return m_views.visibleRows();
+}
+
+QList<TableColumn> LinkExports::tableColumns() const
+{
+    if (TableDescription *table = m_results.linkSource().getTableView())
+        return table->columns();
+    // Without a view: the flat list's default columns.
+    QList<TableColumn> columns;
+    for (const QString &id :
+         { QStringLiteral("status"), QStringLiteral("linkurl"), QStringLiteral("redir"),
+           QStringLiteral("linktext"), QStringLiteral("onpageurl") })
+        columns.append(TableColumn { id, flatColumnTitle(id), 200 });
+    return columns;
+}
+
+QString LinkExports::headerLine(const QList<TableColumn> &columns, QChar separator)
+{
+    QString out;
+    for (int i = 0; i < columns.size(); ++i) {
+        if (i)
+            out += separator;
+        out += QLatin1Char('"') + columns.at(i).title + QLatin1Char('"');
+    }
+    return out + QLatin1Char('\r');
+}
+
+QString LinkExports::tableText(const QList<TableColumn> &columns, QChar separator)
+{
+    QString out = headerLine(columns, separator);
+    const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
+    ExportProgress progress(int(rows.size()));
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        progress.step(int(r));
+        for (int c = 0; c < columns.size(); ++c) {
+            if (c)
+                out += separator;
+            const QString &id = columns.at(c).identifier;
+            out += QLatin1Char('"')
+                    + bhDataSource::exportValue(
+                            id,
+                            rows[r]->getFieldByName(id == QLatin1String("onpageurl")
+                                                            ? QStringLiteral("onpageurlcsv")
+                                                            : id))
+                    + QLatin1Char('"');
+        }
+        out += QLatin1Char('\r');
+    }
+    return out;
+}
+
+QString LinkExports::flatText(const QList<TableColumn> &columns, QChar separator,
+                              const std::vector<LinkCheckerUrl *> &rows)
+{
+    QString out = headerLine(columns, separator);
+    ExportProgress progress(int(rows.size()));
+    QStringList values(columns.size());
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        progress.step(int(r));
+        LinkCheckerUrl *record = rows[r];
+        const QStringList pages = record->getOnPagesArray();
+        if (pages.isEmpty())
+            continue; // a record on no page writes no line
+        int pageColumn = -1;
+        for (int c = 0; c < columns.size(); ++c) {
+            if (columns.at(c).identifier == QLatin1String("onpageurl"))
+                pageColumn = c;
+            else
+                values[c] = bhDataSource::exportValue(
+                        columns.at(c).identifier, record->getFieldByName(columns.at(c).identifier));
+        }
+        for (const QString &page : pages) {
+            if (pageColumn >= 0)
+                values[pageColumn] = bhDataSource::exportValue(QStringLiteral("onpageurl"), page);
+            for (int c = 0; c < columns.size(); ++c) {
+                if (c)
+                    out += separator;
+                out += QLatin1Char('"') + values.at(c) + QLatin1Char('"');
+            }
+            out += QLatin1Char('\r');
+        }
+    }
+    return out;
+}
+
+QString LinkExports::flatCSV(const QStringList &columns, bool badOnly)
+{
+    if (badOnly)
+        m_results.countBadCollection();
+    QList<TableColumn> described;
+    for (const QString &id : columns)
+        described.append(TableColumn { id, flatColumnTitle(id), 200 });
+    return flatText(described, QLatin1Char(','), m_views.visibleRows(badOnly));
+}
+
+bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &columns,
+                                        bool badOnly, QString *error)
+{
+    QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
+    if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) {
+        // Bare "\r" line ends make one overwritten line of a terminal or a log; standard output
+        // gets "\r\n", which every reader splits into lines.
+        bytes.replace("\r", "\r\n");
+        std::fflush(stdout);
+        const bool ok = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
+                        == std::size_t(bytes.size())
+                && std::fflush(stdout) == 0;
+        if (!ok && error)
+            *error = QStringLiteral("cannot write to standard output");
+        return ok;
+    }
+    // A device or a pipe (such as /dev/stderr) cannot be replaced atomically: write into it.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile() && !info.isDir()) {
+        QFile device(path);
+        if (device.open(QIODevice::WriteOnly) && device.write(bytes) == bytes.size())
+            return true;
+        if (error)
+            *error = QStringLiteral("cannot write %1: %2").arg(path, device.errorString());
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
+        if (error)
+            *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+QString LinkExports::plainText()
+{
+    const QList<TableColumn> columns = tableColumns();
+    QString out = QStringLiteral("Data Export from Orrelwick\r==========================\r\r");
+    const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
+    ExportProgress progress(int(rows.size()));
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        progress.step(int(r));
+        for (const TableColumn &column : columns) {
+            const bool pages = column.identifier == QLatin1String("onpageurl");
+            out += (pages ? QStringLiteral("On Page(s)") : column.title) + QStringLiteral(": ")
+                    + bhDataSource::exportValue(
+                            column.identifier,
+                            rows[r]->getFieldByName(pages ? QStringLiteral("onpageurltext")
+                                                          : column.identifier))
+                    + QStringLiteral("  ");
+        }
+        out += QLatin1Char('\r');
+    }
+    return out;
+}
+
+QString LinkExports::htmlText()
+{
+    const QList<TableColumn> columns = tableColumns();
+    QString body = QLatin1String(kStyleBlock) + QStringLiteral("<table><tr>");
+    for (const TableColumn &column : columns)
+        body += QStringLiteral("<th style = max-width:%1px>").arg(column.width, 0, 'f', 0)
+                + column.title + QStringLiteral("</th>");
+    body += QStringLiteral("</tr>");
+    const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
+    ExportProgress progress(int(rows.size()));
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        progress.step(int(r));
+        const std::optional<Colour> colour = m_views.rowColour(rows[r]);
+        body += QStringLiteral("<tr>");
+        for (const TableColumn &column : columns) {
+            QString id = column.identifier;
+            if (id == QLatin1String("onpageurl"))
+                id = QStringLiteral("onpageurlhtml");
+            else if (id == QLatin1String("linkurl"))
+                id = QStringLiteral("linkurlhtml");
+            else if (id == QLatin1String("redir"))
+                id = QStringLiteral("linkredirhtml");
+            body += QStringLiteral("<td ");
+            if (colour)
+                body += QStringLiteral("style = background:rgb(%1,%2,%3)")
+                                .arg(int(colour->r * 255))
+                                .arg(int(colour->g * 255))
+                                .arg(int(colour->b * 255));
+            body += QLatin1Char('>') + bhDataSource::exportValue(id, rows[r]->getFieldByName(id))
+                    + QStringLiteral("</td>");
+        }
+        body += QStringLiteral("</tr>");
+    }
+    body += QStringLiteral("</table><br />");
+    return htmlPage(body);
+}
+
+QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
+{
+    struct Node
+    {
+        QString url;
+        QStringList targets;
+        int distance;
+    };
+    QList<Node> nodes;
+    QSet<QString> nodeUrls;
+    const int count = m_views.numberOfRows();
+    ExportProgress progress(count);
+    for (int r = 0; r < count; ++r) {
+        progress.step(r);
+        auto *page = static_cast<LinkCheckerUrl *>(m_views.getnthItem(r));
+        if (!page || !page->isInternal() || page->getDistanceFromHome() >= levelLimit)
+            continue;
+        Node node { page->getActualLinkUrl(), {}, page->getDistanceFromHome() };
+        nodeUrls.insert(node.url);
+        // The internal records found on this page, in table order.
+        QSet<const LinkCheckerUrl *> onPage;
+        const PageIndex *index = m_results.pageIndex();
+        if (const auto it = index ? index->constFind(node.url) : PageIndex::const_iterator();
+            index && it != index->cend())
+            onPage = QSet<const LinkCheckerUrl *>(it->cbegin(), it->cend());
+        for (int t = 0; !onPage.isEmpty() && t < count; ++t) {
+            auto *target = static_cast<LinkCheckerUrl *>(m_views.getnthItem(t));
+            if (!target || !target->isInternal() || !onPage.contains(target))
+                continue;
+            const QString url = target->getActualLinkUrl();
+            if (clean && nodeUrls.contains(url))
+                continue;
+            node.targets.append(url);
+        }
+        nodes.append(node);
+    }
+    // A site without internal pages still gives a graph, an empty one.
+    QString out = QStringLiteral("digraph \"")
+            + (nodes.isEmpty() ? QString() : UrlParts::withoutUserInfo(nodes.first().url))
+            + QStringLiteral("\" {\r");
+    for (const Node &node : nodes) {
+        for (const QString &target : node.targets) {
+            out += QLatin1Char('"') + UrlParts::stripHost(UrlParts::withoutUserInfo(node.url))
+                    + QStringLiteral("\" -> \"")
+                    + UrlParts::stripHost(UrlParts::withoutUserInfo(target)) + QLatin1Char('"');
+            if (colour)
+                out += QStringLiteral(" [color=") + edgeColour(node.distance) + QLatin1Char(']');
+            out += QStringLiteral(";\r");
+        }
+    }
+    return out + QLatin1Char('}');
+}
+
+void LinkExports::saveExport(const QString &text, const QString &fileType)
+{
+    const std::optional<QString> path =
+            Dialogs::current().savePanel(fileType, QString(), QString());
+    if (!path || path->isEmpty())
+        return;
+    QSaveFile file(*path);
+    const QByteArray bytes = text.toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(*path));
+}
+
+void LinkExports::exportAsCSV()
+{
+    saveExport(tableText(tableColumns(), QLatin1Char(',')), QStringLiteral("csv"));
+}
+
+void LinkExports::exportAsFlatCSV()
+{
+    saveExport(flatText(tableColumns(), QLatin1Char(',')), QStringLiteral("csv"));
+}
+
+void LinkExports::exportAsTDL()
+{
+    saveExport(tableText(tableColumns(), QLatin1Char('\t')), QStringLiteral("txt"));
+}
+
+void LinkExports::exportAsFlatTDL()
+{
+    saveExport(flatText(tableColumns(), QLatin1Char('\t')), QStringLiteral("txt"));
+}
+
+void LinkExports::exportAsText()
+{
+    saveExport(plainText(), QStringLiteral("txt"));
+}
+
+void LinkExports::exportAsHTML()
+{
+    saveExport(htmlText(), QStringLiteral("html"));
+}
+
+void LinkExports::exportAsDot(int levelLimit, bool clean, bool colour)
+{
+    saveExport(dotText(levelLimit, clean, colour), QStringLiteral("dot"));
+}
+
+} // namespace orel
