@@ -154,6 +154,7 @@ void LinkCheckerHub::go()
     m_seo->go();
     m_singlePage = SettingsControls::isOn(m_controls->followButton) || isPlainTextMode();
     m_crawlFinished = false;
+    m_views->noteChildrenShown();
     m_rechecking = false;
 
     // The start record goes at once. The slot and the place are taken before the fetch starts so
@@ -238,6 +239,7 @@ void LinkCheckerHub::reCheckBadItems()
     setCountText(summaryText());
     m_nextUrlToCrawl = 0;
     m_crawlFinished = false;
+    m_views->noteChildrenShown();
     // Statuses of re-checked records change; the answered prefix must be found again.
     m_answeredPrefix = 0;
     const int slots = std::max(1, m_controls->numberOfThreads);
@@ -264,6 +266,7 @@ void LinkCheckerHub::reCheckCurrentItem()
 
 void LinkCheckerHub::setState(State state)
 {
+    m_views->noteChildrenShown();
     if (m_state == state)
         return;
     m_state = state;
@@ -446,6 +449,7 @@ bool LinkCheckerHub::isFinished()
             // that is still receiving is left to end by itself.
             record->setStatus(localized("The request timed out."));
             record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
+            m_views->noteChanged(record);
             if (myNSURLConnection *connection = record->getConnection()) {
                 connection->cancel();
                 record->setConnection(nullptr);
@@ -478,6 +482,8 @@ bool LinkCheckerHub::isFinished()
     }
 
     m_crawlFinished = true;
+
+    m_views->noteChildrenShown();
     m_seo->setCrawlFinished(true);
     reloadData();
     m_seo->reloadData();
@@ -541,6 +547,8 @@ void LinkCheckerHub::incNumberDone(LinkCheckerUrl *record)
         record->setIsInBadCollection(true);
         ++m_badCollectionCount;
     }
+    if (record)
+        m_views->noteChanged(record);
     if (m_numberDone <= size)
         updateCountField();
     m_seo->incNumberDone();
@@ -552,6 +560,7 @@ void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
     if (!record)
         return;
     record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
+    m_views->noteChanged(record);
     if (record->isBeingRechecked() && record == m_currentItem)
         showInspector(record);
     record->setBeingRechecked(false);

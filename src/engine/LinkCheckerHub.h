@@ -190,7 +190,7 @@ public:
     OrelDataObject *getnthItem(int index) override { return m_views->getnthItem(index); }
     OrelDataObject *getnthVisibleItem(int n) override { return m_views->getnthVisibleItem(n); }
     LinkCheckerUrl *getnthofAllItems(int index) const { return recordAt(index); }
-    int countVisible(const std::vector<OrelDataObject *> *collection) const
+    int countVisible(const std::vector<OrelDataObject *> *collection)
     {
         return m_views->countVisible(collection);
     }

@@ -148,6 +148,7 @@ LinkCheckerUrl *LinkCheckerHub::add(std::unique_ptr<LinkCheckerUrl> record)
         return nullptr;
     LinkCheckerUrl *added = record.get();
     bhDataSource::add(std::move(record));
+    m_views->noteAdded(added);
     Q_EMIT recordAdded(added);
     return added;
 }

@@ -9,6 +9,8 @@
 #include "links/OrelOnPage.h"
 #include "reports/bhDataSource.h"
 
+#include <QMetaObject>
+
 #include <algorithm>
 
 namespace orel {
@@ -35,10 +37,182 @@ LinkViews::LinkViews(LinkResults &results, const SettingsControls &controls)
 
 void LinkViews::clear()
 {
+    Q_EMIT aboutToReset();
     m_pairings.clear();
     m_pagesNeedingAttention.reset();
     m_linksFilterTag = 0;
     m_searchText.clear();
+    m_rows.clear();
+    m_rank.clear();
+    m_pendingAdded.clear();
+    m_pendingChanged.clear();
+    m_pendingMark.clear();
+    // The collection is about to be emptied: whatever order it had, the index is empty now.
+    m_orderGeneration = m_results.linkSource().orderGeneration() + 1;
+    m_childrenShown = m_results.childrenShown();
+    Q_EMIT resetDone();
+}
+
+// ---- The index ---------------------------------------------------------------------------------
+
+void LinkViews::noteAdded(LinkCheckerUrl *record)
+{
+    // Appended items sort at the end until the next sort.
+    const quint32 id = record->getID();
+    if (id >= m_rank.size())
+        m_rank.resize(std::max<std::size_t>(id + 1, m_rank.size() * 2), -1);
+    m_rank[id] = int(m_results.linkSource().getCount()) - 1;
+    m_pendingAdded.push_back(record);
+    scheduleFlush();
+}
+
+void LinkViews::noteChanged(LinkCheckerUrl *record)
+{
+    const quint32 id = record->getID();
+    if (id >= m_pendingMark.size())
+        m_pendingMark.resize(std::max<std::size_t>(id + 1, m_pendingMark.size() * 2));
+    if (m_pendingMark[id])
+        return;
+    m_pendingMark[id] = true;
+    m_pendingChanged.push_back(record);
+    scheduleFlush();
+}
+
+void LinkViews::noteChildrenShown()
+{
+    if (m_results.childrenShown() == m_childrenShown)
+        return;
+    flush();
+    Q_EMIT aboutToReset();
+    m_childrenShown = m_results.childrenShown();
+    Q_EMIT resetDone();
+}
+
+void LinkViews::scheduleFlush()
+{
+    if (m_flushScheduled)
+        return;
+    m_flushScheduled = true;
+    QMetaObject::invokeMethod(this, &LinkViews::flush, Qt::QueuedConnection);
+}
+
+void LinkViews::flush()
+{
+    m_flushScheduled = false;
+    if (m_results.linkSource().orderGeneration() != m_orderGeneration) {
+        rebuild(); // covers whatever was announced
+        return;
+    }
+    applyAdded();
+    std::vector<LinkCheckerUrl *> changed;
+    changed.swap(m_pendingChanged);
+    for (LinkCheckerUrl *record : changed) {
+        m_pendingMark[record->getID()] = false;
+        applyChanged(record);
+    }
+}
+
+void LinkViews::applyAdded()
+{
+    // New records rank after every record in the index, so the shown ones go at its end.
+    std::vector<LinkCheckerUrl *> added;
+    added.swap(m_pendingAdded);
+    std::erase_if(added, [this](const LinkCheckerUrl *r) { return !isShown(r); });
+    if (added.empty())
+        return;
+    const int first = rowCount();
+    Q_EMIT rowsAboutToBeInserted(first, first + int(added.size()) - 1);
+    m_rows.insert(m_rows.end(), added.begin(), added.end());
+    Q_EMIT rowsInserted();
+}
+
+void LinkViews::applyChanged(LinkCheckerUrl *record)
+{
+    const int rank = rankOf(record);
+    if (rank < 0)
+        return;
+    const std::size_t at = lowerBound(rank);
+    const bool inIndex = at < m_rows.size() && m_rows[at] == record;
+    const int row = int(at);
+    if (inIndex && isShown(record)) {
+        Q_EMIT rowsChanged(row, row);
+    } else if (inIndex) {
+        Q_EMIT rowsAboutToBeRemoved(row, row);
+        m_rows.erase(m_rows.begin() + qsizetype(at));
+        Q_EMIT rowsRemoved();
+    } else if (isShown(record)) {
+        Q_EMIT rowsAboutToBeInserted(row, row);
+        m_rows.insert(m_rows.begin() + qsizetype(at), record);
+        Q_EMIT rowsInserted();
+    }
+}
+
+void LinkViews::rebuild()
+{
+    Q_EMIT aboutToReset();
+    rebuildIndex();
+    Q_EMIT resetDone();
+}
+
+void LinkViews::rebuildIndex()
+{
+    const bhDataSource &source = m_results.linkSource();
+    const int count = int(source.getCount());
+    m_rows.clear();
+    m_rank.assign(std::size_t(std::max(source.getHighestId(), 0)) + 1, -1);
+    for (int i = 0; i < count; ++i) {
+        auto *record = static_cast<LinkCheckerUrl *>(source.getnthSortedItem(i));
+        if (!record)
+            continue;
+        if (record->getID() < m_rank.size())
+            m_rank[record->getID()] = i;
+        if (isShown(record))
+            m_rows.push_back(record);
+    }
+    m_pendingAdded.clear();
+    for (LinkCheckerUrl *record : m_pendingChanged)
+        m_pendingMark[record->getID()] = false;
+    m_pendingChanged.clear();
+    m_orderGeneration = source.orderGeneration();
+}
+
+int LinkViews::rankOf(const LinkCheckerUrl *record) const
+{
+    const quint32 id = record->getID();
+    return id < m_rank.size() ? m_rank[id] : -1;
+}
+
+std::size_t LinkViews::lowerBound(int rank) const
+{
+    const auto it =
+            std::lower_bound(m_rows.cbegin(), m_rows.cend(), rank,
+                             [this](const LinkCheckerUrl *row, int r) { return rankOf(row) < r; });
+    return std::size_t(it - m_rows.cbegin());
+}
+
+LinkCheckerUrl *LinkViews::rowAt(int row) const
+{
+    return row >= 0 && row < rowCount() ? m_rows[std::size_t(row)] : nullptr;
+}
+
+int LinkViews::rowOf(const LinkCheckerUrl *record) const
+{
+    const int rank = record ? rankOf(record) : -1;
+    if (rank < 0)
+        return -1;
+    const std::size_t at = lowerBound(rank);
+    return at < m_rows.size() && m_rows[at] == record ? int(at) : -1;
+}
+
+void LinkViews::sortByColumn(const QString &columnId, bool ascending)
+{
+    flush();
+    m_results.linkSource().sortByColumn(columnId, ascending,
+                                        OrelDataObject::isNumber(columnId)
+                                                ? bhDataSource::SortAsNumber
+                                                : bhDataSource::SortAsText);
+    rebuild();
+    m_results.linkSource().reloadData();
 }
 
 const std::vector<OrelDataObject *> &LinkViews::items() const
@@ -76,7 +250,9 @@ int LinkViews::countItemsforThisPage(const QString &page) const
 
 void LinkViews::setBadLinksOnly(bool on)
 {
+    flush();
     m_badLinksOnly = on;
+    rebuild();
     m_results.linkSource().reloadData();
 }
 
@@ -93,6 +269,8 @@ void LinkViews::filter()
             visible = false;
         record->setVisible(visible);
     }
+    flush();
+    rebuild();
     m_results.linkSource().reloadData();
 }
 
@@ -120,20 +298,17 @@ OrelDataObject *LinkViews::getnthVisibleItem(int n)
 {
     if (m_badLinksOnly && m_results.badCollectionCount() == 0)
         return nullptr;
-    const int count = recordCount();
-    int seen = 0;
-    for (int i = 0; i < count; ++i) {
-        auto *record = static_cast<LinkCheckerUrl *>(m_results.linkSource().getnthSortedItem(i));
-        if (!record || !isShown(record))
-            continue;
-        if (seen++ == n)
-            return record;
-    }
-    return nullptr;
+    flush();
+    return rowAt(n);
 }
 
-int LinkViews::countVisible(const std::vector<OrelDataObject *> *collection) const
+int LinkViews::countVisible(const std::vector<OrelDataObject *> *collection)
 {
+    // The index holds exactly one of the two counts: visible records, or visible bad ones.
+    if ((collection != nullptr) != m_badLinksOnly) {
+        flush();
+        return rowCount();
+    }
     int n = 0;
     for (OrelDataObject *item : items()) {
         auto *record = static_cast<LinkCheckerUrl *>(item);
@@ -143,7 +318,7 @@ int LinkViews::countVisible(const std::vector<OrelDataObject *> *collection) con
     return n;
 }
 
-int LinkViews::numberOfRows() const
+int LinkViews::numberOfRows()
 {
     if (m_searchText.isEmpty() && m_linksFilterTag == 0)
         return m_badLinksOnly ? m_results.badCollectionCount() : recordCount();
@@ -156,13 +331,16 @@ QString LinkViews::objectValue(const QString &columnId, int row)
     return item ? item->getFieldByName(columnId) : QString(QLatin1String(""));
 }
 
-std::vector<LinkCheckerUrl *> LinkViews::visibleRows(bool badOnly) const
+std::vector<LinkCheckerUrl *> LinkViews::visibleRows(bool badOnly)
 {
-    std::vector<LinkCheckerUrl *> rows;
     if (badOnly && m_results.badCollectionCount() == 0)
-        return rows;
+        return {};
+    if (badOnly == m_badLinksOnly) {
+        flush();
+        return m_rows;
+    }
+    std::vector<LinkCheckerUrl *> rows;
     const int count = recordCount();
-    rows.reserve(std::size_t(count));
     for (int i = 0; i < count; ++i) {
         auto *record = static_cast<LinkCheckerUrl *>(m_results.linkSource().getnthSortedItem(i));
         if (record && record->getVisible() && (!badOnly || record->isInBadCollection()))

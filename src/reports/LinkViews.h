@@ -1,12 +1,19 @@
 // The link views of a crawl's results: which records are rows (search text, link-type filter,
 // bad links only), the rows and children of the by-link and by-page outlines, and the row
 // colours; main thread.
+//
+// The shown rows are kept in an index in sorted order, so that a row is found in O(1) and a
+// record's row in O(log n). The crawl announces what it added and changed (noteAdded,
+// noteChanged); the index takes them in one batch per pass of the event loop, or at once by
+// flush(), and tells the item models which rows came, went or changed. Whole-list changes
+// (filter, bad-links-only switch, sort, a new crawl) rebuild it and reset the models.
 #pragma once
 
 #include "links/OrelOnPage.h"
 #include "reports/Colour.h"
 #include "reports/LinkResults.h"
 
+#include <QObject>
 #include <QString>
 #include <QStringList>
 
@@ -21,13 +28,33 @@ class LinkCheckerUrl;
 class OrelDataObject;
 class SettingsControls;
 
-class LinkViews
+class LinkViews : public QObject
 {
+    Q_OBJECT
 public:
     LinkViews(LinkResults &results, const SettingsControls &controls);
 
-    // Drops what the views made of the previous results (a new crawl).
+    // Drops what the views made of the previous results (a new crawl); call it while the old
+    // records still exist.
     void clear();
+
+    // ---- Changes announced by the crawl -----------------------------------------------------
+    // A record appended to the collection (it sorts at the end until the next sort).
+    void noteAdded(LinkCheckerUrl *record);
+    // A record whose status, bad flag or occurrences changed.
+    void noteChanged(LinkCheckerUrl *record);
+    // Outline children are shown or hidden now (the crawl stopped, finished or went on).
+    void noteChildrenShown();
+    // Takes the announced changes into the index now.
+    void flush();
+
+    // ---- The index, as the models see it (never flushes) -------------------------------------
+    int rowCount() const { return int(m_rows.size()); }
+    LinkCheckerUrl *rowAt(int row) const;
+    // The row of a shown record; -1 when it is not shown.
+    int rowOf(const LinkCheckerUrl *record) const;
+    // Sorts as a click on the column does (numerically for numeric fields) and rebuilds.
+    void sortByColumn(const QString &columnId, bool ascending);
 
     // ---- Visibility ----------------------------------------------------------------------------
     // Bad-links-only switch, search text and link-type filter (0 all, 2 internal, 4 external,
@@ -53,14 +80,14 @@ public:
     // The n-th shown record in sorted order.
     OrelDataObject *getnthVisibleItem(int n);
     // Visible records (collection given); visible and bad (nullptr).
-    int countVisible(const std::vector<OrelDataObject *> *collection) const;
-    int numberOfRows() const;
+    int countVisible(const std::vector<OrelDataObject *> *collection);
+    int numberOfRows();
     // getnthVisibleItem(row)'s field of the column; "" when there is none.
     QString objectValue(const QString &columnId, int row);
     // The rows getnthVisibleItem() answers one by one, walked once; with badOnly in place of
     // the switch.
-    std::vector<LinkCheckerUrl *> visibleRows() const { return visibleRows(m_badLinksOnly); }
-    std::vector<LinkCheckerUrl *> visibleRows(bool badOnly) const;
+    std::vector<LinkCheckerUrl *> visibleRows() { return visibleRows(m_badLinksOnly); }
+    std::vector<LinkCheckerUrl *> visibleRows(bool badOnly);
 
     // ---- By-link outline -----------------------------------------------------------------------
     // A record opens onto its occurrences, but only once the crawl is paused or finished.
@@ -97,7 +124,26 @@ public:
     Colour labelColorForConstant(int colourClass) const { return classColour(colourClass); }
     std::optional<Colour> rowColour(const LinkCheckerUrl *record) const;
 
+Q_SIGNALS:
+    // Row changes of the index, in the order a QAbstractItemModel announces them.
+    void rowsAboutToBeInserted(int first, int last);
+    void rowsInserted();
+    void rowsAboutToBeRemoved(int first, int last);
+    void rowsRemoved();
+    void rowsChanged(int first, int last);
+    void aboutToReset();
+    void resetDone();
+
 private:
+    void scheduleFlush();
+    // Rebuilds the ranks and the index from the collection, resetting the models.
+    void rebuild();
+    void rebuildIndex();
+    int rankOf(const LinkCheckerUrl *record) const;
+    // Where a record of this rank is or would go in the index.
+    std::size_t lowerBound(int rank) const;
+    void applyAdded();
+    void applyChanged(LinkCheckerUrl *record);
     const std::vector<OrelDataObject *> &items() const;
     LinkCheckerUrl *recordAt(int index) const; // nullptr past the end
     int recordCount() const;
@@ -113,6 +159,17 @@ private:
     std::map<std::pair<LinkCheckerUrl *, int>, OrelOnPage> m_pairings;
     std::optional<QStringList> m_pagesNeedingAttention;
     Colour m_classColours[5]; // [0] is the "none" colour
+
+    // The shown records in sorted order, and each record's place in sorted order by its id.
+    std::vector<LinkCheckerUrl *> m_rows;
+    std::vector<int> m_rank;
+    quint64 m_orderGeneration = 0;
+    bool m_childrenShown = false;
+    // Announced changes waiting for flush(); a record waits once however often it changed.
+    std::vector<LinkCheckerUrl *> m_pendingAdded;
+    std::vector<LinkCheckerUrl *> m_pendingChanged;
+    std::vector<bool> m_pendingMark; // by id
+    bool m_flushScheduled = false;
 };
 
 } // namespace orel

@@ -97,6 +97,7 @@ void bhDataSource::clear()
     m_owned.shrink_to_fit();
     m_highestId = 0;
     m_lastIndex.store(0, std::memory_order_relaxed);
+    ++m_orderGeneration;
 }
 
 void bhDataSource::deleteItem(OrelDataObject *item)
@@ -105,6 +106,7 @@ void bhDataSource::deleteItem(OrelDataObject *item)
     if (firstRemoved == m_collection.end())
         return;
     m_collection.erase(firstRemoved, m_collection.end());
+    ++m_orderGeneration;
 }
 
 void bhDataSource::swop(OrelDataObject *a, OrelDataObject *b)
@@ -114,6 +116,7 @@ void bhDataSource::swop(OrelDataObject *a, OrelDataObject *b)
     if (i < 0 || j < 0)
         return;
     std::swap(m_collection[std::size_t(i)], m_collection[std::size_t(j)]);
+    ++m_orderGeneration;
 }
 
 int bhDataSource::indexOf(const OrelDataObject *item) const
@@ -264,6 +267,7 @@ void bhDataSource::didClickTableColumn(TableDescription *table)
 
 void bhDataSource::sortByColumn(const QString &columnId, bool ascending, int options)
 {
+    ++m_orderGeneration;
     if (options == SortAsText)
         sortAsText(columnId, ascending);
     else

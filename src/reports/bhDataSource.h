@@ -72,6 +72,9 @@ public:
     virtual OrelDataObject *getnthVisibleItem(int n);
     // Whether a sort has been done since the last clear() (the sorted copy exists).
     bool hasSortArray() const { return m_sortArray.has_value(); }
+    // Raised whenever the items change places other than by add() (sort, clear, delete, swop),
+    // so that an index of positions knows it must be rebuilt.
+    quint64 orderGeneration() const { return m_orderGeneration; }
 
     // --- The view -------------------------------------------------------------------------
     TableDescription *getTableView() const { return m_tableView; }
@@ -137,6 +140,7 @@ private:
     std::vector<std::unique_ptr<OrelDataObject>> m_owned;
     TableDescription *m_tableView = nullptr;
     qint32 m_highestId = 0;
+    quint64 m_orderGeneration = 0;
     // Where the last positional answer was found, so that walking with getNextItem() is O(1).
     // Only a hint (checked before use); atomic because a report thread may read positions.
     mutable std::atomic<std::size_t> m_lastIndex { 0 };
