@@ -10,6 +10,7 @@
 #include "reports/LinkExports.h"
 #include "reports/LinkResults.h"
 #include "reports/LinkViews.h"
+#include "reports/LocateReport.h"
 #include "reports/bhDataSource.h"
 
 #include <QHash>
@@ -262,6 +263,12 @@ public:
     QString objectValueForTableColumn(TableDescription *, const QString &columnId, int row) override
     {
         return m_views->objectValue(columnId, row);
+    }
+
+    // The locate report of the record's occurrence at pageIndex of its on-page list.
+    QString locate(const LinkCheckerUrl *record, int pageIndex) const
+    {
+        return record ? locateReport(*this, *record, pageIndex) : QString();
     }
 
     // ---- LinkResults ---------------------------------------------------------------------------
