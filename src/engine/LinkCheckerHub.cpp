@@ -104,6 +104,7 @@ void LinkCheckerHub::go()
     emptyTempFolder();
     clearArchiveFolder();
     clearRegistry();
+    m_views->cleared();
 
     m_soft404Array = trimEachItemInArray(m_controls->soft404Terms.split(QLatin1Char('\n')));
 

@@ -47,9 +47,12 @@ void LinkViews::clear()
     m_pendingAdded.clear();
     m_pendingChanged.clear();
     m_pendingMark.clear();
-    // The collection is about to be emptied: whatever order it had, the index is empty now.
-    m_orderGeneration = m_results.linkSource().orderGeneration() + 1;
     m_childrenShown = m_results.childrenShown();
+}
+
+void LinkViews::cleared()
+{
+    m_orderGeneration = m_results.linkSource().orderGeneration();
     Q_EMIT resetDone();
 }
 

@@ -34,9 +34,11 @@ class LinkViews : public QObject
 public:
     LinkViews(LinkResults &results, const SettingsControls &controls);
 
-    // Drops what the views made of the previous results (a new crawl); call it while the old
-    // records still exist.
+    // Drops what the views made of the previous results (a new crawl): clear() while the old
+    // records still exist, cleared() once the collection and the page index are empty. The
+    // models are reset in between.
     void clear();
+    void cleared();
 
     // ---- Changes announced by the crawl -----------------------------------------------------
     // A record appended to the collection (it sorts at the end until the next sort).

@@ -1,9 +1,11 @@
-// The by-link outline's item model over real crawls: the model checker watches it while records
-// are added and change status, and its rows always match the hub's own view answers.
+// The outlines' item models over real crawls: the model checker watches them while records are
+// added and change status, and their rows always match the hub's own view answers.
 #include "HubTestSupport.h"
 
 #include "FixtureServer.h"
 #include "reports/ByLinkModel.h"
+#include "reports/ByPageModel.h"
+#include "links/OrelOnPage.h"
 #include "reports/LinkViews.h"
 
 #include <QAbstractItemModelTester>
@@ -37,7 +39,7 @@ void writeSite(const QString &root, int n)
                                 + ".html\">missing</a>");
 }
 
-class ByLinkModelTest : public HubTest
+class LinkModelsTest : public HubTest
 {
 protected:
     QtMessageHandler previousHandler = nullptr;
@@ -63,7 +65,7 @@ protected:
 
 } // namespace
 
-TEST_F(ByLinkModelTest, FollowsACrawlRowByRowAndMatchesTheViews)
+TEST_F(LinkModelsTest, FollowsACrawlRowByRowAndMatchesTheViews)
 {
     QTemporaryDir dir;
     writeSite(dir.path(), 20);
@@ -109,7 +111,7 @@ TEST_F(ByLinkModelTest, FollowsACrawlRowByRowAndMatchesTheViews)
     EXPECT_TRUE(g_modelFailures.isEmpty()) << g_modelFailures.join('\n').toStdString();
 }
 
-TEST_F(ByLinkModelTest, ARecheckedLinkThatWasFixedLeavesTheBadRows)
+TEST_F(LinkModelsTest, ARecheckedLinkThatWasFixedLeavesTheBadRows)
 {
     QTemporaryDir dir;
     writeSite(dir.path(), 3);
@@ -135,5 +137,68 @@ TEST_F(ByLinkModelTest, ARecheckedLinkThatWasFixedLeavesTheBadRows)
     expectRowsMatchHub(model);
     // Children hidden while the re-check ran and shown again at its end: two resets, no more.
     EXPECT_LE(resets.count(), 2);
+    EXPECT_TRUE(g_modelFailures.isEmpty()) << g_modelFailures.join('\n').toStdString();
+}
+
+TEST_F(LinkModelsTest, ByPageFollowsTheCrawlAndShowsRepeatedLinksOnce)
+{
+    QTemporaryDir dir;
+    writeSite(dir.path(), 12);
+    // index.html links to p1.html a second time, first.
+    QFile index(dir.filePath("index.html"));
+    ASSERT_TRUE(index.open(QIODevice::ReadOnly));
+    const QByteArray links = index.readAll();
+    index.close();
+    test::writeFile(dir.filePath("index.html"), "<a href=\"p1.html\">again</a>" + links);
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    controls.numberOfThreads = 4;
+    newHub();
+    ByPageModel model(hub->views());
+    QAbstractItemModelTester tester(&model,
+                                    QAbstractItemModelTester::FailureReportingMode::Warning);
+    QSignalSpy layouts(&model, &QAbstractItemModel::layoutChanged);
+    QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+    start(server.url("/index.html"), false);
+    ASSERT_TRUE(runToEnd());
+    model.refresh();
+    EXPECT_GE(layouts.count(), 1);
+    EXPECT_LE(resets.count(), 4);
+
+    // The pages in the index's own order, each with its links as the hub answers them.
+    const auto expectPagesMatchHub = [&] {
+        ASSERT_EQ(model.rowCount(), hub->countPagesWithVisibleItems());
+        for (int row = 0; row < model.rowCount(); ++row) {
+            const QModelIndex page = model.index(row, 0);
+            const QString url = hub->getNthPageWithVisibleItems(row);
+            ASSERT_EQ(model.pageAt(page), url);
+            ASSERT_EQ(model.data(model.index(row, 1)).toString(), url);
+            ASSERT_EQ(model.rowCount(page), hub->countVisibleItemsforThisPage(url));
+            for (int c = 0; c < model.rowCount(page); ++c)
+                ASSERT_EQ(model.occurrenceAt(model.index(c, 0, page)),
+                          hub->getNthVisibleItemForPage(c, url));
+        }
+    };
+    expectPagesMatchHub();
+    EXPECT_EQ(model.rowCount(), 13);
+    // p1.html twice on the start page: two children, at its first and second entry there.
+    int homeRow = -1;
+    for (int row = 0; row < model.rowCount(); ++row) {
+        if (model.pageAt(model.index(row, 0)) == server.url("/index.html"))
+            homeRow = row;
+    }
+    ASSERT_GE(homeRow, 0);
+    const QModelIndex homePage = model.index(homeRow, 0);
+    ASSERT_EQ(model.rowCount(homePage), 13);
+    const OrelOnPage *first = model.occurrenceAt(model.index(0, 0, homePage));
+    const OrelOnPage *second = model.occurrenceAt(model.index(1, 0, homePage));
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(first->getLcurl(), second->getLcurl());
+    EXPECT_NE(first->getIndex(), second->getIndex());
+    EXPECT_EQ(model.data(model.index(0, 2, homePage)).toString(), "again");
+
+    hub->setBadLinksOnly(true); // the twelve pages with a missing link, one child each
+    expectPagesMatchHub();
+    EXPECT_EQ(model.rowCount(), 12);
     EXPECT_TRUE(g_modelFailures.isEmpty()) << g_modelFailures.join('\n').toStdString();
 }

@@ -1,0 +1,179 @@
+// The by-page outline as an item model.
+#include "reports/ByPageModel.h"
+
+#include "links/LinkCheckerUrl.h"
+#include "links/OrelOnPage.h"
+#include "reports/ByLinkModel.h"
+#include "reports/LinkViews.h"
+
+namespace orel {
+
+namespace {
+
+// Page rows carry no id; a child row carries its page's row + 1, which refresh() maps anew.
+constexpr quintptr kPageRow = 0;
+
+} // namespace
+
+ByPageModel::ByPageModel(LinkViews &views, QObject *parent)
+    : QAbstractItemModel(parent), m_views(views), m_columns(defaultColumns())
+{
+    // A crawl changes the pages many times a second; a view needs them a few times.
+    m_refreshTimer.setSingleShot(true);
+    m_refreshTimer.setInterval(200);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &ByPageModel::refresh);
+    const auto later = [this] {
+        if (!m_refreshTimer.isActive())
+            m_refreshTimer.start();
+    };
+    connect(&views, &LinkViews::rowsInserted, this, later);
+    connect(&views, &LinkViews::rowsRemoved, this, later);
+    connect(&views, &LinkViews::rowsChanged, this, later);
+    connect(&views, &LinkViews::aboutToReset, this, [this] { beginResetModel(); });
+    connect(&views, &LinkViews::resetDone, this, [this] {
+        m_refreshTimer.stop();
+        takePages();
+        endResetModel();
+    });
+    takePages();
+}
+
+QList<TableColumn> ByPageModel::defaultColumns()
+{
+    return ByLinkModel::defaultColumns();
+}
+
+void ByPageModel::setColumns(const QList<TableColumn> &columns)
+{
+    beginResetModel();
+    m_columns = columns;
+    endResetModel();
+}
+
+void ByPageModel::takePages()
+{
+    const int count = m_views.countPagesWithVisibleItems();
+    m_pages.clear();
+    m_rowOfPage.clear();
+    m_children.clear();
+    for (int i = 0; i < count; ++i) {
+        m_pages.append(m_views.getNthPageWithVisibleItems(i));
+        m_rowOfPage.insert(m_pages.constLast(), i);
+    }
+}
+
+void ByPageModel::refresh()
+{
+    m_refreshTimer.stop();
+    Q_EMIT layoutAboutToBeChanged();
+    const QStringList oldPages = m_pages;
+    const QModelIndexList before = persistentIndexList();
+    takePages();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex &old : before) {
+        const bool child = old.internalId() != kPageRow;
+        const QString page = oldPages.value(child ? int(old.internalId() - 1) : old.row());
+        const int row = m_rowOfPage.value(page, -1);
+        if (row < 0)
+            after.append(QModelIndex());
+        else if (!child)
+            after.append(createIndex(row, old.column(), kPageRow));
+        else if (old.row() < int(children(row).size()))
+            after.append(createIndex(old.row(), old.column(), quintptr(row) + 1));
+        else
+            after.append(QModelIndex());
+    }
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged();
+}
+
+const std::vector<OrelOnPage *> &ByPageModel::children(int pageRow) const
+{
+    auto it = m_children.find(pageRow);
+    if (it != m_children.end())
+        return *it;
+    std::vector<OrelOnPage *> list;
+    const QString &page = m_pages.at(pageRow);
+    const int count = m_views.countVisibleItemsforThisPage(page);
+    list.reserve(std::size_t(count));
+    for (int n = 0; n < count; ++n)
+        list.push_back(m_views.getNthVisibleItemForPage(n, page));
+    return *m_children.insert(pageRow, std::move(list));
+}
+
+QString ByPageModel::pageAt(const QModelIndex &index) const
+{
+    if (!index.isValid())
+        return {};
+    return m_pages.value(index.internalId() == kPageRow ? index.row()
+                                                        : int(index.internalId() - 1));
+}
+
+OrelOnPage *ByPageModel::occurrenceAt(const QModelIndex &index) const
+{
+    if (!index.isValid() || index.internalId() == kPageRow)
+        return nullptr;
+    const std::vector<OrelOnPage *> &list = children(int(index.internalId() - 1));
+    return index.row() < int(list.size()) ? list[std::size_t(index.row())] : nullptr;
+}
+
+QModelIndex ByPageModel::index(int row, int column, const QModelIndex &parent) const
+{
+    if (!hasIndex(row, column, parent))
+        return {};
+    if (!parent.isValid())
+        return createIndex(row, column, kPageRow);
+    return createIndex(row, column, quintptr(parent.row()) + 1);
+}
+
+QModelIndex ByPageModel::parent(const QModelIndex &child) const
+{
+    if (!child.isValid() || child.internalId() == kPageRow)
+        return {};
+    return createIndex(int(child.internalId() - 1), 0, kPageRow);
+}
+
+int ByPageModel::rowCount(const QModelIndex &parent) const
+{
+    if (!parent.isValid())
+        return int(m_pages.size());
+    if (parent.column() != 0 || parent.internalId() != kPageRow)
+        return 0;
+    return int(children(parent.row()).size());
+}
+
+int ByPageModel::columnCount(const QModelIndex &) const
+{
+    return int(m_columns.size());
+}
+
+QVariant ByPageModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.column() >= m_columns.size())
+        return {};
+    const QString &id = m_columns.at(index.column()).identifier;
+    if (index.internalId() == kPageRow)
+        return role == Qt::DisplayRole ? QVariant(LinkViews::byPageValue(pageAt(index), id))
+                                       : QVariant();
+    OrelOnPage *occurrence = occurrenceAt(index);
+    if (!occurrence)
+        return {};
+    if (role == Qt::DisplayRole)
+        return LinkViews::byPageValue(occurrence, id);
+    if (role == Qt::BackgroundRole) {
+        if (const std::optional<Colour> colour = m_views.rowColour(occurrence->getLcurl()))
+            return QVariant::fromValue(*colour);
+    }
+    return {};
+}
+
+QVariant ByPageModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0
+        || section >= m_columns.size())
+        return {};
+    return m_columns.at(section).title;
+}
+
+} // namespace orel

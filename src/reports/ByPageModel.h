@@ -1,0 +1,64 @@
+// The by-page outline as an item model: each page with a shown link a root row, in the page
+// index's own order, opening onto the shown links found on it once the crawl was paused or has
+// finished; main thread.
+#pragma once
+
+#include "reports/TableDescription.h"
+
+#include <QAbstractItemModel>
+#include <QHash>
+#include <QList>
+#include <QStringList>
+#include <QTimer>
+
+#include <vector>
+
+namespace orel {
+
+class LinkViews;
+class OrelOnPage;
+
+// Roots come from LinkViews' pages with shown links; each page's children are worked out once
+// and kept until the next change. The index's order of pages is a hash order, which a new page
+// may reshuffle, so changes during a crawl are taken as a layout change (rows keep their
+// selection by page), at most once per refresh interval; whole-list changes reset the model.
+// Qt::BackgroundRole of a child answers its link's Colour (a QVariant holding orel::Colour).
+class ByPageModel : public QAbstractItemModel
+{
+    Q_OBJECT
+public:
+    explicit ByPageModel(LinkViews &views, QObject *parent = nullptr);
+
+    QList<TableColumn> columns() const { return m_columns; }
+    void setColumns(const QList<TableColumn> &columns);
+    // The columns of the by-link outline, the URL column showing the page on a page row.
+    static QList<TableColumn> defaultColumns();
+    // Takes the views' current pages now, as a layout change.
+    void refresh();
+
+    // The page of a root row, or of a child row's page; "" for none.
+    QString pageAt(const QModelIndex &index) const;
+    // The occurrence of a child row; nullptr for a page row.
+    OrelOnPage *occurrenceAt(const QModelIndex &index) const;
+
+    QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
+    QModelIndex parent(const QModelIndex &child) const override;
+    int rowCount(const QModelIndex &parent = {}) const override;
+    int columnCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation,
+                        int role = Qt::DisplayRole) const override;
+
+private:
+    void takePages();
+    const std::vector<OrelOnPage *> &children(int pageRow) const;
+
+    LinkViews &m_views;
+    QList<TableColumn> m_columns;
+    QTimer m_refreshTimer;
+    QStringList m_pages;
+    QHash<QString, int> m_rowOfPage;
+    mutable QHash<int, std::vector<OrelOnPage *>> m_children; // by page row
+};
+
+} // namespace orel
