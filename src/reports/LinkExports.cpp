@@ -245,11 +245,17 @@ QString LinkExports::htmlText()
         body += QStringLiteral("<th style = max-width:%1px>").arg(column.width, 0, 'f', 0)
                 + column.title + QStringLiteral("</th>");
     body += QStringLiteral("</tr>");
-    const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
-    ExportProgress progress(int(rows.size()));
-    for (std::size_t r = 0; r < rows.size(); ++r) {
+    // Rows in collection order; each takes the colour of the view's row of the same number, as
+    // the view would paint it.
+    const std::vector<OrelDataObject *> &all = m_results.linkSource().items();
+    ExportProgress progress(int(all.size()));
+    int written = 0;
+    for (std::size_t r = 0; r < all.size(); ++r) {
         progress.step(int(r));
-        const std::optional<Colour> colour = m_views.rowColour(rows[r]);
+        auto *record = static_cast<LinkCheckerUrl *>(all[r]);
+        if (!m_views.isShown(record))
+            continue;
+        const std::optional<Colour> colour = m_views.labelColorForRow(written++);
         body += QStringLiteral("<tr>");
         for (const TableColumn &column : columns) {
             QString id = column.identifier;
@@ -265,7 +271,7 @@ QString LinkExports::htmlText()
                                 .arg(int(colour->r * 255))
                                 .arg(int(colour->g * 255))
                                 .arg(int(colour->b * 255));
-            body += QLatin1Char('>') + bhDataSource::exportValue(id, rows[r]->getFieldByName(id))
+            body += QLatin1Char('>') + bhDataSource::exportValue(id, record->getFieldByName(id))
                     + QStringLiteral("</td>");
         }
         body += QStringLiteral("</tr>");
@@ -282,31 +288,37 @@ QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
         QStringList targets;
         int distance;
     };
+    // The table's items as getnthItem() answers them row by row, and where each record is in it,
+    // so that a page's targets come in table order without walking the table for every page.
+    const std::vector<LinkCheckerUrl *> table = m_views.tableItems();
+    QHash<const LinkCheckerUrl *, QList<int>> placesOf;
+    for (int t = 0; t < int(table.size()); ++t) {
+        if (table[std::size_t(t)] && table[std::size_t(t)]->isInternal())
+            placesOf[table[std::size_t(t)]].append(t);
+    }
+    const PageIndex *index = m_results.pageIndex();
     QList<Node> nodes;
     QSet<QString> nodeUrls;
-    const int count = m_views.numberOfRows();
-    ExportProgress progress(count);
-    for (int r = 0; r < count; ++r) {
+    ExportProgress progress(int(table.size()));
+    for (int r = 0; r < int(table.size()); ++r) {
         progress.step(r);
-        auto *page = static_cast<LinkCheckerUrl *>(m_views.getnthItem(r));
+        const LinkCheckerUrl *page = table[std::size_t(r)];
         if (!page || !page->isInternal() || page->getDistanceFromHome() >= levelLimit)
             continue;
         Node node { page->getActualLinkUrl(), {}, page->getDistanceFromHome() };
         nodeUrls.insert(node.url);
-        // The internal records found on this page, in table order.
-        QSet<const LinkCheckerUrl *> onPage;
-        const PageIndex *index = m_results.pageIndex();
+        QList<int> places;
         if (const auto it = index ? index->constFind(node.url) : PageIndex::const_iterator();
-            index && it != index->cend())
-            onPage = QSet<const LinkCheckerUrl *>(it->cbegin(), it->cend());
-        for (int t = 0; !onPage.isEmpty() && t < count; ++t) {
-            auto *target = static_cast<LinkCheckerUrl *>(m_views.getnthItem(t));
-            if (!target || !target->isInternal() || !onPage.contains(target))
-                continue;
-            const QString url = target->getActualLinkUrl();
-            if (clean && nodeUrls.contains(url))
-                continue;
-            node.targets.append(url);
+            index && it != index->cend()) {
+            for (const LinkCheckerUrl *target :
+                 QSet<const LinkCheckerUrl *>(it->cbegin(), it->cend()))
+                places += placesOf.value(target);
+        }
+        std::sort(places.begin(), places.end());
+        for (int t : places) {
+            const QString url = table[std::size_t(t)]->getActualLinkUrl();
+            if (!clean || !nodeUrls.contains(url))
+                node.targets.append(url);
         }
         nodes.append(node);
     }
@@ -327,51 +339,93 @@ QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
     return out + QLatin1Char('}');
 }
 
-void LinkExports::saveExport(const QString &text, const QString &fileType)
+bool LinkExports::saveExport(const QString &fileType, const std::function<QString()> &build)
 {
+    // Where to save is asked first: a large text is built only when it will be written.
     const std::optional<QString> path =
             Dialogs::current().savePanel(fileType, QString(), QString());
     if (!path || path->isEmpty())
-        return;
-    QSaveFile file(*path);
+        return false;
+    return writeExport(*path, build());
+}
+
+bool LinkExports::writeExport(const QString &path, const QString &text)
+{
+    QSaveFile file(path);
     const QByteArray bytes = text.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(*path));
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
+        return false;
+    }
+    return true;
+}
+
+bool LinkExports::append(const QString &text, const QString &path,
+                         QStringConverter::Encoding encoding)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+        return false;
+    QStringEncoder encoder(encoding);
+    const QByteArray bytes = encoder.encode(text);
+    return file.write(bytes) == bytes.size();
+}
+
+QString LinkExports::outlineCsvText(TableDescription &outline)
+{
+    return outline.dataSource()->getDataAsCSVusingOutlineView(&outline);
+}
+
+QString LinkExports::outlineHtmlText(TableDescription &outline)
+{
+    // The renderer opens its own table again after this one; browsers read it either way.
+    return htmlPage(QLatin1String(kStyleBlock) + QStringLiteral("<table><tr>")
+                    + outline.dataSource()->getDataAsHTMLusingOutlineView(&outline));
+}
+
+void LinkExports::exportAsCSVFromOutlineView(TableDescription &outline)
+{
+    saveExport(QStringLiteral("csv"), [&] { return outlineCsvText(outline); });
+}
+
+void LinkExports::exportAsHTMLFromOutlineView(TableDescription &outline)
+{
+    saveExport(QStringLiteral("html"), [&] { return outlineHtmlText(outline); });
 }
 
 void LinkExports::exportAsCSV()
 {
-    saveExport(tableText(tableColumns(), QLatin1Char(',')), QStringLiteral("csv"));
+    saveExport(QStringLiteral("csv"), [&] { return tableText(tableColumns(), QLatin1Char(',')); });
 }
 
 void LinkExports::exportAsFlatCSV()
 {
-    saveExport(flatText(tableColumns(), QLatin1Char(',')), QStringLiteral("csv"));
+    saveExport(QStringLiteral("csv"), [&] { return flatText(tableColumns(), QLatin1Char(',')); });
 }
 
 void LinkExports::exportAsTDL()
 {
-    saveExport(tableText(tableColumns(), QLatin1Char('\t')), QStringLiteral("txt"));
+    saveExport(QStringLiteral("txt"), [&] { return tableText(tableColumns(), QLatin1Char('\t')); });
 }
 
 void LinkExports::exportAsFlatTDL()
 {
-    saveExport(flatText(tableColumns(), QLatin1Char('\t')), QStringLiteral("txt"));
+    saveExport(QStringLiteral("txt"), [&] { return flatText(tableColumns(), QLatin1Char('\t')); });
 }
 
 void LinkExports::exportAsText()
 {
-    saveExport(plainText(), QStringLiteral("txt"));
+    saveExport(QStringLiteral("txt"), [&] { return plainText(); });
 }
 
 void LinkExports::exportAsHTML()
 {
-    saveExport(htmlText(), QStringLiteral("html"));
+    saveExport(QStringLiteral("html"), [&] { return htmlText(); });
 }
 
 void LinkExports::exportAsDot(int levelLimit, bool clean, bool colour)
 {
-    saveExport(dotText(levelLimit, clean, colour), QStringLiteral("dot"));
+    saveExport(QStringLiteral("dot"), [&] { return dotText(levelLimit, clean, colour); });
 }
 
 } // namespace orel

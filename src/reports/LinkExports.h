@@ -9,7 +9,9 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QStringConverter>
 
+#include <functional>
 #include <vector>
 
 namespace orel {
@@ -42,7 +44,14 @@ public:
     // target only until it has its own node; colour: edges coloured by the page's distance.
     QString dotText(int levelLimit, bool clean, bool colour);
 
+    // An outline's rows as shown (see bhDataSource's outline renderers): CSV, and HTML with the
+    // style block in an HTML page.
+    static QString outlineCsvText(TableDescription &outline);
+    static QString outlineHtmlText(TableDescription &outline);
+
     // Each asks for a file of its type through the dialogs and writes it atomically.
+    static void exportAsCSVFromOutlineView(TableDescription &outline);
+    static void exportAsHTMLFromOutlineView(TableDescription &outline);
     void exportAsCSV();
     void exportAsFlatCSV();
     void exportAsTDL();
@@ -55,12 +64,20 @@ public:
     bool exportAsFlatCSVForCLI(const QString &path, const QStringList &columns, bool badOnly,
                                QString *error = nullptr);
 
+    // Writes the text as UTF-8, atomically: a failed write leaves any earlier file whole and is
+    // logged.
+    static bool writeExport(const QString &path, const QString &text);
+    // Appends the text in the encoding to the file, creating it when missing.
+    static bool append(const QString &text, const QString &path,
+                       QStringConverter::Encoding encoding = QStringConverter::Utf8);
+
 private:
     std::vector<LinkCheckerUrl *> visibleRows() const;
     static QString headerLine(const QList<TableColumn> &columns, QChar separator);
     QString flatText(const QList<TableColumn> &columns, QChar separator,
                      const std::vector<LinkCheckerUrl *> &rows);
-    static void saveExport(const QString &text, const QString &fileType);
+    // Asks for a file of the type, then builds the text and writes it.
+    static bool saveExport(const QString &fileType, const std::function<QString()> &build);
 
     LinkResults &m_results;
     LinkViews &m_views;

@@ -297,6 +297,28 @@ OrelDataObject *LinkViews::getnthItem(int index)
     return recordAt(index);
 }
 
+std::vector<LinkCheckerUrl *> LinkViews::tableItems()
+{
+    const int count = numberOfRows();
+    std::vector<LinkCheckerUrl *> out;
+    out.reserve(std::size_t(count));
+    if (m_badLinksOnly) {
+        if (m_results.badCollectionCount() == 0)
+            return std::vector<LinkCheckerUrl *>(std::size_t(count), nullptr);
+        for (OrelDataObject *item : items()) {
+            if (int(out.size()) == count)
+                break;
+            auto *record = static_cast<LinkCheckerUrl *>(item);
+            if (record->isInBadCollection())
+                out.push_back(record);
+        }
+    }
+    // Beyond the bad records (or without the switch): the record at the row's own place.
+    for (int r = int(out.size()); r < count; ++r)
+        out.push_back(recordAt(r));
+    return out;
+}
+
 OrelDataObject *LinkViews::getnthVisibleItem(int n)
 {
     if (m_badLinksOnly && m_results.badCollectionCount() == 0)

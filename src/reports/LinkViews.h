@@ -79,6 +79,8 @@ public:
     // Bad links only: the n-th bad record in collection order, falling through to the plain
     // answer when there are fewer; otherwise the record at that place.
     OrelDataObject *getnthItem(int index);
+    // getnthItem() of every row of the link table, in one walk.
+    std::vector<LinkCheckerUrl *> tableItems();
     // The n-th shown record in sorted order.
     OrelDataObject *getnthVisibleItem(int n);
     // Visible records (collection given); visible and bad (nullptr).
