@@ -133,12 +133,12 @@ TEST_F(ConfigTest, SavingAndRenamingKeepTheFileAndWhatTheControlsDoNotHold)
                 *it = *it == YES ? NO : YES;
         }
         writeConfig(u"mysite"_s, config);
-        const QByteArray before = bytesOf(u"mysite"_s);
+        const QByteArray before = test::readFile(pathOf(u"mysite"_s));
         manager->loadAllUrls();
         manager->selectRow(0);
         EXPECT_FALSE(manager->isEdited());
         EXPECT_EQ(manager->saveMenuItem(), u"mysite"_s);
-        EXPECT_EQ(bytesOf(u"mysite"_s), before) << "flipped: " << flip;
+        EXPECT_EQ(test::readFile(pathOf(u"mysite"_s)), before) << "flipped: " << flip;
     }
     EXPECT_EQ(QDir(test::home()).entryList(QDir::Files), QStringList { u"mysite"_s });
 
@@ -171,13 +171,12 @@ TEST_F(ConfigTest, ListingSkipsWhatIsNotAConfigurationFindsThumbsAndFewCloseTheD
     QDir(test::home()).mkpath(u"temp"_s);
     // Thumbnails: .tiff before .tif before the default icon.
     const QString thumb = AppSupport::thumbsFolder() + u"/b-site"_s;
-    QDir().mkpath(AppSupport::thumbsFolder());
     EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), u"defaultWebIcon"_s);
-    writeBytes(thumb + u".tif"_s, {});
+    test::writeFile(thumb + u".tif"_s, {});
     EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), thumb + u".tif"_s);
-    writeBytes(thumb + u".tiff"_s, {});
+    test::writeFile(thumb + u".tiff"_s, {});
     EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), thumb + u".tiff"_s);
-    writeBytes(pathOf(u"junk"_s), "not a property list");
+    test::writeFile(pathOf(u"junk"_s), "not a property list");
     // The sitemap upload details are kept in the folder too.
     manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"s3cret-pw"_s });
 

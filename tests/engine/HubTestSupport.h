@@ -108,15 +108,6 @@ protected:
     }
 };
 
-// Writes files of a small site below a folder (created as needed).
-inline void writeFile(const QString &path, const QByteArray &content)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
-    f.write(content);
-}
-
 // 4 KiB of fixed binary garbage.
 inline QByteArray garbage()
 {

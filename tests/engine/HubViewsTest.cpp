@@ -133,9 +133,7 @@ TEST_F(HubTest, ExportsOfTheTable)
     hub->exportAsDot(1000, true, false);
     hub->exportAsCSV(); // no answer queued: cancelled
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList { "out.dot" });
-    QFile written(dir.filePath("out.dot"));
-    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QString::fromUtf8(written.readAll()), hub->dotText(1000, true, false));
+    EXPECT_EQ(test::readFile(dir.filePath("out.dot")), hub->dotText(1000, true, false).toUtf8());
 }
 
 TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
