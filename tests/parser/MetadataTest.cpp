@@ -129,11 +129,3 @@ TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
         EXPECT_TRUE(log.contains(QLatin1String(message))) << page;
     }
 }
-
-TEST(ParserHighlight, StyleTextsScaleColourFractions)
-{
-    EXPECT_EQ(OrelParser::borderStyle(QStringLiteral("2px"), QStringLiteral("solid"), 1.0, 0.5, 0),
-              QStringLiteral(" style = \"border:2px solid rgb(255,127,0);\""));
-    EXPECT_EQ(OrelParser::backgroundStyle(0.2, 0.999, 1.0),
-              QStringLiteral(" style = \"background:rgb(51,254,255);\""));
-}
