@@ -108,13 +108,4 @@ protected:
     }
 };
 
-// 4 KiB of fixed binary garbage.
-inline QByteArray garbage()
-{
-    QByteArray bytes(4096, '\0');
-    for (int i = 0; i < bytes.size(); ++i)
-        bytes[i] = char((i * 131 + 7) % 256);
-    return bytes;
-}
-
 } // namespace orel::test

@@ -153,7 +153,6 @@ TEST_F(Connection, ResponsesDescribeTheBodyAsSent)
     run(zip, get(url("/gzip")));
     EXPECT_TRUE(zip.body.startsWith("<html><head><title>gzip page"));
     const qint64 sent = zip.response->header("Content-Length").toLongLong();
-    EXPECT_GT(sent, 0);
     EXPECT_LT(sent, zip.body.size());
     EXPECT_EQ(zip.response->expectedContentLength, sent);
 
@@ -352,7 +351,6 @@ TEST_F(Connection, SynchronousFetchAnswersTheLastResponse)
     for (const auto &[u, status, type, final, body, error] : {
                  std::tuple { url("/redirect/chain?n=2"), 200, "text/html; charset=utf-8",
                               url("/final"), "<html><head><title>final page", "" },
-                 { url("/type/pdf"), 200, "application/pdf", url("/type/pdf"), "%PDF-1.4", "" },
                  // No credentials are offered: the 401 is the answer.
                  { url("/auth/basic"), 401, "text/html; charset=utf-8", url("/auth/basic"),
                    "<html><head><title>authorization required", "" },
