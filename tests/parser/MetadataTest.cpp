@@ -65,10 +65,10 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHeadAndHeadingsOnlyBar
 
 static const QByteArray style = " style = \"S\"";
 
-static std::optional<QByteArray> highlight(OrelParser &p, const char *bad, bool ignoringQS = false)
+static std::optional<QByteArray> highlight(OrelParser &p, const char *bad)
 {
     return p.highlightBadink(QLatin1String(bad), QString::fromLatin1(style),
-                             QStringLiteral("http://s/"), ignoringQS, false);
+                             QStringLiteral("http://s/"), false, false);
 }
 
 TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
@@ -105,14 +105,6 @@ TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
     const auto climbing = highlight(*above, "http://s/../up.html");
     ASSERT_TRUE(climbing);
     EXPECT_TRUE(climbing->contains(QByteArray("<a" + style + " href=\"../up.html\"")));
-
-    // Ignoring the query, a link matches when the bad link contains it.
-    for (bool ignoringQS : { true, false }) {
-        auto q = scan("<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' '));
-        const auto result = highlight(*q, "http://s/p.html?x=1", ignoringQS);
-        ASSERT_TRUE(result);
-        EXPECT_EQ(result->contains(style), ignoringQS);
-    }
 }
 
 TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
