@@ -74,9 +74,8 @@ TEST(UrlParts, UserInfoLeftOutOfEveryUrlInAText)
         { "https://bob@h.test:8443/", "https://h.test:8443/" },
         { "http://@h.test/", "http://h.test/" },
         { "http://b%40b:p@ss@h.test/x?y=@z", "http://h.test/x?y=@z" }, // a bare "@" in it too
-        { "fetched http://a:b@h.test/ from http://c:d@i.test/p",
-          "fetched http://h.test/ from "
-          "http://i.test/p" },
+        { "got http://a:b@h.test/ from http://c:d@i.test/p",
+          "got http://h.test/ from http://i.test/p" },
         { "http://h.test/path@x", "http://h.test/path@x" }, // in the path: not user info
         { "mailto:me@h.test", "mailto:me@h.test" },
         { "me@h.test", "me@h.test" },

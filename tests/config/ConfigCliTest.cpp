@@ -1,8 +1,7 @@
+#include "CliRun.h"
 #include "ConfigTestSupport.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QRegularExpression>
 
 using namespace orel;
@@ -10,27 +9,19 @@ using orel::test::ConfigTest;
 
 namespace {
 
-// Runs the built program's "config" command on the test home: exit status, stdout, stderr.
-std::tuple<int, QString, QString> cli(const QStringList &args)
+// Runs the built program's "config" command on the test home.
+test::CliRun cli(const QStringList &args)
 {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(u"ORRELWICK_HOME"_s, test::home());
-    env.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
-    p.setProcessEnvironment(env);
-    p.start(QStringLiteral(ORRELWICK_CLI_PATH), QStringList { u"config"_s } + args);
-    if (!p.waitForFinished(60000))
-        return { -1, {}, {} };
-    return { p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-             QString::fromUtf8(p.readAllStandardError()) };
+    return test::runCli(QStringList { u"config"_s } + args, {},
+                        { u"ASAN_OPTIONS=detect_leaks=0"_s });
 }
 
 // Runs a command that must succeed; answers its output.
 QString ok(const QStringList &args)
 {
-    const auto [status, out, err] = cli(args);
-    EXPECT_EQ(status, 0) << args.join(u' ').toStdString() << ": " << err.toStdString();
-    return out;
+    const test::CliRun r = cli(args);
+    EXPECT_EQ(r.exitCode, 0) << args.join(u' ').toStdString() << ": " << r.err.toStdString();
+    return r.out;
 }
 
 } // namespace
@@ -63,14 +54,13 @@ TEST_F(ConfigTest, CommandLineListsShowsExportsImportsAndRefusesMistakes)
     }
 
     const QString out = test::home() + u"/out"_s; // outside the store's listing
-    QDir().mkpath(out);
+    test::writeFile(out + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
     ok({ u"export"_s, u"Example site"_s, out + u"/example.lcsettings"_s });
     EXPECT_EQ(readPlist(out + u"/example.lcsettings"_s).value(u"url"_s), u"http://example.test/"_s);
     EXPECT_EQ(ok({ u"import"_s, out + u"/example.lcsettings"_s }), u"httpexampletest-1\n"_s);
     EXPECT_EQ(ok({ u"list"_s }).count(u'\n'), 2);
 
     // Every kind of mistake: status 2, nothing on stdout, one line on stderr.
-    writeBytes(out + u"/garbage.lcsettings"_s, "<plist><dict><key>url</key></dict></plist>");
     const QStringList mistakes[] = {
         {},
         { u"frobnicate"_s },

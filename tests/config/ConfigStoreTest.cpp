@@ -58,28 +58,21 @@ QString column(const OrelConfigManager &m, const QString &id)
 TEST_F(ConfigTest, LoadingClampsAndReadsOddValues)
 {
     // "key=value" loaded (or nothing), control, its valueByName. "followCheckbox" of NO means
-    // single-page mode; without "url" the address field is left as it was.
+    // single-page mode; without "url" the address field is left as it was. The ranges themselves
+    // are the controls' (the common tests).
     const char *const cases[][3] = {
         { "timeOut=0", "timeoutField", "30" },
         { "timeOut=2.5", "timeoutField", "2.5" },
         { "numberOfThreads=999", "numberOfThreads", "64" },
-        { "numberOfThreads=0", "numberOfThreads", "1" },
         { "numberOfThreads=8 threads", "numberOfThreads", "8" },
-        { "timeOut=1e308", "timeoutField", "600" },
         { "timeOut=1e999", "timeoutField", "600" },
         { "timeOut=nan", "timeoutField", "30" },
         { "timeOut=-inf", "timeoutField", "30" },
         { "timeOut=-40", "timeoutField", "30" },
-        { "delay=1.5", "delayField", "1.5" },
-        { "delay=1e308", "delayField", "300" },
         { "delay=-2", "delayField", "0" },
-        { "delay=nan", "delayField", "0" },
         { "delay=inf", "delayField", "0" },
-        { "", "delayField", "0" },
         { "", "slashButton", "on" },
         { "", "followButton", "off" },
-        { "", "imgButton", "off" },
-        { "", "qsButton", "on" },
         { "ignoreSlash=NO", "slashButton", "off" },
         { "followCheckbox=NO", "followButton", "on" },
         { "followQuerystring=YES", "qsButton", "off" },
@@ -133,12 +126,12 @@ TEST_F(ConfigTest, SavingAndRenamingKeepTheFileAndWhatTheControlsDoNotHold)
                 *it = *it == YES ? NO : YES;
         }
         writeConfig(u"mysite"_s, config);
-        const QByteArray before = bytesOf(u"mysite"_s);
+        const QByteArray before = test::readFile(pathOf(u"mysite"_s));
         manager->loadAllUrls();
         manager->selectRow(0);
         EXPECT_FALSE(manager->isEdited());
         EXPECT_EQ(manager->saveMenuItem(), u"mysite"_s);
-        EXPECT_EQ(bytesOf(u"mysite"_s), before) << "flipped: " << flip;
+        EXPECT_EQ(test::readFile(pathOf(u"mysite"_s)), before) << "flipped: " << flip;
     }
     EXPECT_EQ(QDir(test::home()).entryList(QDir::Files), QStringList { u"mysite"_s });
 
@@ -169,15 +162,12 @@ TEST_F(ConfigTest, ListingSkipsWhatIsNotAConfigurationFindsThumbsAndFewCloseTheD
         writeConfig(skipped, { { u"url"_s, u"http://h/"_s } });
     writeConfig(u"nourlhere"_s, { { u"name"_s, u"x"_s } });
     QDir(test::home()).mkpath(u"temp"_s);
-    // Thumbnails: .tiff before .tif before the default icon.
+    // Thumbnails: .tiff before .tif (a thumbs folder holds no configuration).
     const QString thumb = AppSupport::thumbsFolder() + u"/b-site"_s;
-    QDir().mkpath(AppSupport::thumbsFolder());
-    EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), u"defaultWebIcon"_s);
-    writeBytes(thumb + u".tif"_s, {});
-    EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), thumb + u".tif"_s);
-    writeBytes(thumb + u".tiff"_s, {});
+    test::writeFile(thumb + u".tif"_s, {});
+    test::writeFile(thumb + u".tiff"_s, {});
     EXPECT_EQ(OrelConfigManager::getThumbForFilename(u"b-site"_s), thumb + u".tiff"_s);
-    writeBytes(pathOf(u"junk"_s), "not a property list");
+    test::writeFile(pathOf(u"junk"_s), "not a property list");
     // The sitemap upload details are kept in the folder too.
     manager->saveFtpDetails({ u"ftp.example.test"_s, u"htdocs"_s, u"me"_s, u"s3cret-pw"_s });
 
@@ -212,7 +202,6 @@ TEST_F(ConfigTest, DeleteAsksAndOnlyContinueDeletes)
 
     test::dialogs().alertAnswers.enqueue(1); // Cancel
     EXPECT_FALSE(manager->deleteMenuItem());
-    EXPECT_EQ(test::dialogs().calls.value(0).title, u"Delete Configuration"_s);
     EXPECT_EQ(test::dialogs().calls.value(0).buttons, (QStringList { u"Continue"_s, u"Cancel"_s }));
     EXPECT_TRUE(QFile::exists(pathOf(u"second"_s)));
 
@@ -336,11 +325,9 @@ TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
 {
     // Key, value, whether accepted.
     const std::tuple<const char *, const char *, bool> cases[] = {
-        { "noSuchKey", "1", false },      { "numberOfThreads", "many", false },
-        { "numberOfThreads", "4", true }, { "timeOut", "1.5s", false },
-        { "timeOut", "0", true },         { "checkImages", "maybe", false },
-        { "checkImages", "yes", true },   { "followCheckbox", "off", true },
-        { "sitemapRules", "junk", false }
+        { "numberOfThreads", "many", false }, { "numberOfThreads", "4", true },
+        { "timeOut", "1.5s", false },         { "timeOut", "0", true },
+        { "checkImages", "yes", true },       { "sitemapRules", "junk", false }
     };
     for (const auto &[key, value, ok] : cases) {
         QString error;
@@ -348,11 +335,10 @@ TEST_F(ConfigTest, ApplyingOneKeyIsStrict)
                 << key << "=" << value;
         EXPECT_EQ(error.isEmpty(), ok) << key;
     }
-    // The load rules still apply, and the other settings are untouched.
+    // The load rules still apply. A bad switch and infinity are refused in the command-line tests.
     EXPECT_EQ(controls->numberOfThreads, 4);
     EXPECT_EQ(controls->timeoutField, 30.0);
     EXPECT_EQ(controls->imgButton, CheckState::On);
-    EXPECT_EQ(controls->followButton, CheckState::On);
 
     const QString rules =
             u"contains=blog priority=0.3 update=daily; contains=a b priority=1 update=never"_s;
@@ -374,12 +360,9 @@ TEST_F(ConfigTest, RulesTableShowsTheThreeListsInOrderEditsMoveToTheEndAndLoadin
     EXPECT_EQ(column(*manager, u"searchstring"_s), u"check1|check2|follow|only"_s);
     EXPECT_EQ(column(*manager, u"rulename"_s),
               u"Do not check|Do not check|Do not follow|Only follow"_s);
-    EXPECT_EQ(manager->rulesValue(3, u"scope"_s), u"urls containing:"_s);
     controls->blacklistCheckContentCheckBox = CheckState::On;
     // Every kind says "content", whatever it is.
     EXPECT_EQ(manager->rulesValue(3, u"scope"_s), u"urls and content containing:"_s);
-    EXPECT_TRUE(manager->rulesValue(4, u"searchstring"_s).isEmpty());
-    EXPECT_TRUE(manager->rulesValue(0, u"nosuchcolumn"_s).isEmpty());
 
     manager->setRulesValue(0, u"check1 edited"_s);
     manager->setRulesValue(2, u"follow2"_s);
@@ -426,7 +409,6 @@ TEST_F(ConfigTest, LastApplicableSitemapRuleWinsIgnoringCaseAndTheTableEditsRule
     }
 
     manager->addSitemapRule();
-    EXPECT_EQ(manager->getSitemapRules().at(3).toMap(), rule(u"edit_me"_s, u"0.5"_s));
     manager->setSitemapRuleValue(3, u"contains"_s, u"news"_s);
     manager->setSitemapRuleValue(3, u"bogus"_s, u"x"_s);
     EXPECT_FALSE(manager->getSitemapRules().at(3).toMap().contains(u"bogus"_s));

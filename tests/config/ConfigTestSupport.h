@@ -14,15 +14,8 @@
 #include <QFile>
 
 #include <memory>
-#include <ostream>
 
 using namespace Qt::StringLiterals;
-
-// Readable QString values in failure messages.
-inline void PrintTo(const QString &s, std::ostream *os)
-{
-    *os << '"' << s.toStdString() << '"';
-}
 
 namespace orel::test {
 
@@ -43,20 +36,9 @@ protected:
         return Plist::readFile(path).value_or(QVariant()).toMap();
     }
     static QVariantMap readConfig(const QString &fileName) { return readPlist(pathOf(fileName)); }
-    static QByteArray bytesOf(const QString &fileName)
-    {
-        QFile f(pathOf(fileName));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
     static void writeConfig(const QString &fileName, const QVariantMap &dict)
     {
         ASSERT_TRUE(Plist::writeFile(pathOf(fileName), dict));
-    }
-    static void writeBytes(const QString &path, const QByteArray &bytes)
-    {
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
     }
 
     std::unique_ptr<SettingsControls> controls;

@@ -45,12 +45,7 @@ TEST_F(HubTest, CrawlsALocalSiteBreadthFirstThenRechecksOneLink)
     EXPECT_EQ(found,
               (QStringList { "index.html" + fine, "a.html" + fine, "sub/b.html" + fine,
                              "missing.html: file doesnt exist", "gone.html: file doesnt exist" }));
-    EXPECT_EQ(hub->flatCSV({ "linkurl", "onpageurl" }, true),
-              QString("\"URL\",\"On Page\"\r\"%1missing.html\",\"%1index.html\"\r"
-                      "\"%1gone.html\",\"%1a.html\"\r")
-                      .arg(site));
     EXPECT_EQ(hub->summaryText(), QStringLiteral("5 of 5 links checked, 2 bad"));
-    EXPECT_EQ(hub->getNumberOfThreadsDetached(), 0);
     EXPECT_EQ(hub->getFollowWhitelistArray().last(), root); // the directory limit
 
     // Checking one link again takes it off the count until its answer is in; a link that was bad
@@ -90,7 +85,7 @@ TEST_F(HubTest, CrawlsAnHttpSiteThenRechecksOnlyTheBadLinks)
               "<a href=\"/type/pdf\">pdf</a><a href=\"http://127.0.0.1:1/refused\">refused</a>"
               "<a href=\"/junk.html\">junk</a>");
     writeFile(dir.path() + "/page.html", "<html><body><a href=\"/\">home</a></body></html>");
-    writeFile(dir.path() + "/junk.html", test::garbage());
+    writeFile(dir.path() + "/junk.html", QByteArray("\0\x9f<\xff\x01", 5).repeated(800)); // binary
     test::FixtureServer server(dir.path());
     ASSERT_TRUE(server.isRunning());
     controls.numberOfThreads = 4;

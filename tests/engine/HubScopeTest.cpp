@@ -199,10 +199,8 @@ TEST_F(HubTest, SoftNotFoundAndArchive)
         EXPECT_EQ(hub->performSoft404CheckOnThisUrl(r), soft) << name;
         hub->archivePage(r);
         // Pages too small to be worth keeping are not archived.
-        QFile archived(AppSupport::archiveFolder() + "/" + q(name));
-        const QByteArray none("<none>");
-        EXPECT_EQ(archived.open(QIODevice::ReadOnly) ? archived.readAll() : none,
-                  body.size() > 1 ? body : none)
+        EXPECT_EQ(test::readFile(AppSupport::archiveFolder() + "/" + q(name)),
+                  body.size() > 1 ? body : QByteArray())
                 << name;
     }
 }

@@ -108,22 +108,4 @@ protected:
     }
 };
 
-// Writes files of a small site below a folder (created as needed).
-inline void writeFile(const QString &path, const QByteArray &content)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
-    f.write(content);
-}
-
-// 4 KiB of fixed binary garbage.
-inline QByteArray garbage()
-{
-    QByteArray bytes(4096, '\0');
-    for (int i = 0; i < bytes.size(); ++i)
-        bytes[i] = char((i * 131 + 7) % 256);
-    return bytes;
-}
-
 } // namespace orel::test

@@ -17,7 +17,6 @@ public:
     // Answers the record's questions.
     bool stop_ = false, rechecking = false, ignoreSlash = false, flagBlacklisted = false;
     bool archive = false, soft404Check = false, soft404Answer = false, titles = false;
-    bool highlight = false;
     int linksOnPage = 0;
 
     // Messages received, in order: "incNumberDone", "addToLookup:<key>", ...
@@ -60,12 +59,7 @@ public:
     bool shouldFlagBlacklisted() const override { return flagBlacklisted; }
     double getTimeoutInterval() const override { return 30; }
     bool displayPageTitle() const override { return titles; }
-    bool shouldHighlight() const override { return highlight; }
     int numberOfLinksOnThisPage(const QString &) const override { return linksOnPage; }
-    void highlightBadLinksInSelectedPage(LinkCheckerUrl *) override
-    {
-        note("highlightBadLinksInSelectedPage");
-    }
     void later(std::function<void()> fn) override { posted.push_back(std::move(fn)); }
 };
 

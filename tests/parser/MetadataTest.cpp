@@ -65,10 +65,10 @@ TEST(ParserMetadata, RobotsMarkersCountOnlyInMetaTagsOfTheHeadAndHeadingsOnlyBar
 
 static const QByteArray style = " style = \"S\"";
 
-static std::optional<QByteArray> highlight(OrelParser &p, const char *bad, bool ignoringQS = false)
+static std::optional<QByteArray> highlight(OrelParser &p, const char *bad)
 {
     return p.highlightBadink(QLatin1String(bad), QString::fromLatin1(style),
-                             QStringLiteral("http://s/"), ignoringQS, false);
+                             QStringLiteral("http://s/"), false, false);
 }
 
 TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
@@ -105,14 +105,6 @@ TEST(ParserHighlight, MarksEveryOccurrenceAndInsertsABaseWhenThePageHasNone)
     const auto climbing = highlight(*above, "http://s/../up.html");
     ASSERT_TRUE(climbing);
     EXPECT_TRUE(climbing->contains(QByteArray("<a" + style + " href=\"../up.html\"")));
-
-    // Ignoring the query, a link matches when the bad link contains it.
-    for (bool ignoringQS : { true, false }) {
-        auto q = scan("<base href=\"http://s/\"><a href=\"p.html\">p</a>" + QByteArray(100, ' '));
-        const auto result = highlight(*q, "http://s/p.html?x=1", ignoringQS);
-        ASSERT_TRUE(result);
-        EXPECT_EQ(result->contains(style), ignoringQS);
-    }
 }
 
 TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
@@ -128,12 +120,4 @@ TEST(ParserHighlight, FailsWithoutHeadOrWithoutItsEnd)
         EXPECT_FALSE(highlight(*p, "http://s/x")) << page;
         EXPECT_TRUE(log.contains(QLatin1String(message))) << page;
     }
-}
-
-TEST(ParserHighlight, StyleTextsScaleColourFractions)
-{
-    EXPECT_EQ(OrelParser::borderStyle(QStringLiteral("2px"), QStringLiteral("solid"), 1.0, 0.5, 0),
-              QStringLiteral(" style = \"border:2px solid rgb(255,127,0);\""));
-    EXPECT_EQ(OrelParser::backgroundStyle(0.2, 0.999, 1.0),
-              QStringLiteral(" style = \"background:rgb(51,254,255);\""));
 }

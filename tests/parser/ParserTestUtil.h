@@ -10,15 +10,8 @@
 #include <QStringList>
 
 #include <memory>
-#include <ostream>
 #include <tuple>
 #include <utility>
-
-// Readable strings in test failure messages.
-inline void PrintTo(const QString &s, std::ostream *os)
-{
-    *os << '"' << s.toStdString() << '"';
-}
 
 namespace orel::test {
 

@@ -1,5 +1,5 @@
-// Shared helpers of the tests: the private application-support folder, the scripted dialogs and
-// a log capture; main thread.
+// Shared helpers of the tests: the private application-support folder, the scripted dialogs, a
+// log capture, files and waiting for the event loop; main thread.
 #pragma once
 
 #include "common/Log.h"
@@ -10,9 +10,17 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
+#include <ostream>
 #include <utility>
 #include <vector>
+
+// Readable QString values in failure messages.
+inline void PrintTo(const QString &s, std::ostream *os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
 
 namespace orel::test {
 
@@ -25,6 +33,11 @@ ScriptedDialogs &dialogs();
 void resetDialogs();
 // The source tree (for fixtures and examples).
 QString sourceDir();
+// Writes bytes to a file, making its folders as needed; readFile answers "" when it cannot.
+void writeFile(const QString &path, const QByteArray &bytes);
+QByteArray readFile(const QString &path);
+// Runs the event loop (and deleteLater()) until cond holds; false when ms pass first.
+bool waitFor(const std::function<bool()> &cond, int ms = 10000);
 
 // While it lives, ORRELWICK_HOME is unset and XDG_DATA_HOME and XDG_CACHE_HOME point into a
 // fresh temporary folder ("data" and "cache" below root()), as on a user's machine.
