@@ -7,7 +7,7 @@
 namespace orel {
 
 ByLinkModel::ByLinkModel(LinkViews &views, QObject *parent)
-    : QAbstractItemModel(parent), m_views(views), m_columns(defaultColumns())
+    : OutlineModel(defaultColumns(), parent), m_views(views)
 {
     connect(&views, &LinkViews::rowsAboutToBeInserted, this,
             [this](int first, int last) { beginInsertRows({}, first, last); });
@@ -20,21 +20,6 @@ ByLinkModel::ByLinkModel(LinkViews &views, QObject *parent)
     });
     connect(&views, &LinkViews::aboutToReset, this, [this] { beginResetModel(); });
     connect(&views, &LinkViews::resetDone, this, [this] { endResetModel(); });
-}
-
-QList<TableColumn> ByLinkModel::defaultColumns()
-{
-    return { { QStringLiteral("status"), QStringLiteral("Status"), 110 },
-             { QStringLiteral("linkurl"), QStringLiteral("URL"), 200 },
-             { QStringLiteral("linktext"), QStringLiteral("Link Text"), 200 },
-             { QStringLiteral("onpageurl"), QStringLiteral("On Page / Number of Pages"), 200 } };
-}
-
-void ByLinkModel::setColumns(const QList<TableColumn> &columns)
-{
-    beginResetModel();
-    m_columns = columns;
-    endResetModel();
 }
 
 // A root row's index carries no pointer; a child row's carries its link's record, so that its
@@ -75,21 +60,16 @@ int ByLinkModel::rowCount(const QModelIndex &parent) const
     return m_views.numberOfOccurrences(m_views.rowAt(parent.row()));
 }
 
-int ByLinkModel::columnCount(const QModelIndex &) const
-{
-    return int(m_columns.size());
-}
-
 QVariant ByLinkModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.column() >= m_columns.size())
+    if (!index.isValid() || index.column() >= columnCount())
         return {};
     LinkCheckerUrl *record = recordAt(index);
     if (!record)
         return {};
     const bool child = index.internalPointer() != nullptr;
     if (role == Qt::DisplayRole) {
-        const QString &id = m_columns.at(index.column()).identifier;
+        const QString &id = columnId(index.column());
         if (child)
             return LinkViews::byLinkValue(m_views.occurrence(record, index.row()), id);
         return LinkViews::byLinkValue(record, id);
@@ -101,19 +81,11 @@ QVariant ByLinkModel::data(const QModelIndex &index, int role) const
     return {};
 }
 
-QVariant ByLinkModel::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0
-        || section >= m_columns.size())
-        return {};
-    return m_columns.at(section).title;
-}
-
 void ByLinkModel::sort(int column, Qt::SortOrder order)
 {
-    if (column < 0 || column >= m_columns.size())
+    if (column < 0 || column >= columnCount())
         return;
-    m_views.sortByColumn(m_columns.at(column).identifier, order == Qt::AscendingOrder);
+    m_views.sortByColumn(columnId(column), order == Qt::AscendingOrder);
 }
 
 } // namespace orel

@@ -2,9 +2,8 @@
 // which it appears once the crawl was paused or has finished; main thread.
 #pragma once
 
-#include "reports/TableDescription.h"
+#include "reports/OutlineModel.h"
 
-#include <QAbstractItemModel>
 #include <QList>
 
 namespace orel {
@@ -15,17 +14,11 @@ class LinkViews;
 // A thin adapter over LinkViews: rows come from its index of shown records, cells from its
 // by-link values, and its row announcements become row inserts, removals and dataChanged.
 // Qt::BackgroundRole answers the row's Colour (a QVariant holding orel::Colour) or nothing.
-class ByLinkModel : public QAbstractItemModel
+class ByLinkModel : public OutlineModel
 {
     Q_OBJECT
 public:
     explicit ByLinkModel(LinkViews &views, QObject *parent = nullptr);
-
-    // The outline's columns in display order; the first is the outline column.
-    QList<TableColumn> columns() const { return m_columns; }
-    void setColumns(const QList<TableColumn> &columns);
-    // "Status", "URL", "Link Text" and "On Page / Number of Pages".
-    static QList<TableColumn> defaultColumns();
 
     // The link record of a root row or of a child row's link; nullptr for none.
     LinkCheckerUrl *recordAt(const QModelIndex &index) const;
@@ -33,16 +26,12 @@ public:
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &child) const override;
     int rowCount(const QModelIndex &parent = {}) const override;
-    int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
     // A click on the column's header: the numeric sort for numeric fields, else the text sort.
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
 private:
     LinkViews &m_views;
-    QList<TableColumn> m_columns;
 };
 
 } // namespace orel

@@ -3,7 +3,6 @@
 
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
-#include "reports/ByLinkModel.h"
 #include "reports/LinkViews.h"
 
 namespace orel {
@@ -16,7 +15,7 @@ constexpr quintptr kPageRow = 0;
 } // namespace
 
 ByPageModel::ByPageModel(LinkViews &views, QObject *parent)
-    : QAbstractItemModel(parent), m_views(views), m_columns(defaultColumns())
+    : OutlineModel(defaultColumns(), parent), m_views(views)
 {
     // A crawl changes the pages many times a second; a view needs them a few times.
     m_refreshTimer.setSingleShot(true);
@@ -36,18 +35,6 @@ ByPageModel::ByPageModel(LinkViews &views, QObject *parent)
         endResetModel();
     });
     takePages();
-}
-
-QList<TableColumn> ByPageModel::defaultColumns()
-{
-    return ByLinkModel::defaultColumns();
-}
-
-void ByPageModel::setColumns(const QList<TableColumn> &columns)
-{
-    beginResetModel();
-    m_columns = columns;
-    endResetModel();
 }
 
 void ByPageModel::takePages()
@@ -143,16 +130,11 @@ int ByPageModel::rowCount(const QModelIndex &parent) const
     return int(children(parent.row()).size());
 }
 
-int ByPageModel::columnCount(const QModelIndex &) const
-{
-    return int(m_columns.size());
-}
-
 QVariant ByPageModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.column() >= m_columns.size())
+    if (!index.isValid() || index.column() >= columnCount())
         return {};
-    const QString &id = m_columns.at(index.column()).identifier;
+    const QString &id = columnId(index.column());
     if (index.internalId() == kPageRow)
         return role == Qt::DisplayRole ? QVariant(LinkViews::byPageValue(pageAt(index), id))
                                        : QVariant();
@@ -166,14 +148,6 @@ QVariant ByPageModel::data(const QModelIndex &index, int role) const
             return QVariant::fromValue(*colour);
     }
     return {};
-}
-
-QVariant ByPageModel::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0
-        || section >= m_columns.size())
-        return {};
-    return m_columns.at(section).title;
 }
 
 } // namespace orel

@@ -3,9 +3,8 @@
 // finished; main thread.
 #pragma once
 
-#include "reports/TableDescription.h"
+#include "reports/OutlineModel.h"
 
-#include <QAbstractItemModel>
 #include <QHash>
 #include <QList>
 #include <QStringList>
@@ -23,16 +22,12 @@ class OrelOnPage;
 // may reshuffle, so changes during a crawl are taken as a layout change (rows keep their
 // selection by page), at most once per refresh interval; whole-list changes reset the model.
 // Qt::BackgroundRole of a child answers its link's Colour (a QVariant holding orel::Colour).
-class ByPageModel : public QAbstractItemModel
+class ByPageModel : public OutlineModel
 {
     Q_OBJECT
 public:
     explicit ByPageModel(LinkViews &views, QObject *parent = nullptr);
 
-    QList<TableColumn> columns() const { return m_columns; }
-    void setColumns(const QList<TableColumn> &columns);
-    // The columns of the by-link outline, the URL column showing the page on a page row.
-    static QList<TableColumn> defaultColumns();
     // Takes the views' current pages now, as a layout change.
     void refresh();
 
@@ -44,17 +39,13 @@ public:
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &child) const override;
     int rowCount(const QModelIndex &parent = {}) const override;
-    int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
 
 private:
     void takePages();
     const std::vector<OrelOnPage *> &children(int pageRow) const;
 
     LinkViews &m_views;
-    QList<TableColumn> m_columns;
     QTimer m_refreshTimer;
     QStringList m_pages;
     QHash<QString, int> m_rowOfPage;
