@@ -5,6 +5,11 @@
 #include "FixtureServer.h"
 #include "common/Plist.h"
 #include "links/OrelOnPage.h"
+#include "reports/ByLinkModel.h"
+#include "reports/LinkExports.h"
+#include "reports/ModelOutline.h"
+
+#include <QProcess>
 
 #include <QTemporaryDir>
 
@@ -134,6 +139,44 @@ TEST_F(HubTest, ExportsOfTheTable)
     hub->exportAsCSV(); // no answer queued: cancelled
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList { "out.dot" });
     EXPECT_EQ(test::readFile(dir.filePath("out.dot")), hub->dotText(1000, true, false).toUtf8());
+}
+
+// The outline exports over the by-link model, the graph as Graphviz reads it, and a failed write
+// that leaves the earlier file whole.
+TEST_F(HubTest, OutlineExportsGraphAndFailedWrites)
+{
+    pausedHub();
+    LinkCheckerUrl *home = addPage(QStringLiteral("http://site.test/index.html"));
+    read(home, "<a href=\"a.html\">to a</a><a href=\"a.html\">a again</a>");
+    read(byUrl(QStringLiteral("http://site.test/a.html")), "<a href=\"index.html\">home</a>");
+    ByLinkModel model(hub->views());
+    hub->views().flush(); // the links read reach the model
+    ModelOutline outline(model, model.columns());
+    const QStringList csv = LinkExports::outlineCsvText(outline).split('\r');
+    ASSERT_EQ(csv.size(), 8) << csv.join('|').toStdString(); // header, 3 links, 3 children, ""
+    EXPECT_EQ(csv.at(0), "\"Status\",\"URL\",\"Link Text\",\"On Page / Number of Pages\"");
+    EXPECT_EQ(csv.at(4).toStdString(),
+              "\"200 no error\",\"http://site.test/a.html\",\"\","
+              "\"2 occurrences over more than one page\"");
+    EXPECT_EQ(csv.at(5), "\"\t\",\"\",\"to a\",\"http://site.test/index.html\"");
+    const QString html = LinkExports::outlineHtmlText(outline);
+    EXPECT_TRUE(html.contains("td.alt{background:#f0f0ff;} p{font-family:arial,sans-serif;}</style>"
+                              "<table><tr><table><tr><th class = status>Status</th>"));
+    EXPECT_TRUE(html.endsWith("</table><br /></body></head></html>"));
+
+    QTemporaryDir dir;
+    const QString dot = dir.filePath("site.dot");
+    ASSERT_TRUE(LinkExports::writeExport(dot, hub->dotText(1000, false, true)));
+    QProcess graphviz;
+    graphviz.start("dot", { "-Tsvg", "-o", dir.filePath("site.svg"), dot });
+    ASSERT_TRUE(graphviz.waitForFinished(20000));
+    EXPECT_EQ(graphviz.exitCode(), 0) << graphviz.readAllStandardError().toStdString();
+
+    // A folder where the file should go, or a name too long: the write fails and is logged.
+    ASSERT_TRUE(QDir(dir.path()).mkpath("taken.csv"));
+    EXPECT_FALSE(LinkExports::writeExport(dir.filePath("taken.csv"), "x"));
+    EXPECT_FALSE(LinkExports::writeExport(dir.filePath(QString(300, 'n')), "x"));
+    EXPECT_TRUE(QFileInfo(dir.filePath("taken.csv")).isDir());
 }
 
 TEST_F(HubTest, OutlinesOpenOnlyOncePausedAndFollowEachOccurrence)
