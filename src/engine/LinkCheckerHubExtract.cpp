@@ -184,10 +184,16 @@ void LinkCheckerHub::archivePage(LinkCheckerUrl *record)
 {
     if (!record || record->getData().size() <= 1)
         return;
+    const QString name = archiveFileNameForUrl(record->getActualLinkUrl());
+    if (!isSafeArchiveFileName(name)) {
+        // ".." would leave the archive folder; a name too long cannot be written.
+        log(QStringLiteral("not archiving %1: no file name for it in the archive")
+                    .arg(record->getActualLinkUrl()));
+        return;
+    }
     if (!AppSupport::ensureFolder() || !QDir().mkpath(AppSupport::archiveFolder()))
         return;
-    QSaveFile file(AppSupport::archiveFolder() + QLatin1Char('/')
-                   + archiveFileNameForUrl(record->getActualLinkUrl()));
+    QSaveFile file(AppSupport::archiveFolder() + QLatin1Char('/') + name);
     // A failed write only loses the copy; the crawl goes on.
     if (file.open(QIODevice::WriteOnly)) {
         file.write(record->getData());

@@ -16,4 +16,13 @@ QString archiveFileNameForUrl(const QString &actualUrl)
     return name;
 }
 
+bool isSafeArchiveFileName(const QString &name)
+{
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+        return false;
+    if (name.contains(QLatin1Char('/')) || name.contains(QChar(0)))
+        return false;
+    return name.toUtf8().size() <= 255; // NAME_MAX of the usual Linux file systems
+}
+
 } // namespace orel

@@ -9,4 +9,8 @@ namespace orel {
 // nothing), with every "/" written as "%2F".
 QString archiveFileNameForUrl(const QString &actualUrl);
 
+// Whether a name from archiveFileNameForUrl() names a file inside the archive folder that the
+// file system can hold: not empty, not "." or "..", no "/" or NUL, at most 255 bytes.
+bool isSafeArchiveFileName(const QString &name);
+
 } // namespace orel

@@ -3,6 +3,7 @@
 #include "HubTestSupport.h"
 
 #include "common/AppSupport.h"
+#include "common/Log.h"
 
 using namespace orel;
 using orel::test::HubTest;
@@ -203,6 +204,16 @@ TEST_F(HubTest, SoftNotFoundAndArchive)
                   body.size() > 1 ? body : QByteArray())
                 << name;
     }
+    // A page whose name would climb out of the archive is logged and skipped.
+    QStringList lines;
+    setLogSink([&](const QString &line) { lines.append(line); });
+    LinkCheckerUrl *up = addPage("http://site.test/..");
+    up->setData("<p>above</p>");
+    hub->archivePage(up);
+    setLogSink({});
+    EXPECT_EQ(up->getActualLinkUrl(), "http://site.test/..");
+    EXPECT_EQ(QDir(AppSupport::archiveFolder()).entryList(QDir::Files), QStringList { "r.html" });
+    EXPECT_EQ(lines.filter("not archiving").size(), 1) << lines.join('\n').toStdString();
 }
 
 TEST_F(HubTest, RelativeHrefsResolvePerPageAndFolder)

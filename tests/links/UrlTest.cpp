@@ -131,6 +131,12 @@ TEST(ArchiveName, PathAfterHostWithSlashesEscaped)
     for (const auto &[url, name] : cases)
         EXPECT_EQ(archiveFileNameForUrl(QString::fromLatin1(url)), QString::fromLatin1(name))
                 << url;
+    // Names that would leave the folder or that no file system takes.
+    for (const QString &url : { QStringLiteral("http://h/.."), QStringLiteral("http://h/."),
+                                QString("http://h/" + QString(256, 'a')), QStringLiteral("x") })
+        EXPECT_FALSE(isSafeArchiveFileName(archiveFileNameForUrl(url))) << url.toStdString();
+    EXPECT_TRUE(
+            isSafeArchiveFileName(archiveFileNameForUrl(QString("http://h/" + QString(255, 'a')))));
 }
 
 TEST(ReasonPhrase, StatusTexts)
