@@ -48,6 +48,7 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
 
 LinkCheckerHub::~LinkCheckerHub()
 {
+    resultsWillChange(ResultsChange::Discard);
     ++m_generation;
     m_seo->clear();
     // Connections still running would call back into records that are about to go.
@@ -81,6 +82,7 @@ void LinkCheckerHub::go(const QString &senderTitle)
 
 void LinkCheckerHub::go()
 {
+    resultsWillChange(ResultsChange::Discard);
     ++m_generation;
     m_summaryWords.clear();
     m_numberOfThreadsDetached = 0;
@@ -198,6 +200,7 @@ void LinkCheckerHub::continueCrawl()
 {
     if (m_crawlFinished)
         return; // nothing is left to continue
+    resultsWillChange(ResultsChange::Update);
     m_stopPressed = false;
     m_seo->setStopPressed(false);
     enterRunningState();
@@ -229,6 +232,7 @@ void LinkCheckerHub::emergencyMemoryStop()
 
 void LinkCheckerHub::reCheckBadItems()
 {
+    resultsWillChange(ResultsChange::Update);
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
     m_rechecking = true;
@@ -252,6 +256,7 @@ void LinkCheckerHub::reCheckBadItems()
 
 void LinkCheckerHub::reCheckCurrentItem()
 {
+    resultsWillChange(ResultsChange::Update);
     --m_numberDone;
     countBadCollection();
     setCountText(summaryText());

@@ -32,6 +32,7 @@ int LinkCheckerHub::loadLinkList(const QString &path)
     if (!root)
         return 0;
     const QVariantList list = root->toMap().value(QStringLiteral("linkcheckerUrls")).toList();
+    resultsWillChange(ResultsChange::Update);
     int added = 0;
     for (const QVariant &element : list) {
         const QVariantMap fields = element.toMap();

@@ -1,6 +1,8 @@
 // A colour as the views and the HTML renderers use it (components 0..1); any thread.
 #pragma once
 
+#include <QMetaType>
+
 namespace orel {
 
 // Plain value type so that the core needs no GUI module; the GUI converts to and from QColor.
@@ -15,3 +17,6 @@ struct Colour
 };
 
 } // namespace orel
+
+// Carried in a QVariant by the item models (see FlatListModel).
+Q_DECLARE_METATYPE(orel::Colour)

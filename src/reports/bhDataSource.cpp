@@ -100,6 +100,13 @@ void bhDataSource::clear()
     ++m_orderGeneration;
 }
 
+void bhDataSource::adoptCollection(std::vector<OrelDataObject *> items, qint32 highestId)
+{
+    bhDataSource::clear();
+    m_collection = std::move(items);
+    m_highestId = highestId;
+}
+
 void bhDataSource::deleteItem(OrelDataObject *item)
 {
     const auto firstRemoved = std::remove(m_collection.begin(), m_collection.end(), item);

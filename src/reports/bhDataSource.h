@@ -127,6 +127,12 @@ public:
 protected:
     // Runs fn on the main thread later, without waiting; dropped when this source is gone.
     void postToMainThread(std::function<void()> fn);
+    // For sources that build their rows elsewhere (on another thread): the collection becomes
+    // items, which live elsewhere and are only referenced, with the ids they carry; highestId is
+    // as told. Whatever the source held before is cleared as by clear().
+    void adoptCollection(std::vector<OrelDataObject *> items, qint32 highestId);
+    // The collection itself, for sources that reorder it in place.
+    std::vector<OrelDataObject *> &collection() { return m_collection; }
 
 private:
     int indexOf(const OrelDataObject *item) const;
