@@ -1,9 +1,10 @@
 #include "common/Plist.h"
 
+#include "common/AtomicFile.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QTimeZone>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
@@ -424,19 +425,12 @@ QByteArray write(const QVariant &root)
 
 bool writeFile(const QString &path, const QVariant &root, QString *error)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        if (error)
-            *error = QStringLiteral("%1: %2").arg(path, file.errorString());
-        return false;
-    }
-    const QByteArray bytes = write(root);
-    if (file.write(bytes) != bytes.size() || !file.commit()) {
-        if (error)
-            *error = QStringLiteral("%1: %2").arg(path, file.errorString());
-        return false;
-    }
-    return true;
+    QString why;
+    if (writeFileAtomically(path, write(root), &why))
+        return true;
+    if (error)
+        *error = QStringLiteral("%1: %2").arg(path, why);
+    return false;
 }
 
 } // namespace orel::Plist

@@ -5,6 +5,7 @@
 #include "common/UrlParts.h"
 
 #include "common/AppSupport.h"
+#include "common/AtomicFile.h"
 #include "common/Dialogs.h"
 #include "common/Localize.h"
 #include "common/Log.h"
@@ -18,7 +19,6 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QUrl>
 
 namespace orel {
@@ -193,12 +193,8 @@ void LinkCheckerHub::archivePage(LinkCheckerUrl *record)
     }
     if (!AppSupport::ensureFolder() || !QDir().mkpath(AppSupport::archiveFolder()))
         return;
-    QSaveFile file(AppSupport::archiveFolder() + QLatin1Char('/') + name);
     // A failed write only loses the copy; the crawl goes on.
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(record->getData());
-        file.commit();
-    }
+    writeFileAtomically(AppSupport::archiveFolder() + QLatin1Char('/') + name, record->getData());
 }
 
 void LinkCheckerHub::saveArchive()

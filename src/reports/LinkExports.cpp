@@ -2,6 +2,7 @@
 // occurrence, plain text, HTML and a Graphviz graph of the internal pages.
 #include "reports/LinkExports.h"
 
+#include "common/AtomicFile.h"
 #include "common/Dialogs.h"
 #include "common/Log.h"
 #include "common/UrlParts.h"
@@ -12,7 +13,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QSet>
 
 #include <cstdio>
@@ -205,11 +205,11 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
             *error = QStringLiteral("cannot write %1: %2").arg(path, device.errorString());
         return false;
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    QString why;
+    if (!writeFileAtomically(path, bytes, &why)) {
         log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
         if (error)
-            *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+            *error = QStringLiteral("cannot write %1: %2").arg(path, why);
         return false;
     }
     return true;
@@ -351,9 +351,7 @@ bool LinkExports::saveExport(const QString &fileType, const std::function<QStrin
 
 bool LinkExports::writeExport(const QString &path, const QString &text)
 {
-    QSaveFile file(path);
-    const QByteArray bytes = text.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    if (!writeFileAtomically(path, text.toUtf8())) {
         log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
         return false;
     }

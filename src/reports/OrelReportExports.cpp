@@ -2,13 +2,12 @@
 // built whole in memory and written atomically as UTF-8.
 #include "reports/OrelReportDataSource.h"
 
+#include "common/AtomicFile.h"
 #include "common/Dialogs.h"
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/ExportProgress.h"
-
-#include <QSaveFile>
 
 namespace orel {
 
@@ -128,12 +127,7 @@ bool OrelReportDataSource::writeExport(const QString &text, const QString &fileT
             Dialogs::current().savePanel(fileType, QString(), QString());
     if (!path || path->isEmpty())
         return false;
-    QSaveFile file(*path);
-    const QByteArray bytes = text.toUtf8();
-    // Flushed before the commit: a write failing while the commit empties the buffer (a full
-    // disk, a size limit) goes unreported and would replace the file with a truncated one.
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush()
-        || !file.commit()) {
+    if (!writeFileAtomically(*path, text.toUtf8())) {
         log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(*path));
         return false;
     }
