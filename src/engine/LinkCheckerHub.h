@@ -11,6 +11,7 @@
 #include "reports/LinkResults.h"
 #include "reports/LinkViews.h"
 #include "reports/LocateReport.h"
+#include "reports/OrelReportDataSource.h"
 #include "reports/bhDataSource.h"
 
 #include <QHash>
@@ -183,11 +184,15 @@ public:
     // ---- Views (the link views and their exports; see LinkViews and LinkExports) ------------
     LinkViews &views() { return *m_views; }
     LinkExports &exports() { return *m_exports; }
+    // The flat list of every occurrence, made on first use; from then on it is rebuilt in the
+    // background after each pause and at the end of each run, and follows the search text and
+    // the bad-links-only switch.
+    OrelReportDataSource &report();
     bool badLinksOnly() const { return m_views->badLinksOnly(); }
-    void setBadLinksOnly(bool on) { m_views->setBadLinksOnly(on); }
+    void setBadLinksOnly(bool on);
     void setSearchText(const QString &text) { m_views->setSearchText(text); }
     void setLinksFilterTag(int tag) { m_views->setLinksFilterTag(tag); }
-    void filter() { m_views->filter(); }
+    void filter();
     OrelDataObject *getnthItem(int index) override { return m_views->getnthItem(index); }
     OrelDataObject *getnthVisibleItem(int n) override { return m_views->getnthVisibleItem(n); }
     LinkCheckerUrl *getnthofAllItems(int index) const { return recordAt(index); }
@@ -197,7 +202,7 @@ public:
     }
     // Reloads of the view are coalesced: many pages read in one pass cause one reload.
     void reloadData() override;
-    QString showHideGoodLinks() { return m_views->showHideGoodLinks(); }
+    QString showHideGoodLinks();
     int numberOfOccurrences(LinkCheckerUrl *record) const
     {
         return m_views->numberOfOccurrences(record);
@@ -300,6 +305,17 @@ public:
     void openLocalFile();
 
     // ---- Exports (see LinkExports) --------------------------------------------------------
+    // The views the export menu renders for the by-link ("1") and by-page ("4") tabs; not owned.
+    void setOutlineViews(TableDescription *byLink, TableDescription *byPage)
+    {
+        m_byLinkOutline = byLink;
+        m_byPageOutline = byPage;
+    }
+    // The export menu: by the selected tab, the by-link outline ("1"), the flat list ("2") or
+    // the by-page outline ("4"). A tree view has no tab-delimited form: an alert says so.
+    void exportAsCSVMenuItem(const QString &tab);
+    void exportAsHTMLMenuItem(const QString &tab);
+    void exportAsTDLMenuItem(const QString &tab);
     static QString flatColumnTitle(const QString &identifier)
     {
         return LinkExports::flatColumnTitle(identifier);
@@ -484,6 +500,9 @@ private:
 
     std::unique_ptr<LinkViews> m_views;
     std::unique_ptr<LinkExports> m_exports;
+    std::unique_ptr<OrelReportDataSource> m_report;
+    TableDescription *m_byLinkOutline = nullptr;
+    TableDescription *m_byPageOutline = nullptr;
 };
 
 } // namespace orel

@@ -1,6 +1,9 @@
-// The crawl controller's view and export operations, which the link views and their exports
-// carry out, and the coalesced reload of its views.
+// The crawl controller's coalesced reload of its views, and what its view operations tell the
+// flat list.
 #include "engine/LinkCheckerHub.h"
+
+#include "common/Dialogs.h"
+#include "common/Localize.h"
 
 namespace orel {
 
@@ -14,6 +17,74 @@ void LinkCheckerHub::reloadData()
         if (TableDescription *view = getTableView())
             view->reloadData();
     });
+}
+
+OrelReportDataSource &LinkCheckerHub::report()
+{
+    if (!m_report) {
+        m_report = std::make_unique<OrelReportDataSource>(m_controls);
+        m_report->setColourProvider([this](int colourClass) { return classColour(colourClass); });
+        m_report->setBadLinksOnly(m_views->badLinksOnly());
+        connect(this, &LinkCheckerHub::reportRequested, m_report.get(),
+                [this] { m_report->requestReport(*this); });
+    }
+    return *m_report;
+}
+
+void LinkCheckerHub::setBadLinksOnly(bool on)
+{
+    m_views->setBadLinksOnly(on);
+    if (m_report)
+        m_report->setBadLinksOnly(on);
+}
+
+QString LinkCheckerHub::showHideGoodLinks()
+{
+    const QString label = m_views->showHideGoodLinks();
+    if (m_report)
+        m_report->setBadLinksOnly(m_views->badLinksOnly());
+    return label;
+}
+
+void LinkCheckerHub::filter()
+{
+    m_views->filter();
+    // The flat list takes the same search text with its own link-type filter.
+    if (m_report)
+        m_report->filter(m_views->searchText(), m_report->filterTag());
+}
+
+void LinkCheckerHub::exportAsCSVMenuItem(const QString &tab)
+{
+    if (tab == QLatin1String("2"))
+        report().exportAsFlatCSV();
+    else if (TableDescription *outline = tab == QLatin1String("1") ? m_byLinkOutline
+                     : tab == QLatin1String("4")                   ? m_byPageOutline
+                                                                   : nullptr)
+        LinkExports::exportAsCSVFromOutlineView(*outline);
+}
+
+void LinkCheckerHub::exportAsHTMLMenuItem(const QString &tab)
+{
+    if (tab == QLatin1String("2"))
+        report().exportAsHTML();
+    else if (TableDescription *outline = tab == QLatin1String("1") ? m_byLinkOutline
+                     : tab == QLatin1String("4")                   ? m_byPageOutline
+                                                                   : nullptr)
+        LinkExports::exportAsHTMLFromOutlineView(*outline);
+}
+
+void LinkCheckerHub::exportAsTDLMenuItem(const QString &tab)
+{
+    if (tab == QLatin1String("1"))
+        exportAsTDL();
+    else if (tab == QLatin1String("2"))
+        report().exportAsFlatTDL();
+    else if (tab == QLatin1String("4"))
+        Dialogs::current().alert(localized("Export CSV"),
+                                 localized("It's currently not possible to export tree view to "
+                                           "TDL. Suggest switching to flat view before exporting."),
+                                 { localized("OK") });
 }
 
 } // namespace orel

@@ -1,10 +1,53 @@
 // The by-link outline as an item model.
 #include "reports/ByLinkModel.h"
 
+#include "common/Log.h"
+#include "common/UserDefaults.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/LinkViews.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace orel {
+
+namespace {
+
+struct OptionalColumn
+{
+    const char *title;
+    const char *identifier;
+    double width;
+};
+
+constexpr OptionalColumn kOptionalColumns[] = {
+    { "Redirected To", "redir", 200 },  { "Link Text", "linktext", 200 },
+    { "Time Stamp", "timestamp", 200 }, { "Distance", "distance", 200 },
+    { "Nofollow", "nofollow", 100 },
+};
+
+// The check box of each column the outline can show, by its user-default key.
+constexpr std::pair<const char *, const char *> kColumnKeys[] = {
+    { "Status", "TilleryByLinkViewColsStatus" },
+    { "URL", "TilleryByLinkViewColsLinkurl" },
+    { "Redirected To", "TilleryByLinkViewColsRedir" },
+    { "Link Text", "TilleryByLinkViewColsLinkText" },
+    { "On Page / Number of Pages", "TilleryByLinkViewColsOnPage" },
+    { "Time Stamp", "TilleryByLinkViewColsTimeStamp" },
+    { "Distance", "TilleryByLinkViewColsDistance" },
+    { "Nofollow", "TilleryByLinkViewColsNofollow" },
+};
+
+const OptionalColumn *optionalColumn(const QString &title)
+{
+    for (const OptionalColumn &c : kOptionalColumns) {
+        if (title == QLatin1String(c.title))
+            return &c;
+    }
+    return nullptr;
+}
+
+} // namespace
 
 ByLinkModel::ByLinkModel(LinkViews &views, QObject *parent)
     : OutlineModel(defaultColumns(), parent), m_views(views)
@@ -20,6 +63,50 @@ ByLinkModel::ByLinkModel(LinkViews &views, QObject *parent)
     });
     connect(&views, &LinkViews::aboutToReset, this, [this] { beginResetModel(); });
     connect(&views, &LinkViews::resetDone, this, [this] { endResetModel(); });
+}
+
+bool ByLinkModel::addColumnWithTitle(const QString &title)
+{
+    const OptionalColumn *c = optionalColumn(title);
+    QList<TableColumn> shown = columns();
+    if (!c || std::any_of(shown.cbegin(), shown.cend(), [&](const TableColumn &t) {
+            return t.title == title;
+        }))
+        return false;
+    shown.append(TableColumn { QLatin1String(c->identifier), QLatin1String(c->title), c->width });
+    setColumns(shown);
+    return true;
+}
+
+bool ByLinkModel::removeColumnWithTitle(const QString &title)
+{
+    const OptionalColumn *c = optionalColumn(title);
+    if (!c)
+        return false;
+    log(QStringLiteral("removing column"));
+    QList<TableColumn> shown = columns();
+    if (shown.removeIf(
+                [&](const TableColumn &t) { return t.identifier == QLatin1String(c->identifier); })
+        == 0)
+        return false;
+    setColumns(shown);
+    return true;
+}
+
+void ByLinkModel::alterTableColumns(const QString &title, bool on)
+{
+    if (on)
+        addColumnWithTitle(title);
+    else
+        removeColumnWithTitle(title);
+}
+
+void ByLinkModel::applyColumnDefaults()
+{
+    for (const auto &[title, key] : kColumnKeys) {
+        if (UserDefaults::contains(QLatin1String(key)))
+            alterTableColumns(QLatin1String(title), UserDefaults::boolValue(QLatin1String(key)));
+    }
 }
 
 // A root row's index carries no pointer; a child row's carries its link's record, so that its

@@ -20,6 +20,17 @@ class ByLinkModel : public OutlineModel
 public:
     explicit ByLinkModel(LinkViews &views, QObject *parent = nullptr);
 
+    // Column choices by title. Only the five optional columns ("Redirected To", "Link Text",
+    // "Time Stamp", "Distance", "Nofollow") can be added or removed; any other title, "Status"
+    // included, is ignored. Answers whether the columns changed.
+    bool addColumnWithTitle(const QString &title);
+    bool removeColumnWithTitle(const QString &title);
+    // A column's check box switched: adds the column when on, removes it when off.
+    void alterTableColumns(const QString &title, bool on);
+    // At start: each column whose check box key ("TilleryByLinkViewColsStatus" ...) exists in
+    // the user defaults is removed when off, or added when on.
+    void applyColumnDefaults();
+
     // The link record of a root row or of a child row's link; nullptr for none.
     LinkCheckerUrl *recordAt(const QModelIndex &index) const;
 

@@ -5,6 +5,7 @@
 #include "FixtureServer.h"
 #include "reports/ByLinkModel.h"
 #include "reports/ByPageModel.h"
+#include "common/UserDefaults.h"
 #include "links/OrelOnPage.h"
 #include "reports/LinkViews.h"
 
@@ -201,4 +202,62 @@ TEST_F(LinkModelsTest, ByPageFollowsTheCrawlAndShowsRepeatedLinksOnce)
     expectPagesMatchHub();
     EXPECT_EQ(model.rowCount(), 12);
     EXPECT_TRUE(g_modelFailures.isEmpty()) << g_modelFailures.join('\n').toStdString();
+}
+
+// Only the five optional columns come and go; the user defaults switch them at start.
+TEST_F(LinkModelsTest, ByLinkColumnsByTitleAndFromTheDefaults)
+{
+    newHub();
+    ByLinkModel model(hub->views());
+    const auto titles = [&] {
+        QStringList out;
+        for (const TableColumn &c : model.columns())
+            out.append(c.title + ':' + c.identifier);
+        return out.join(' ');
+    };
+    const std::tuple<const char *, bool, const char *> steps[] = {
+        { "Status", false,
+          "Status:status URL:linkurl Link Text:linktext On Page / Number of "
+          "Pages:onpageurl" },
+        { "Link Text", false, "Status:status URL:linkurl On Page / Number of Pages:onpageurl" },
+        { "Nofollow", true,
+          "Status:status URL:linkurl On Page / Number of Pages:onpageurl "
+          "Nofollow:nofollow" },
+        { "Nofollow", true,
+          "Status:status URL:linkurl On Page / Number of Pages:onpageurl "
+          "Nofollow:nofollow" },
+        { "URL", false,
+          "Status:status URL:linkurl On Page / Number of Pages:onpageurl "
+          "Nofollow:nofollow" },
+    };
+    for (const auto &[title, on, expected] : steps) {
+        model.alterTableColumns(title, on);
+        EXPECT_EQ(titles(), expected) << title;
+    }
+    EXPECT_EQ(model.columns().last().width, 100);
+
+    UserDefaults::setValue("TilleryByLinkViewColsNofollow", false);
+    UserDefaults::setValue("TilleryByLinkViewColsDistance", true);
+    UserDefaults::setValue("TilleryByLinkViewColsStatus", false);
+    model.applyColumnDefaults();
+    EXPECT_EQ(titles(),
+              "Status:status URL:linkurl On Page / Number of Pages:onpageurl "
+              "Distance:distance");
+    EXPECT_TRUE(g_modelFailures.isEmpty());
+}
+
+// The export menu by tab: the flat list's own exports, and no tab-delimited tree.
+TEST_F(LinkModelsTest, ExportMenuByTab)
+{
+    pausedHub();
+    read(addPage("http://site.test/index.html"), "<a href=\"a.html\">a</a>");
+    hub->report().doReport(*hub);
+    QTemporaryDir dir;
+    test::dialogs().panelAnswers.enqueue(dir.filePath("flat.csv"));
+    hub->exportAsCSVMenuItem("2");
+    EXPECT_EQ(test::readFile(dir.filePath("flat.csv")), hub->report().flatCSVText().toUtf8());
+    hub->exportAsTDLMenuItem("4");
+    ASSERT_EQ(test::dialogs().countCalls("alert"), 1);
+    EXPECT_EQ(test::dialogs().calls.last().title, "Export CSV");
+    EXPECT_EQ(test::dialogs().countCalls("save"), 1);
 }
