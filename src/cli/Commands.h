@@ -10,5 +10,6 @@ namespace orel::cli {
 QString usage();
 int runConfigCommand(const QStringList &args); // args after "config"
 int runCrawlCommand(const QStringList &args); // args after "crawl"
+int runRecheckCommand(const QStringList &args); // args after "recheck"
 
 } // namespace orel::cli

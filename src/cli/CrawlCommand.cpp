@@ -1,9 +1,12 @@
-// "orrelwick-cli crawl": one crawl run without a window. Settings come from a configuration
-// file or a saved configuration, then from --set, then the URL argument; the results go to a
-// flat CSV file and the summary line to standard output.
+// "orrelwick-cli crawl": one crawl run without a window, and "orrelwick-cli recheck": the bad
+// links of a saved link list fetched again. Settings come from a configuration file or a saved
+// configuration, then from --set, then the URL argument; the results go to the export files
+// asked for and the summary line to standard output.
 #include "Commands.h"
+#include "ResultExports.h"
 
 #include "common/Log.h"
+#include "common/ScriptedDialogs.h"
 #include "common/SettingsControls.h"
 #include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
@@ -51,6 +54,7 @@ struct Options
     bool badOnly = false;
     bool quiet = false;
     bool verbose = false;
+    ExportOptions exports;
 };
 
 // Answers an error text, or a null string when the arguments are understood.
@@ -97,6 +101,8 @@ QString parse(const QStringList &args, Options &o)
                                              QLatin1Char(',')));
                 }
             }
+        } else if (parseExportOption(args, i, o.exports, err)) {
+            // taken
         } else if (a == QLatin1String("--bad-only")) {
             o.badOnly = true;
         } else if (a == QLatin1String("--quiet") || a == QLatin1String("-q")) {
@@ -195,7 +201,7 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
     if (!o.flatCsv.isEmpty() && o.flatCsv != QLatin1String("-")
         && !QFileInfo(o.flatCsv).absoluteDir().exists())
         return QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv);
-    return {};
+    return checkExports(o.exports);
 }
 
 struct RunOutcome
@@ -277,9 +283,9 @@ void watchForStall(QTimer &watchdog, LinkCheckerHub &hub, QEventLoop &loop, RunO
     watchdog.start();
 }
 
-// The crawl from go() until it finishes, runs out of memory, stalls or is interrupted; with a
-// progress line on stderr when asked for.
-RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress)
+// The crawl from start() (go() or a re-check) until it finishes, runs out of memory, stalls or
+// is interrupted; with a progress line on stderr when asked for.
+RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::function<void()> &start)
 {
     RunOutcome outcome;
     QEventLoop loop;
@@ -305,7 +311,7 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress)
         progressTimer.start();
     }
 
-    hub.go();
+    start();
     if (!hub.isCrawlFinished())
         loop.exec();
     if (progress)
@@ -313,50 +319,99 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress)
     return outcome;
 }
 
-} // namespace
-
-int runCrawlCommand(const QStringList &args)
+// After the run: the flat CSV, the other exports, the summary line; then the process ends with
+// the run's exit status.
+[[noreturn]] void finishRun(LinkCheckerHub &hub, const Options &o, const RunOutcome &outcome)
 {
-    Options o;
-    if (const QString err = parse(args, o); !err.isNull())
-        return fail(err);
-    if (!o.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
-
-    SettingsControls controls;
-    OrelConfigManager manager(&controls);
-    if (const QString err = loadSettings(o, manager, controls); !err.isNull())
-        return fail(err);
-    if (const QString err = checkBeforeCrawl(o, controls); !err.isNull())
-        return fail(err);
-
-    LinkCheckerHub hub(&controls, &manager);
-    const RunOutcome outcome = crawlUntilDone(hub, !o.quiet && ::isatty(STDERR_FILENO));
     if (outcome.stalled)
         QTextStream(stderr) << "orrelwick-cli: no transfer left running; crawl paused\n";
-
     const int bad = hub.countBadCollection();
-    if (!o.flatCsv.isEmpty()) {
-        QString error;
-        try {
-            if (!hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error))
-                return fail(error);
-        } catch (const std::bad_alloc &) {
-            return fail(QStringLiteral("out of memory while writing %1").arg(o.flatCsv));
-        }
+    QString error;
+    try {
+        if (!o.flatCsv.isEmpty())
+            hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error);
+        if (error.isNull())
+            error = writeExports(hub, o.exports, o.badOnly);
+    } catch (const std::bad_alloc &) {
+        error = QStringLiteral("out of memory while writing the results");
     }
     const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
     QTextStream(stdout) << summary << (outcome.interrupted ? " (interrupted)" : "") << "\n";
     if (hub.stoppedForMemory())
         QTextStream(stderr) << "orrelwick-cli: out of memory: crawl stopped, the links found so "
                                "far are written\n";
+    if (!error.isNull())
+        QTextStream(stderr) << "orrelwick-cli: " << error << "\n";
 
     // Everything is written; tearing down a large crawl's records one by one would only cost
     // time, so the process ends here.
     UserDefaults::sync();
     std::fflush(stdout);
     std::fflush(stderr);
-    std::_Exit(hub.stoppedForMemory() ? 2 : bad > 0 ? 1 : 0);
+    std::_Exit(hub.stoppedForMemory() || !error.isNull() ? 2 : bad > 0 ? 1 : 0);
+}
+
+// Options shared by crawl and recheck; answers an error text or a null string.
+QString prepare(const QStringList &args, Options &o, OrelConfigManager &manager,
+                SettingsControls &controls, ScriptedDialogs &dialogs)
+{
+    if (const QString err = parse(args, o); !err.isNull())
+        return err;
+    if (!o.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
+    if (const QString err = loadSettings(o, manager, controls); !err.isNull())
+        return err;
+    // Pages are archived during the run and copied into the folder at its end.
+    if (!o.exports.archiveDir.isEmpty()) {
+        controls.archiveButton = CheckState::On;
+        dialogs.panelAnswers.enqueue(QFileInfo(o.exports.archiveDir).absoluteFilePath());
+    }
+    Dialogs::install(&dialogs);
+    return {};
+}
+
+} // namespace
+
+int runCrawlCommand(const QStringList &args)
+{
+    Options o;
+    SettingsControls controls;
+    OrelConfigManager manager(&controls);
+    ScriptedDialogs dialogs;
+    if (const QString err = prepare(args, o, manager, controls, dialogs); !err.isNull())
+        return fail(err);
+    if (const QString err = checkBeforeCrawl(o, controls); !err.isNull())
+        return fail(err);
+
+    LinkCheckerHub hub(&controls, &manager);
+    const bool progress = !o.quiet && ::isatty(STDERR_FILENO);
+    RunOutcome outcome = crawlUntilDone(hub, progress, [&] { hub.go(); });
+    if (o.exports.recheckBad && hub.isCrawlFinished() && !outcome.interrupted)
+        outcome = crawlUntilDone(hub, progress, [&] { hub.reCheckBadItems(); });
+    finishRun(hub, o, outcome);
+}
+
+int runRecheckCommand(const QStringList &args)
+{
+    Options o;
+    SettingsControls controls;
+    OrelConfigManager manager(&controls);
+    ScriptedDialogs dialogs;
+    if (const QString err = prepare(args, o, manager, controls, dialogs); !err.isNull())
+        return fail(err);
+    // The URL argument is the saved link list.
+    const QString list = o.url;
+    if (list.isEmpty())
+        return fail(QStringLiteral("recheck needs a saved link list (FILE.plist)"));
+    if (const QString err = checkExports(o.exports); !err.isNull())
+        return fail(err);
+    LinkCheckerHub hub(&controls, &manager);
+    if (!QFileInfo(list).isFile() || hub.loadLinkList(list) == 0)
+        return fail(QStringLiteral("no links read from \"%1\"").arg(list));
+    hub.adoptLoadedRecords();
+    const RunOutcome outcome = crawlUntilDone(hub, !o.quiet && ::isatty(STDERR_FILENO),
+                                              [&] { hub.reCheckBadItems(); });
+    finishRun(hub, o, outcome);
 }
 
 } // namespace orel::cli

@@ -1,25 +1,39 @@
 #include "Commands.h"
+#include "ResultExports.h"
 
 namespace orel::cli {
 
 QString usage()
 {
     return QStringLiteral(
-            "usage: orrelwick-cli --version\n"
-            "       orrelwick-cli config list\n"
-            "       orrelwick-cli config show NAME\n"
-            "       orrelwick-cli config export NAME FILE.lcsettings\n"
-            "       orrelwick-cli config import FILE.lcsettings\n"
-            "       orrelwick-cli crawl [URL] [--config FILE | --config-name NAME]\n"
-            "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns ID,...]\n"
-            "                     [--bad-only]] [--quiet | --verbose]\n"
-            "\n"
-            "crawl exits 0 when no bad link was found, 1 when bad links were found, 2 on a usage,\n"
-            "configuration or start error and when memory ran out (what was found is written).\n"
-            "--set takes a settings key (checkImages=YES) or a\n"
-            "control name (linksLimit=5000, soft404Terms=not found|page missing).\n"
-            "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, distance,\n"
-            "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");
+                   "usage: orrelwick-cli --version\n"
+                   "       orrelwick-cli config list\n"
+                   "       orrelwick-cli config show NAME\n"
+                   "       orrelwick-cli config export NAME FILE.lcsettings\n"
+                   "       orrelwick-cli config import FILE.lcsettings\n"
+                   "       orrelwick-cli crawl [URL] [--config FILE | --config-name NAME]\n"
+                   "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
+                   "ID,...]]\n"
+                   "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
+            + exportUsage()
+            + QStringLiteral(
+                    "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
+                    "\n"
+                    "crawl exits 0 when no bad link was found, 1 when bad links were found, 2 on a "
+                    "usage,\n"
+                    "configuration or start error, when a result could not be written and when "
+                    "memory\n"
+                    "ran out (what was found is written). recheck fetches the bad links of a "
+                    "saved\n"
+                    "link list again and exits the same way.\n"
+                    "--view picks what --csv and --html render: the links with their pages (link), "
+                    "every\n"
+                    "occurrence (flat, the default) or the pages with their links (page).\n"
+                    "--set takes a settings key (checkImages=YES) or a\n"
+                    "control name (linksLimit=5000, soft404Terms=not found|page missing).\n"
+                    "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, "
+                    "distance,\n"
+                    "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");
 }
 
 } // namespace orel::cli

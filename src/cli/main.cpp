@@ -1,4 +1,4 @@
-// The command-line front end: dispatches to the config and crawl commands.
+// The command-line front end: dispatches to the config, crawl and recheck commands.
 #include "Commands.h"
 
 #include "common/HeapTuning.h"
@@ -65,6 +65,8 @@ int main(int argc, char *argv[])
         return orel::cli::runConfigCommand(args);
     if (command == QLatin1String("crawl"))
         return orel::cli::runCrawlCommand(args);
+    if (command == QLatin1String("recheck"))
+        return orel::cli::runRecheckCommand(args);
     QTextStream(stderr) << "orrelwick-cli: unknown command \"" << command
                         << "\" (try orrelwick-cli --help)\n";
     return 2;

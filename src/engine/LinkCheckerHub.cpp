@@ -88,6 +88,7 @@ void LinkCheckerHub::go()
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
     m_memoryStopped = false;
+    m_listOnly = false;
     m_seo->clear();
 
     // The old run's records go; their connections must not call back into them.

@@ -292,6 +292,10 @@ public:
     void readDatabase();
     // Appends the records of a link list file; answers how many were read.
     int loadLinkList(const QString &path);
+    // Makes the hub the owner of the records loaded without one, so that a re-check of the list
+    // alone hears their answers: their bad flags are set from their statuses, and while the
+    // list is re-checked no page is read for more links. The next crawl ends this.
+    void adoptLoadedRecords();
     // Saving links is offered but writes nothing: only the log line.
     void saveLinks(bool badOnly);
     void writeDatabase(bool allLinks) { Q_UNUSED(allLinks); }
@@ -468,6 +472,7 @@ private:
     bool m_singlePage = false;
     bool m_rechecking = false;
     bool m_memoryStopped = false;
+    bool m_listOnly = false; // re-checking a loaded list: no page is read
     // Raised by every new crawl; queued work of an older run compares and drops itself.
     quint64 m_generation = 0;
     LinkCheckerUrl *m_currentItem = nullptr;

@@ -66,6 +66,24 @@ int LinkCheckerHub::loadLinkList(const QString &path)
     return added;
 }
 
+void LinkCheckerHub::adoptLoadedRecords()
+{
+    for (OrelDataObject *item : items()) {
+        auto *record = static_cast<LinkCheckerUrl *>(item);
+        if (record->getOwner())
+            continue;
+        record->setOwner(this);
+        if (!record->getStatus().isEmpty()) {
+            record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
+            m_views->noteChanged(record);
+        }
+    }
+    m_listOnly = true;
+    m_crawlFinished = true; // the list is complete: outlines show their children
+    m_views->noteChildrenShown();
+    countBadCollection();
+}
+
 void LinkCheckerHub::saveLinks(bool badOnly)
 {
     log(badOnly ? QStringLiteral("saving bad links") : QStringLiteral("saving all links"));

@@ -138,7 +138,7 @@ bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl)
         return false;
     if (!compareHost(pageUrl.host(), m_domains))
         return false; // external pages are checked, never read
-    if (m_singlePage && recordAt(0) != page)
+    if (m_listOnly || (m_singlePage && recordAt(0) != page))
         return false;
 
     if (page->linkContainsOneOfTheseTerms(m_followBlacklistArray))

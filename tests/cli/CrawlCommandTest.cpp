@@ -47,7 +47,12 @@ TEST_F(CrawlCommandTest, UsageAndStartErrorsExitTwoWithOneLine)
                                        { u, "--columns", "status,colour" },
                                        { u, "--config", site.filePath("bad.lcsettings") },
                                        { u, "--config-name", "no such configuration" },
-                                       { u, "--flat-csv", "/orrelwick-no-such-dir/out.csv" } };
+                                       { u, "--flat-csv", "/orrelwick-no-such-dir/out.csv" },
+                                       { u, "--csv", site.path() },
+                                       { u, "--view", "tree" },
+                                       { u, "--view", "page", "--tdl", out.filePath("x.tdl") },
+                                       { u, "--dot-levels", "many" },
+                                       { u, "--archive", "/orrelwick-no-such-dir" } };
     for (const QStringList &args : cases) {
         const CliRun r = runCli(QStringList { "crawl" } + args);
         EXPECT_EQ(r.exitCode, 2) << args.join(' ').toStdString();
