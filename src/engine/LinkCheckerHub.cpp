@@ -80,7 +80,7 @@ void LinkCheckerHub::go(const QString &senderTitle)
         go();
 }
 
-void LinkCheckerHub::go()
+void LinkCheckerHub::discardResults()
 {
     resultsWillChange(ResultsChange::Discard);
     ++m_generation;
@@ -108,7 +108,11 @@ void LinkCheckerHub::go()
     clearArchiveFolder();
     clearRegistry();
     m_views->cleared();
+}
 
+void LinkCheckerHub::go()
+{
+    discardResults();
     m_soft404Array = trimEachItemInArray(m_controls->soft404Terms.split(QLatin1Char('\n')));
 
     QString url = m_controls->urlField;

@@ -381,6 +381,8 @@ Q_SIGNALS:
     void recordAdded(LinkCheckerUrl *record);
 
 private:
+    // Drops the previous run's records, views, registry, temporary and archive folders.
+    void discardResults();
     void setState(State state);
     void enterRunningState();
     void enterStoppedState();

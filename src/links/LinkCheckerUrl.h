@@ -332,6 +332,8 @@ private:
     int adoptConnection(myNSURLConnection *connection);
     void cancelAndRelease();
     void finishRecheck();
+    // A validator's answer: its status, warnings and errors from the response headers.
+    void readValidatorHeaders(const HeaderList &headers);
     void postThreadHasFinished();
     void stampSentRequest(qint64 msSinceEpoch);
     void postIncNumberDone();

@@ -178,6 +178,27 @@ void LinkCheckerUrl::didReceiveAuthenticationChallenge(myNSURLConnection *connec
 
 // ---- Response --------------------------------------------------------------------------------
 
+void LinkCheckerUrl::readValidatorHeaders(const HeaderList &headers)
+{
+    // The validator has used both spellings of its headers; both are read, in this order.
+    static const char *const spellings[2][3] = {
+        { "X-W3C-Validator-Status", "X-W3C-Validator-Warnings", "X-W3C-Validator-Errors" },
+        { "X-W3c-Validator-Status", "X-W3c-Validator-Warnings", "X-W3c-Validator-Errors" },
+    };
+    for (const auto &names : spellings) {
+        bool found = false;
+        const QByteArray status = headerValue(headers, names[0], &found);
+        if (!found)
+            continue;
+        setValidatorStatus(QString::fromUtf8(status.trimmed()));
+        setValidatorWarnings(headerValue(headers, names[1]).trimmed().toInt());
+        setValidatorErrors(headerValue(headers, names[2]).trimmed().toInt());
+        cancelAndRelease();
+        postIncNumberValidated();
+        return;
+    }
+}
+
 void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const UrlResponse &response)
 {
     const int kind = adoptConnection(connection);
@@ -205,23 +226,7 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
     m_contentlengthunavailable = !hasContentLength;
 
     if (kind == ValidatorRequest) {
-        // The validator has used both spellings of its headers; both are read, in this order.
-        static const char *const spellings[2][3] = {
-            { "X-W3C-Validator-Status", "X-W3C-Validator-Warnings", "X-W3C-Validator-Errors" },
-            { "X-W3c-Validator-Status", "X-W3c-Validator-Warnings", "X-W3c-Validator-Errors" },
-        };
-        for (const auto &names : spellings) {
-            bool found = false;
-            const QByteArray status = headerValue(headers, names[0], &found);
-            if (!found)
-                continue;
-            setValidatorStatus(QString::fromUtf8(status.trimmed()));
-            setValidatorWarnings(headerValue(headers, names[1]).trimmed().toInt());
-            setValidatorErrors(headerValue(headers, names[2]).trimmed().toInt());
-            cancelAndRelease();
-            postIncNumberValidated();
-            return;
-        }
+        readValidatorHeaders(headers);
         return;
     }
 
