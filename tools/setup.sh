@@ -8,7 +8,7 @@ packages=(
   qt6-base-dev libcurl4-openssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format libclang-rt-14-dev libxml2-dev
-  python3 openssl nginx-light graphviz
+  python3 openssl nginx-light graphviz chromium
   "$@"
 )
 

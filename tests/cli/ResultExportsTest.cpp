@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QUrl>
 
 using namespace orel;
 using namespace orel::test;
@@ -107,4 +108,31 @@ TEST(ResultExports, RecheckOfASavedList)
     const CliRun missing = runCli({ "recheck", out.filePath("none.plist") });
     EXPECT_EQ(missing.exitCode, 2);
     EXPECT_TRUE(missing.err.startsWith("orrelwick-cli: no links read from"));
+}
+
+// The flat HTML export as a browser reads it: every row of the file is a row of the page, and
+// the browser reports no error of the page's own.
+TEST(ResultExports, FlatHtmlOpensInAHeadlessBrowser)
+{
+    QTemporaryDir site, out;
+    writeFile(site.filePath("index.html"),
+              "<a href=\"a.html\">a &amp; \"b\"</a><a href=\"gone.html\"><b>bold</b></a>");
+    writeFile(site.filePath("a.html"), "<a href=\"index.html\">home</a>");
+    const QString html = out.filePath("flat.html");
+    ASSERT_EQ(runCli({ "crawl", site.filePath("index.html"), "--flat-html", html }).exitCode, 1);
+
+    QProcess browser;
+    browser.start("chromium",
+                  { "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
+                    "--no-first-run", "--disable-background-networking",
+                    "--disable-component-update", "--disable-sync",
+                    "--user-data-dir=" + out.filePath("profile"), "--enable-logging=stderr",
+                    "--v=0", "--dump-dom", QUrl::fromLocalFile(html).toString() });
+    ASSERT_TRUE(browser.waitForFinished(60000));
+    const QByteArray dom = browser.readAllStandardOutput();
+    const QByteArray log = browser.readAllStandardError();
+    EXPECT_EQ(browser.exitCode(), 0) << log.toStdString();
+    EXPECT_EQ(dom.count("<tr"), readFile(html).count("<tr"));
+    EXPECT_EQ(dom.count("<tr"), 4); // header and three occurrences
+    EXPECT_FALSE(log.contains("CONSOLE") || log.contains("Uncaught")) << log.toStdString();
 }
