@@ -200,8 +200,12 @@ public:
     {
         return m_views->countVisible(collection);
     }
-    // Reloads of the view are coalesced: many pages read in one pass cause one reload.
+    // Reloads of the views are coalesced: many pages read in one pass cause one reload. While a
+    // crawl runs only the tab shown is reloaded: the link table and by-link outline when the
+    // by-link tab ("1") is selected (always when no crawl runs), the by-page outline when the
+    // by-page tab ("4") is.
     void reloadData() override;
+    void setSelectedTab(const QString &tab) { m_selectedTab = tab; }
     QString showHideGoodLinks();
     int numberOfOccurrences(LinkCheckerUrl *record) const
     {
@@ -510,6 +514,7 @@ private:
     std::unique_ptr<OrelReportDataSource> m_report;
     TableDescription *m_byLinkOutline = nullptr;
     TableDescription *m_byPageOutline = nullptr;
+    QString m_selectedTab = QStringLiteral("2");
 };
 
 } // namespace orel

@@ -9,13 +9,19 @@ namespace orel {
 
 void LinkCheckerHub::reloadData()
 {
-    if (!getTableView() || m_reloadPending)
+    if (m_reloadPending || !(getTableView() || m_byLinkOutline || m_byPageOutline))
         return;
     m_reloadPending = true;
     postToMainThread([this] {
         m_reloadPending = false;
-        if (TableDescription *view = getTableView())
-            view->reloadData();
+        if (m_selectedTab == QLatin1String("1") || m_state != State::Running) {
+            for (TableDescription *view : { m_byLinkOutline, getTableView() }) {
+                if (view)
+                    view->reloadData();
+            }
+        }
+        if (m_selectedTab == QLatin1String("4") && m_byPageOutline)
+            m_byPageOutline->reloadData();
     });
 }
 

@@ -70,6 +70,12 @@ public:
     // Toggles the bad-links-only switch; answers the label of the control, which names what
     // the next press does ("Bad links only" or "Show all links").
     QString showHideGoodLinks();
+    // The toolbar button's image for the state the switch is in: "showAllImage" while only bad
+    // links show, else "badLinksImage" (like the label, it names what the next press does).
+    QString showHideGoodLinksImage() const
+    {
+        return QLatin1String(m_badLinksOnly ? "showAllImage" : "badLinksImage");
+    }
     // Recomputes every record's visibility from the search text and the link-type filter.
     void filter();
     // Whether a record is a row of the views now: visible, and bad when only bad links show.

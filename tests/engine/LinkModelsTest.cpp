@@ -261,3 +261,54 @@ TEST_F(LinkModelsTest, ExportMenuByTab)
     EXPECT_EQ(test::dialogs().calls.last().title, "Export CSV");
     EXPECT_EQ(test::dialogs().countCalls("save"), 1);
 }
+
+namespace {
+
+struct CountingView : TableDescription
+{
+    int reloads = 0;
+    QString identifier() const override { return {}; }
+    QList<TableColumn> columns() const override { return {}; }
+    int numberOfRows() const override { return 0; }
+    void reloadData() override { ++reloads; }
+};
+
+} // namespace
+
+// While a crawl runs only the tab shown is reloaded, once per pass however many pages were read;
+// the switch's label and image name what its next press does.
+TEST_F(LinkModelsTest, ReloadsFollowTheTabAndTheSwitchNamesItsNextPress)
+{
+    CountingView table, byLink, byPage;
+    pausedHub();
+    hub->setTableView(&table);
+    hub->setOutlineViews(&byLink, &byPage);
+    const std::tuple<bool, const char *, int, int> cases[] = {
+        // running, tab, by-link and table reloads, by-page reloads
+        { true, "2", 0, 0 },
+        { true, "1", 1, 0 },
+        { true, "4", 0, 1 },
+        { false, "4", 1, 1 },
+    };
+    for (const auto &[running, tab, linkReloads, pageReloads] : cases) {
+        table.reloads = byLink.reloads = byPage.reloads = 0;
+        if (running)
+            hub->continueCrawl();
+        else
+            hub->stop();
+        hub->setSelectedTab(tab);
+        hub->reloadData();
+        hub->reloadData();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(byLink.reloads, linkReloads) << tab << running;
+        EXPECT_EQ(table.reloads, linkReloads) << tab << running;
+        EXPECT_EQ(byPage.reloads, pageReloads) << tab << running;
+    }
+    hub->setTableView(nullptr);
+    hub->setOutlineViews(nullptr, nullptr);
+
+    EXPECT_EQ(hub->views().showHideGoodLinksImage(), "badLinksImage");
+    EXPECT_EQ(hub->showHideGoodLinks(), "Show all links");
+    EXPECT_EQ(hub->views().showHideGoodLinksImage(), "showAllImage");
+    EXPECT_EQ(hub->showHideGoodLinks(), "Bad links only");
+}
