@@ -52,7 +52,8 @@ QVariant FlatListModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole:
         return item->getFieldByName(m_columnIds.at(index.column()));
     case Qt::BackgroundRole:
-        if (const std::optional<Colour> colour = m_source.rowColour(item))
+        // The colour the view asks for its row number, as the link views colour theirs.
+        if (const std::optional<Colour> colour = m_source.labelColorForRow(nullptr, index.row()))
             return QVariant::fromValue(*colour);
         return {};
     default:

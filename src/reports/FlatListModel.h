@@ -16,7 +16,8 @@ class OrelReportDataSource;
 // the source (filter, bad-links-only switch, sort, a new build, a column shown or hidden) resets
 // the model; a reload of values (the crawl moved on) marks every cell changed.
 //
-// Qt::BackgroundRole answers the row's class colour as a QVariant holding a Colour (an invalid
+// Qt::BackgroundRole answers the source's labelColorForRow() for the row as a QVariant holding a
+// Colour (an invalid
 // QVariant when the row has none). The core has no GUI types, so the desktop program registers
 // the conversions once at start, after which item delegates paint it as they would a QColor:
 //     QMetaType::registerConverter<orel::Colour, QColor>(toQColor);

@@ -87,7 +87,8 @@ QString OrelReportDataSource::htmlText()
     for (int r = 0; r < count; ++r) {
         progress.step(r);
         const OrelReportItem *item = rowAt(r);
-        const std::optional<Colour> colour = rowColour(item);
+        // Each row takes the colour the view gives its row of the same number.
+        const std::optional<Colour> colour = labelColorForRow(nullptr, r);
         QString style;
         if (colour)
             style = QStringLiteral("style = background:rgb(%1,%2,%3)")
