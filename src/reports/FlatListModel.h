@@ -17,9 +17,9 @@ class OrelReportDataSource;
 // the model; a reload of values (the crawl moved on) marks every cell changed.
 //
 // Qt::BackgroundRole answers the source's labelColorForRow() for the row as a QVariant holding a
-// Colour (an invalid
-// QVariant when the row has none). The core has no GUI types, so the desktop program registers
-// the conversions once at start, after which item delegates paint it as they would a QColor:
+// Colour (an invalid QVariant when the row has none). The core has no GUI types, so the desktop
+// program registers the conversions once at start, after which item delegates paint it as they
+// would a QColor:
 //     QMetaType::registerConverter<orel::Colour, QColor>(toQColor);
 //     QMetaType::registerConverter<orel::Colour, QBrush>(toQBrush);
 class FlatListModel : public QAbstractTableModel
