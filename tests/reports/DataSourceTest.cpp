@@ -3,6 +3,7 @@
 #include "TestHome.h"
 
 #include "links/OrelDataObject.h"
+#include "reports/LinkExports.h"
 #include "reports/TableDescription.h"
 #include "reports/bhDataSource.h"
 
@@ -10,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QHash>
+#include <QTemporaryDir>
 
 #include <thread>
 #include <tuple>
@@ -324,4 +326,16 @@ TEST(Render, OutlineAsCSVAndHTMLWithIndentedChildrenAndProgress)
         EXPECT_EQ(progress.steps, (std::vector<int> { 0, 33, 66 })) << what;
         EXPECT_FALSE(progress.progressShown) << what;
     }
+}
+
+// Appending creates the file, keeps what is there, writes the encoding asked for, and answers
+// false where no file can be opened.
+TEST(LinkExportsAppend, CreatesAppendsAndEncodes)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("log.txt");
+    EXPECT_TRUE(LinkExports::append(QStringLiteral("caf\u00e9\r"), path));
+    EXPECT_TRUE(LinkExports::append(QStringLiteral("caf\u00e9"), path, QStringConverter::Latin1));
+    EXPECT_EQ(orel::test::readFile(path), QByteArray("caf\xc3\xa9\rcaf\xe9"));
+    EXPECT_FALSE(LinkExports::append(QStringLiteral("x"), dir.path()));
 }
