@@ -8,6 +8,7 @@
 #include "common/UrlParts.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/ExportProgress.h"
+#include "reports/HtmlExport.h"
 #include "reports/LinkViews.h"
 #include "reports/bhDataSource.h"
 
@@ -33,17 +34,6 @@ constexpr FlatColumn kFlatColumns[] = {
     { "linktext", "Link Text" }, { "onpageurl", "On Page" }, { "timestamp", "Time Stamp" },
     { "distance", "Distance" },  { "nofollow", "Nofollow" },
 };
-
-const char kStyleBlock[] =
-        "<style> table{padding:2px;margin:2px;border:none; font-family:monospace;text-align:left} "
-        "th{background:#eee;} td{height:1em;white-space:nowrap;overflow:hidden;} "
-        "td.alt{background:#f0f0ff;} p{font-family:arial,sans-serif;}</style>";
-
-QString htmlPage(const QString &body)
-{
-    return QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>") + body
-            + QStringLiteral("</body></head></html>");
-}
 
 QString edgeColour(int distance)
 {
@@ -240,11 +230,7 @@ QString LinkExports::plainText()
 QString LinkExports::htmlText()
 {
     const QList<TableColumn> columns = tableColumns();
-    QString body = QLatin1String(kStyleBlock) + QStringLiteral("<table><tr>");
-    for (const TableColumn &column : columns)
-        body += QStringLiteral("<th style = max-width:%1px>").arg(column.width, 0, 'f', 0)
-                + column.title + QStringLiteral("</th>");
-    body += QStringLiteral("</tr>");
+    QString body = html::tableStart(columns);
     // Rows in collection order; each takes the colour of the view's row of the same number, as
     // the view would paint it.
     const std::vector<OrelDataObject *> &all = m_results.linkSource().items();
@@ -267,17 +253,14 @@ QString LinkExports::htmlText()
                 id = QStringLiteral("linkredirhtml");
             body += QStringLiteral("<td ");
             if (colour)
-                body += QStringLiteral("style = background:rgb(%1,%2,%3)")
-                                .arg(int(colour->r * 255))
-                                .arg(int(colour->g * 255))
-                                .arg(int(colour->b * 255));
+                body += html::colourStyle(*colour);
             body += QLatin1Char('>') + bhDataSource::exportValue(id, record->getFieldByName(id))
                     + QStringLiteral("</td>");
         }
         body += QStringLiteral("</tr>");
     }
     body += QStringLiteral("</table><br />");
-    return htmlPage(body);
+    return html::page(body);
 }
 
 QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
@@ -377,8 +360,8 @@ QString LinkExports::outlineCsvText(TableDescription &outline)
 QString LinkExports::outlineHtmlText(TableDescription &outline)
 {
     // The renderer opens its own table again after this one; browsers read it either way.
-    return htmlPage(QLatin1String(kStyleBlock) + QStringLiteral("<table><tr>")
-                    + outline.dataSource()->getDataAsHTMLusingOutlineView(&outline));
+    return html::page(html::styleBlock() + QStringLiteral("<table><tr>")
+                      + outline.dataSource()->getDataAsHTMLusingOutlineView(&outline));
 }
 
 void LinkExports::exportAsCSVFromOutlineView(TableDescription &outline)

@@ -8,21 +8,11 @@
 #include "common/Log.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/ExportProgress.h"
+#include "reports/HtmlExport.h"
 
 namespace orel {
 
 namespace {
-
-const char kStyleBlock[] =
-        "<style> table{padding:2px;margin:2px;border:none; font-family:monospace;text-align:left} "
-        "th{background:#eee;} td{height:1em;white-space:nowrap;overflow:hidden;} "
-        "td.alt{background:#f0f0ff;} p{font-family:arial,sans-serif;}</style>";
-
-QString htmlPage(const QString &body)
-{
-    return QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>") + body
-            + QStringLiteral("</body></head></html>");
-}
 
 // An HTML cell: the link and its redirect as the record's anchors; the page as an anchor of this
 // occurrence's page only. (The record's own page field lists every page of the link: repeated
@@ -77,11 +67,7 @@ QString OrelReportDataSource::flatText(QChar separator)
 QString OrelReportDataSource::htmlText()
 {
     const QList<TableColumn> shownColumns = columns();
-    QString body = QLatin1String(kStyleBlock) + QStringLiteral("<table><tr>");
-    for (const TableColumn &column : shownColumns)
-        body += QStringLiteral("<th style = max-width:%1px>").arg(column.width, 0, 'f', 0)
-                + column.title + QStringLiteral("</th>");
-    body += QStringLiteral("</tr>");
+    QString body = html::tableStart(shownColumns);
     const int count = numberOfRows();
     ExportProgress progress(count);
     for (int r = 0; r < count; ++r) {
@@ -91,10 +77,7 @@ QString OrelReportDataSource::htmlText()
         const std::optional<Colour> colour = labelColorForRow(nullptr, r);
         QString style;
         if (colour)
-            style = QStringLiteral("style = background:rgb(%1,%2,%3)")
-                            .arg(int(colour->r * 255))
-                            .arg(int(colour->g * 255))
-                            .arg(int(colour->b * 255));
+            style = html::colourStyle(*colour);
         else if (r % 2 == 1)
             style = QStringLiteral("style = background:#f0f0ff ");
         body += QStringLiteral("<tr>");
@@ -105,7 +88,7 @@ QString OrelReportDataSource::htmlText()
         body += QStringLiteral("</tr>");
     }
     body += QStringLiteral("</table><br />");
-    return htmlPage(body);
+    return html::page(body);
 }
 
 bool OrelReportDataSource::confirmLargeExport()
