@@ -2,7 +2,6 @@
 // without a crawl; main thread.
 #pragma once
 
-#include "common/UserDefaults.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/LinkResults.h"
 #include "reports/bhDataSource.h"
@@ -13,16 +12,6 @@
 #include <memory>
 
 namespace orel::test {
-
-// Forgets the flat list's saved column boxes, so that a new list starts with its own.
-inline void forgetFlatColumns()
-{
-    for (const char *key : { "TilleryFlatViewColsStatus", "TilleryFlatViewColsLinkurl",
-                             "TilleryFlatViewColsRedir", "TilleryFlatViewColsLinkText",
-                             "TilleryFlatViewColsOnPage", "TilleryFlatViewColsTimeStamp",
-                             "TilleryFlatViewColsDistance", "TilleryFlatViewColsNofollow" })
-        UserDefaults::remove(QLatin1String(key));
-}
 
 // One appearance of a link: the page, the link text there and its nofollow mark.
 struct Occurrence
