@@ -25,40 +25,28 @@ TEST(ResultExports, EveryFormArchiveAndLocate)
     writeFile(site.filePath("a.html"), "<title>A</title><a href=\"index.html\">home</a>");
     ASSERT_TRUE(QDir(out.path()).mkpath("archive"));
     const auto file = [&](const char *name) { return out.filePath(name); };
-    const CliRun r = runCli({ "crawl",
-                              site.filePath("index.html"),
-                              "--view",
-                              "link",
-                              "--csv",
-                              file("link.csv"),
-                              "--html",
-                              file("link.html"),
-                              "--tdl",
-                              file("link.tdl"),
-                              "--flat-tdl",
-                              file("flat.tdl"),
-                              "--text",
-                              file("text.txt"),
-                              "--flat-html",
-                              file("flat.html"),
-                              "--dot",
-                              file("site.dot"),
-                              "--dot-colour",
-                              "--archive",
-                              file("archive"),
-                              "--locate",
-                              site.filePath("a.html") });
-    EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
-    const std::pair<const char *, const char *> starts[] = {
-        { "link.csv", "\"Status\",\"URL\",\"Link Text\",\"On Page / Number of Pages\"\r" },
-        { "link.html", "<html><head><title>Data Export from Kestovan</title><body><style>" },
-        { "link.tdl", "\"Status\"\t\"URL\"\t\"Redirected To\"\t\"Link Text\"\t\"On Page\"\r" },
-        { "flat.tdl", "\"Status\"\t\"URL\"\t\"Redirected To\"\t\"Link Text\"\t\"On Page\"\r" },
-        { "text.txt", "Data Export from Orrelwick\r==========================\r\r" },
-        { "flat.html", "<html><head><title>Data Export from Kestovan</title><body><style>" },
-        { "site.dot", "digraph \"file://" },
+    // Each form's option, file and how the file begins.
+    const char tdl[] = "\"Status\"\t\"URL\"\t\"Redirected To\"\t\"Link Text\"\t\"On Page\"\r";
+    const char html[] = "<html><head><title>Data Export from Kestovan</title><body><style>";
+    const std::tuple<const char *, const char *, const char *> forms[] = {
+        { "--csv", "link.csv", "\"Status\",\"URL\",\"Link Text\",\"On Page / Number of Pages\"\r" },
+        { "--html", "link.html", html },
+        { "--tdl", "link.tdl", tdl },
+        { "--flat-tdl", "flat.tdl", tdl },
+        { "--text", "text.txt", "Data Export from Orrelwick\r==========================\r\r" },
+        { "--flat-html", "flat.html", html },
+        { "--dot", "site.dot", "digraph \"file://" },
     };
-    for (const auto &[name, start] : starts)
+    QStringList args;
+    args << "crawl" << site.filePath("index.html") << "--view"
+         << "link"
+         << "--dot-colour"
+         << "--archive" << file("archive") << "--locate" << site.filePath("a.html");
+    for (const auto &[option, name, start] : forms)
+        args << option << file(name);
+    const CliRun r = runCli(args);
+    EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+    for (const auto &[option, name, start] : forms)
         EXPECT_TRUE(readFile(file(name)).startsWith(start)) << name;
     EXPECT_TRUE(readFile(file("link.csv")).contains("\"\t\",\"\",\"to a\",\"file://"));
     QProcess graphviz;
