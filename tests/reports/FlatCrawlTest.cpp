@@ -4,7 +4,6 @@
 #include "engine/HubTestSupport.h"
 
 #include "FixtureServer.h"
-#include "FlatTestSupport.h"
 #include "reports/FlatListModel.h"
 #include "reports/OrelReportDataSource.h"
 
@@ -27,11 +26,6 @@ protected:
     {
         HubTest::SetUp();
         flat = std::make_unique<OrelReportDataSource>(&controls);
-    }
-    void TearDown() override
-    {
-        flat.reset();
-        hub.reset();
     }
 
     // Two pages: the start page links a.html twice with two texts, an image, a broken link and
@@ -56,28 +50,22 @@ protected:
         ASSERT_TRUE(crawl(server->url("/index.html")));
     }
 
-    // Each row as "link@page:text", with the last path part of the link and of the page.
-    static QString describe(const OrelDataObject *item)
-    {
-        const auto name = [item](const char *field) {
-            return QUrl(item->getFieldByName(QLatin1String(field))).fileName();
-        };
-        return name("linkurl") + "@" + name("onpageurl") + ":"
-                + item->getFieldByName(QStringLiteral("linktext"));
-    }
+    // Items as "link@page:text" (the last path part of the link and of the page), joined by " | ".
     static std::string describe(const std::vector<OrelDataObject *> &items)
     {
         QStringList out;
         for (const OrelDataObject *item : items)
-            out << describe(item);
+            out << QUrl(item->getFieldByName("linkurl")).fileName() + "@"
+                            + QUrl(item->getFieldByName("onpageurl")).fileName() + ":"
+                            + item->getFieldByName("linktext");
         return out.join(" | ").toStdString();
     }
     std::string shownRows() const
     {
-        QStringList out;
+        std::vector<OrelDataObject *> rows;
         for (int r = 0; r < flat->numberOfRows(); ++r)
-            out << describe(flat->rowAt(r));
-        return out.join(" | ").toStdString();
+            rows.push_back(flat->rowAt(r));
+        return describe(rows);
     }
 };
 

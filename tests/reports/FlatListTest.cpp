@@ -65,18 +65,14 @@ protected:
     }
 };
 
-// A row of the HTML export: the link and its redirect as anchors, the page as the row's own.
-QString htmlRow(bool shaded, const char *status, const char *url, const char *redirect,
-                const char *text, const char *page, const char *nofollow)
+// A row of the HTML export from its six values: the link and its redirect become anchors, and
+// the page an anchor of its own form.
+QString htmlRow(bool shaded, QStringList cells)
 {
+    for (int i : { 1, 2 })
+        cells[i] = QStringLiteral("<a href=\"%1\" target=\"_blank\">%1</a>").arg(cells[i]);
+    cells[4] = QStringLiteral("<a href = \"%1\" target=\"_blank\">%1</a>").arg(cells[4]);
     const QString td = shaded ? "<td style = background:#f0f0ff >" : "<td >";
-    const QString anchor = QStringLiteral("<a href=\"%1\" target=\"_blank\">%1</a>");
-    const QStringList cells { status,
-                              anchor.arg(url),
-                              anchor.arg(redirect),
-                              text,
-                              QStringLiteral("<a href = \"%1\" target=\"_blank\">%1</a>").arg(page),
-                              nofollow };
     return "<tr>" + td + cells.join("</td>" + td) + "</td></tr>";
 }
 
@@ -112,7 +108,7 @@ TEST_F(FlatListTest, CsvAndTdlTextsOfTheShownRows)
 TEST_F(FlatListTest, HtmlPageOfTheShownRows)
 {
     smallSite();
-    const QString expected =
+    QString expected =
             QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>"
                            "<style> table{padding:2px;margin:2px;border:none; font-family:"
                            "monospace;text-align:left} th{background:#eee;} td{height:1em;"
@@ -123,16 +119,19 @@ TEST_F(FlatListTest, HtmlPageOfTheShownRows)
                            "<th style = max-width:200px>Redirected To</th>"
                            "<th style = max-width:200px>Link Text</th>"
                            "<th style = max-width:200px>On Page</th>"
-                           "<th style = max-width:100px>Nofollow</th></tr>")
-            + htmlRow(false, "200 OK", "http://site.test/a.html", "", "Alpha", "http://site.test/",
-                      "No")
-            + htmlRow(true, "404 Not Found", "http://site.test/gone", "", "gone \"quoted\"",
-                      "http://site.test/", "Yes")
-            + htmlRow(false, "404 Not Found", "http://site.test/gone", "", "Gone again",
-                      "http://site.test/a.html", "No")
-            + htmlRow(true, "200 OK", "http://other.test/old", "http://other.test/new", "Moved",
-                      "http://site.test/a.html", "No")
-            + "</table><br /></body></head></html>";
+                           "<th style = max-width:100px>Nofollow</th></tr>");
+    expected += htmlRow(
+            false, { "200 OK", "http://site.test/a.html", "", "Alpha", "http://site.test/", "No" });
+    expected += htmlRow(true,
+                        { "404 Not Found", "http://site.test/gone", "", "gone \"quoted\"",
+                          "http://site.test/", "Yes" });
+    expected += htmlRow(false,
+                        { "404 Not Found", "http://site.test/gone", "", "Gone again",
+                          "http://site.test/a.html", "No" });
+    expected += htmlRow(true,
+                        { "200 OK", "http://other.test/old", "http://other.test/new", "Moved",
+                          "http://site.test/a.html", "No" });
+    expected += "</table><br /></body></head></html>";
     EXPECT_EQ(flat->htmlText(), expected);
 
     // Coloured rows take their class colour in place of the shading.
@@ -150,46 +149,38 @@ TEST_F(FlatListTest, HtmlPageOfTheShownRows)
 TEST_F(FlatListTest, LargeExportQuestion)
 {
     enum Exporter { Csv, Html, Tdl };
-    struct Case
-    {
-        int items;
-        bool badOnly;
-        Exporter exporter;
-        int answer; // -1: the default button
-        bool asked;
-        bool written;
-    };
-    const Case cases[] = {
+    // items, bad links only, exporter, answer (-1: the default button), asked, written
+    const std::tuple<int, bool, Exporter, int, bool, bool> cases[] = {
         { 10000, false, Csv, -1, false, true }, { 10001, false, Csv, -1, true, false },
         { 10001, false, Csv, 1, true, true },   { 10001, false, Html, -1, true, false },
         { 10001, false, Html, 1, true, true },  { 10001, false, Tdl, -1, false, true },
         { 10001, true, Csv, -1, false, true },
     };
     QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("export"));
     LinkCheckerUrl *record = results.add("http://site.test/x", "200 OK", {});
-    for (const Case &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.items << " exporter " << c.exporter << " bad only "
-                                        << c.badOnly << " answer " << c.answer);
-        while (record->onPageCount() < c.items)
+    for (const auto &[items, badOnly, exporter, answer, asked, written] : cases) {
+        SCOPED_TRACE(testing::Message() << items << " exporter " << exporter << " bad only "
+                                        << badOnly << " answer " << answer);
+        while (record->onPageCount() < items)
             record->addOnPageUrl(QStringLiteral("http://site.test/"));
         flat->doReport(results);
-        flat->setBadLinksOnly(c.badOnly);
-        ASSERT_EQ(flat->getCount(), unsigned(c.items));
+        flat->setBadLinksOnly(badOnly);
+        ASSERT_EQ(flat->getCount(), unsigned(items));
         test::resetDialogs();
-        if (c.answer >= 0)
-            test::dialogs().alertAnswers.enqueue(c.answer);
-        const QString path = dir.filePath(QStringLiteral("export"));
+        if (answer >= 0)
+            test::dialogs().alertAnswers.enqueue(answer);
         QFile::remove(path);
         test::dialogs().panelAnswers.enqueue(path);
-        const bool written = c.exporter == Csv ? flat->exportAsFlatCSV()
-                : c.exporter == Html           ? flat->exportAsHTML()
-                                               : flat->exportAsFlatTDL();
-        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), c.asked ? 1 : 0);
-        EXPECT_EQ(written, c.written);
-        EXPECT_EQ(QFile::exists(path), c.written);
+        const bool done = exporter == Csv ? flat->exportAsFlatCSV()
+                : exporter == Html        ? flat->exportAsHTML()
+                                          : flat->exportAsFlatTDL();
+        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), asked ? 1 : 0);
+        EXPECT_EQ(done, written);
+        EXPECT_EQ(QFile::exists(path), written);
         // Nothing is built, and no file asked for, when the export is cancelled.
-        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("progress")) > 0, c.written);
-        if (c.asked) {
+        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("progress")) > 0, written);
+        if (asked) {
             const ScriptedDialogs::Call &first = test::dialogs().calls.first();
             EXPECT_EQ(first.title, QStringLiteral("Large export"));
             EXPECT_EQ(first.buttons, QStringList({ "Cancel", "Continue" }));
