@@ -20,13 +20,7 @@ class FlatCrawlTest : public test::HubTest
 protected:
     QTemporaryDir dir;
     std::unique_ptr<test::FixtureServer> server;
-    std::unique_ptr<OrelReportDataSource> flat;
-
-    void SetUp() override
-    {
-        HubTest::SetUp();
-        flat = std::make_unique<OrelReportDataSource>(&controls);
-    }
+    std::unique_ptr<OrelReportDataSource> flat = std::make_unique<OrelReportDataSource>(&controls);
 
     // Two pages: the start page links a.html twice with two texts, an image, a broken link and
     // an outside page; a.html links back home, to the broken link (nofollow) and a missing image.

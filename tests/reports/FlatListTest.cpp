@@ -76,19 +76,14 @@ class FlatListTest : public ::testing::Test
 protected:
     SettingsControls controls;
     FakeResults results;
-    std::unique_ptr<OrelReportDataSource> flat;
+    std::unique_ptr<OrelReportDataSource> flat = std::make_unique<OrelReportDataSource>(&controls);
 
     void SetUp() override
     {
         test::resetDialogs();
         controls.setDefaults();
-        flat = std::make_unique<OrelReportDataSource>(&controls);
     }
-    void TearDown() override
-    {
-        flat.reset();
-        test::wipeHome(); // the saved column boxes
-    }
+    void TearDown() override { test::wipeHome(); } // the saved column boxes
 
     // Two pages of one site: a good link, a broken one found twice (once marked nofollow, with
     // a quote in its text) and a redirected one whose target carries a password.
@@ -128,8 +123,10 @@ QString htmlRow(bool shaded, QStringList cells)
 } // namespace
 
 // CSV and TDL differ only in the separator; values are quoted but not escaped, the password of a
-// redirect is left out, and a record with fewer nofollow marks than pages reads "No".
-TEST_F(FlatListTest, CsvAndTdlTextsOfTheShownRows)
+// redirect is left out, and a record with fewer nofollow marks than pages reads "No". The HTML
+// page has anchors for the link, its redirect and the row's own page (a link found on two pages
+// shows one page in each of its rows); every second row is shaded.
+TEST_F(FlatListTest, ExportTextsOfTheShownRows)
 {
     smallSite();
     const QString csv = QStringLiteral(
@@ -144,20 +141,7 @@ TEST_F(FlatListTest, CsvAndTdlTextsOfTheShownRows)
     EXPECT_EQ(flat->flatCSVText(), csv);
     EXPECT_EQ(flat->flatTDLText(), QString(csv).replace(QStringLiteral("\",\""), "\"\t\""));
 
-    // Bad links only and a search text pick the rows; an empty result still has its header.
-    flat->setBadLinksOnly(true);
-    flat->filter(QStringLiteral("again"), OrelReportDataSource::AllLinks);
-    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r" + csv.section('\r', 3, 3) + "\r");
-    flat->filter(QStringLiteral("no such text"), OrelReportDataSource::AllLinks);
-    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r");
-}
-
-// Anchors for the link, its redirect and the row's own page (a link found on two pages shows
-// one page in each of its rows); every second row is shaded.
-TEST_F(FlatListTest, HtmlPageOfTheShownRows)
-{
-    smallSite();
-    QString expected =
+    QString html =
             QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>"
                            "<style> table{padding:2px;margin:2px;border:none; font-family:"
                            "monospace;text-align:left} th{background:#eee;} td{height:1em;"
@@ -169,19 +153,19 @@ TEST_F(FlatListTest, HtmlPageOfTheShownRows)
                            "<th style = max-width:200px>Link Text</th>"
                            "<th style = max-width:200px>On Page</th>"
                            "<th style = max-width:100px>Nofollow</th></tr>");
-    expected += htmlRow(
+    html += htmlRow(
             false, { "200 OK", "http://site.test/a.html", "", "Alpha", "http://site.test/", "No" });
-    expected += htmlRow(true,
-                        { "404 Not Found", "http://site.test/gone", "", "gone \"quoted\"",
-                          "http://site.test/", "Yes" });
-    expected += htmlRow(false,
-                        { "404 Not Found", "http://site.test/gone", "", "Gone again",
-                          "http://site.test/a.html", "No" });
-    expected += htmlRow(true,
-                        { "200 OK", "http://other.test/old", "http://other.test/new", "Moved",
-                          "http://site.test/a.html", "No" });
-    expected += "</table><br /></body></head></html>";
-    EXPECT_EQ(flat->htmlText(), expected);
+    html += htmlRow(true,
+                    { "404 Not Found", "http://site.test/gone", "", "gone \"quoted\"",
+                      "http://site.test/", "Yes" });
+    html += htmlRow(false,
+                    { "404 Not Found", "http://site.test/gone", "", "Gone again",
+                      "http://site.test/a.html", "No" });
+    html += htmlRow(true,
+                    { "200 OK", "http://other.test/old", "http://other.test/new", "Moved",
+                      "http://site.test/a.html", "No" });
+    html += "</table><br /></body></head></html>";
+    EXPECT_EQ(flat->htmlText(), html);
 
     // Coloured rows take their class colour in place of the shading.
     controls.displayLabelButton = CheckState::On;
@@ -192,6 +176,13 @@ TEST_F(FlatListTest, HtmlPageOfTheShownRows)
     EXPECT_EQ(coloured.count(QStringLiteral("<td style = background:rgb(255,127,0)>")), 12);
     EXPECT_EQ(coloured.count(QStringLiteral("<td style = background:rgb(0,0,255)>")), 6);
     EXPECT_EQ(coloured.count(QStringLiteral("<td >")), 6); // not shaded either
+
+    // Bad links only and a search text pick the rows; an empty result still has its header.
+    flat->setBadLinksOnly(true);
+    flat->filter(QStringLiteral("again"), OrelReportDataSource::AllLinks);
+    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r" + csv.section('\r', 3, 3) + "\r");
+    flat->filter(QStringLiteral("no such text"), OrelReportDataSource::AllLinks);
+    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r");
 }
 
 // The question comes before the text is built; only "Continue" goes on.
