@@ -24,35 +24,27 @@ QString route(const QString &page, const QString &title, const QString &text)
             .arg(page, title, text);
 }
 
+QString page(const char *name)
+{
+    return QStringLiteral("http://site.test/") + name;
+}
+
 } // namespace
 
-class LocateTest : public HubTest
+// index -> a.html -> b.html, which links to x.html twice; a.html links to x.html once and shows
+// logo.png.
+TEST_F(HubTest, LocateRoutesSentencesImagesAndACircularRoute)
 {
-protected:
-    LinkCheckerUrl *home = nullptr;
-
-    // index -> a.html -> b.html, which links to x.html twice; a.html links to x.html once and
-    // shows logo.png.
-    void SetUp() override
-    {
-        HubTest::SetUp();
-        controls.imgButton = CheckState::On;
-        pausedHub();
-        home = addPage("http://site.test/index.html");
-        home->setIsStartingPoint(true);
-        read(home, "<title>Home</title><a href=\"a.html\">to a</a><a href=\"x.html\">x home</a>");
-        read(byUrl("http://site.test/a.html"),
-             "<title>A</title><a href=\"b.html\">to b</a><a href=\"x.html\">x once</a>"
-             "<img src=\"logo.png\" alt=\"Logo\">");
-        read(byUrl("http://site.test/b.html"),
-             "<title>B</title><a href=\"x.html\">x first</a><a href=\"x.html\">x again</a>");
-    }
-
-    QString page(const char *name) const { return QStringLiteral("http://site.test/") + name; }
-};
-
-TEST_F(LocateTest, RouteFromTheStartPageAndTheSentences)
-{
+    controls.imgButton = CheckState::On;
+    pausedHub();
+    LinkCheckerUrl *home = addPage(page("index.html"));
+    home->setIsStartingPoint(true);
+    read(home, "<title>Home</title><a href=\"a.html\">to a</a><a href=\"x.html\">x home</a>");
+    read(byUrl(page("a.html")),
+         "<title>A</title><a href=\"b.html\">to b</a><a href=\"x.html\">x once</a>"
+         "<img src=\"logo.png\" alt=\"Logo\">");
+    read(byUrl(page("b.html")),
+         "<title>B</title><a href=\"x.html\">x first</a><a href=\"x.html\">x again</a>");
     LinkCheckerUrl *x = byUrl(page("x.html"));
     ASSERT_EQ(x->onPageCount(), 4); // index, a, b, b
     const QString status = x->getStatus();
@@ -77,10 +69,8 @@ TEST_F(LocateTest, RouteFromTheStartPageAndTheSentences)
                         "There are 2 occurrences of this link on other pages. </p>");
     EXPECT_EQ(hub->locate(x, 4), QString());
     EXPECT_EQ(hub->locate(nullptr, 0), QString());
-}
 
-TEST_F(LocateTest, ImagesAndACircularRoute)
-{
+    // An image is named as one, with its alt text.
     LinkCheckerUrl *logo = byUrl(page("logo.png"));
     ASSERT_TRUE(logo);
     EXPECT_TRUE(hub->locate(logo, 0).contains(

@@ -1,61 +1,89 @@
 // The flat list over records made by hand: the exact export texts, the large-export question,
 // failed writes, the text sort, the columns and the background build's stale results.
-#include "FlatTestSupport.h"
 #include "TestHome.h"
 
 #include "common/SettingsControls.h"
 #include "common/UserDefaults.h"
+#include "links/LinkCheckerUrl.h"
+#include "reports/LinkResults.h"
 #include "reports/OrelReportDataSource.h"
 
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <csignal>
+#include <initializer_list>
+#include <memory>
 #include <sys/resource.h>
 
 using namespace orel;
-using orel::test::FakeResults;
 
 namespace {
 
-void spin(int ms)
+// One appearance of a link: the page, the link text there and its nofollow mark.
+struct Occurrence
 {
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
+    const char *page;
+    const char *text;
+    bool nofollow = false;
+};
 
-QString readFile(const QString &path)
+// Results made by hand: records with chosen statuses and occurrences, without a crawl.
+class FakeResults : public LinkResults
 {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QStringLiteral("<none>");
-}
+public:
+    bhDataSource records;
+    bool atRest = true; // paused or finished
+
+    ~FakeResults() override { resultsWillChange(ResultsChange::Discard); }
+
+    bhDataSource &linkSource() override { return records; }
+    const bhDataSource &linkSource() const override { return records; }
+    int badCollectionCount() const override { return 0; }
+    int countBadCollection() override { return 0; }
+    bool childrenShown() const override { return atRest; }
+    const PageIndex *pageIndex() const override { return nullptr; }
+    LinkCheckerUrl *getLinkCheckerUrlWithUrl(const QString &) const override { return nullptr; }
+
+    // A record without an owner, kept by records. A record given no nofollow marks has none.
+    LinkCheckerUrl *add(const char *url, const char *status, std::initializer_list<Occurrence> on,
+                        int distance = 1, const char *redirect = nullptr, bool marks = true)
+    {
+        auto record = std::make_unique<LinkCheckerUrl>(nullptr);
+        record->setLinkUrl(QString::fromUtf8(url), false);
+        record->setStatus(QString::fromUtf8(status));
+        if (redirect)
+            record->setRedir(QString::fromUtf8(redirect));
+        record->setDistanceFromHome(distance);
+        for (const Occurrence &o : on) {
+            record->addOnPageUrl(QString::fromUtf8(o.page));
+            record->addOnPageLinkText(QString::fromUtf8(o.text));
+            if (marks)
+                record->addNofollow(o.nofollow);
+        }
+        LinkCheckerUrl *added = record.get();
+        records.add(std::move(record));
+        return added;
+    }
+};
 
 class FlatListTest : public ::testing::Test
 {
 protected:
     SettingsControls controls;
     FakeResults results;
-    std::unique_ptr<OrelReportDataSource> flat;
+    std::unique_ptr<OrelReportDataSource> flat = std::make_unique<OrelReportDataSource>(&controls);
 
     void SetUp() override
     {
         test::resetDialogs();
-        test::forgetFlatColumns();
         controls.setDefaults();
-        flat = std::make_unique<OrelReportDataSource>(&controls);
     }
-    void TearDown() override
-    {
-        flat.reset();
-        test::forgetFlatColumns();
-    }
+    void TearDown() override { test::wipeHome(); } // the saved column boxes
 
     // Two pages of one site: a good link, a broken one found twice (once marked nofollow, with
     // a quote in its text) and a redirected one whose target carries a password.
@@ -81,21 +109,24 @@ protected:
     }
 };
 
-QString anchor(const char *url)
+// A row of the HTML export from its six values: the link and its redirect become anchors, and
+// the page an anchor of its own form.
+QString htmlRow(bool shaded, QStringList cells)
 {
-    return QStringLiteral("<a href=\"%1\" target=\"_blank\">%1</a>").arg(QLatin1String(url));
-}
-
-QString pageAnchor(const char *url)
-{
-    return QStringLiteral("<a href = \"%1\" target=\"_blank\">%1</a>").arg(QLatin1String(url));
+    for (int i : { 1, 2 })
+        cells[i] = QStringLiteral("<a href=\"%1\" target=\"_blank\">%1</a>").arg(cells[i]);
+    cells[4] = QStringLiteral("<a href = \"%1\" target=\"_blank\">%1</a>").arg(cells[4]);
+    const QString td = shaded ? "<td style = background:#f0f0ff >" : "<td >";
+    return "<tr>" + td + cells.join("</td>" + td) + "</td></tr>";
 }
 
 } // namespace
 
 // CSV and TDL differ only in the separator; values are quoted but not escaped, the password of a
-// redirect is left out, and a record with fewer nofollow marks than pages reads "No".
-TEST_F(FlatListTest, CsvAndTdlTextsOfTheShownRows)
+// redirect is left out, and a record with fewer nofollow marks than pages reads "No". The HTML
+// page has anchors for the link, its redirect and the row's own page (a link found on two pages
+// shows one page in each of its rows); every second row is shaded.
+TEST_F(FlatListTest, ExportTextsOfTheShownRows)
 {
     smallSite();
     const QString csv = QStringLiteral(
@@ -110,20 +141,7 @@ TEST_F(FlatListTest, CsvAndTdlTextsOfTheShownRows)
     EXPECT_EQ(flat->flatCSVText(), csv);
     EXPECT_EQ(flat->flatTDLText(), QString(csv).replace(QStringLiteral("\",\""), "\"\t\""));
 
-    // Bad links only and a search text pick the rows; an empty result still has its header.
-    flat->setBadLinksOnly(true);
-    flat->filter(QStringLiteral("again"), OrelReportDataSource::AllLinks);
-    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r" + csv.section('\r', 3, 3) + "\r");
-    flat->filter(QStringLiteral("no such text"), OrelReportDataSource::AllLinks);
-    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r");
-}
-
-// Anchors for the link, its redirect and the row's own page (a link found on two pages shows
-// one page in each of its rows); every second row is shaded.
-TEST_F(FlatListTest, HtmlPageOfTheShownRows)
-{
-    smallSite();
-    const QString expected =
+    QString html =
             QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>"
                            "<style> table{padding:2px;margin:2px;border:none; font-family:"
                            "monospace;text-align:left} th{background:#eee;} td{height:1em;"
@@ -134,26 +152,20 @@ TEST_F(FlatListTest, HtmlPageOfTheShownRows)
                            "<th style = max-width:200px>Redirected To</th>"
                            "<th style = max-width:200px>Link Text</th>"
                            "<th style = max-width:200px>On Page</th>"
-                           "<th style = max-width:100px>Nofollow</th></tr>")
-            + "<tr><td >200 OK</td><td >" + anchor("http://site.test/a.html") + "</td><td >"
-            + anchor("") + "</td><td >Alpha</td><td >" + pageAnchor("http://site.test/")
-            + "</td><td >No</td></tr>"
-            + "<tr><td style = background:#f0f0ff >404 Not Found</td>"
-              "<td style = background:#f0f0ff >"
-            + anchor("http://site.test/gone") + "</td><td style = background:#f0f0ff >" + anchor("")
-            + "</td><td style = background:#f0f0ff >gone \"quoted\"</td>"
-            + "<td style = background:#f0f0ff >" + pageAnchor("http://site.test/")
-            + "</td><td style = background:#f0f0ff >Yes</td></tr>"
-            + "<tr><td >404 Not Found</td><td >" + anchor("http://site.test/gone") + "</td><td >"
-            + anchor("") + "</td><td >Gone again</td><td >" + pageAnchor("http://site.test/a.html")
-            + "</td><td >No</td></tr>"
-            + "<tr><td style = background:#f0f0ff >200 OK</td><td style = background:#f0f0ff >"
-            + anchor("http://other.test/old") + "</td><td style = background:#f0f0ff >"
-            + anchor("http://other.test/new") + "</td><td style = background:#f0f0ff >Moved</td>"
-            + "<td style = background:#f0f0ff >" + pageAnchor("http://site.test/a.html")
-            + "</td><td style = background:#f0f0ff >No</td></tr>"
-            + "</table><br /></body></head></html>";
-    EXPECT_EQ(flat->htmlText(), expected);
+                           "<th style = max-width:100px>Nofollow</th></tr>");
+    html += htmlRow(
+            false, { "200 OK", "http://site.test/a.html", "", "Alpha", "http://site.test/", "No" });
+    html += htmlRow(true,
+                    { "404 Not Found", "http://site.test/gone", "", "gone \"quoted\"",
+                      "http://site.test/", "Yes" });
+    html += htmlRow(false,
+                    { "404 Not Found", "http://site.test/gone", "", "Gone again",
+                      "http://site.test/a.html", "No" });
+    html += htmlRow(true,
+                    { "200 OK", "http://other.test/old", "http://other.test/new", "Moved",
+                      "http://site.test/a.html", "No" });
+    html += "</table><br /></body></head></html>";
+    EXPECT_EQ(flat->htmlText(), html);
 
     // Coloured rows take their class colour in place of the shading.
     controls.displayLabelButton = CheckState::On;
@@ -163,67 +175,61 @@ TEST_F(FlatListTest, HtmlPageOfTheShownRows)
     const QString coloured = flat->htmlText();
     EXPECT_EQ(coloured.count(QStringLiteral("<td style = background:rgb(255,127,0)>")), 12);
     EXPECT_EQ(coloured.count(QStringLiteral("<td style = background:rgb(0,0,255)>")), 6);
-    EXPECT_EQ(coloured.count(QStringLiteral("<td >")), 6);
-    EXPECT_FALSE(coloured.contains(QStringLiteral("#f0f0ff ")));
+    EXPECT_EQ(coloured.count(QStringLiteral("<td >")), 6); // not shaded either
+
+    // Bad links only and a search text pick the rows; an empty result still has its header.
+    flat->setBadLinksOnly(true);
+    flat->filter(QStringLiteral("again"), OrelReportDataSource::AllLinks);
+    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r" + csv.section('\r', 3, 3) + "\r");
+    flat->filter(QStringLiteral("no such text"), OrelReportDataSource::AllLinks);
+    EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r");
 }
 
 // The question comes before the text is built; only "Continue" goes on.
 TEST_F(FlatListTest, LargeExportQuestion)
 {
     enum Exporter { Csv, Html, Tdl };
-    struct Case
-    {
-        int items;
-        bool badOnly;
-        Exporter exporter;
-        int answer; // -1: the default button
-        bool asked;
-        bool written;
-    };
-    const Case cases[] = {
+    // items, bad links only, exporter, answer (-1: the default button), asked, written
+    const std::tuple<int, bool, Exporter, int, bool, bool> cases[] = {
         { 10000, false, Csv, -1, false, true }, { 10001, false, Csv, -1, true, false },
         { 10001, false, Csv, 1, true, true },   { 10001, false, Html, -1, true, false },
         { 10001, false, Html, 1, true, true },  { 10001, false, Tdl, -1, false, true },
         { 10001, true, Csv, -1, false, true },
     };
     QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("export"));
     LinkCheckerUrl *record = results.add("http://site.test/x", "200 OK", {});
-    for (const Case &c : cases) {
-        while (record->onPageCount() < c.items)
+    for (const auto &[items, badOnly, exporter, answer, asked, written] : cases) {
+        SCOPED_TRACE(testing::Message() << items << " exporter " << exporter << " bad only "
+                                        << badOnly << " answer " << answer);
+        while (record->onPageCount() < items)
             record->addOnPageUrl(QStringLiteral("http://site.test/"));
         flat->doReport(results);
-        flat->setBadLinksOnly(c.badOnly);
-        ASSERT_EQ(flat->getCount(), unsigned(c.items));
+        flat->setBadLinksOnly(badOnly);
+        ASSERT_EQ(flat->getCount(), unsigned(items));
         test::resetDialogs();
-        if (c.answer >= 0)
-            test::dialogs().alertAnswers.enqueue(c.answer);
-        const QString path = dir.filePath(QStringLiteral("export"));
+        if (answer >= 0)
+            test::dialogs().alertAnswers.enqueue(answer);
         QFile::remove(path);
         test::dialogs().panelAnswers.enqueue(path);
-        const bool written = c.exporter == Csv ? flat->exportAsFlatCSV()
-                : c.exporter == Html           ? flat->exportAsHTML()
-                                               : flat->exportAsFlatTDL();
-        const std::string row = std::to_string(c.items) + " exporter " + std::to_string(c.exporter)
-                + (c.badOnly ? " bad only" : "") + " answer " + std::to_string(c.answer);
-        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), c.asked ? 1 : 0) << row;
-        EXPECT_EQ(written, c.written) << row;
-        EXPECT_EQ(QFile::exists(path), c.written) << row;
+        const bool done = exporter == Csv ? flat->exportAsFlatCSV()
+                : exporter == Html        ? flat->exportAsHTML()
+                                          : flat->exportAsFlatTDL();
+        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("alert")), asked ? 1 : 0);
+        EXPECT_EQ(done, written);
+        EXPECT_EQ(QFile::exists(path), written);
         // Nothing is built, and no file asked for, when the export is cancelled.
-        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("progress")) > 0, c.written) << row;
-        if (c.asked) {
-            const ScriptedDialogs::Call &call = test::dialogs().calls.first();
-            EXPECT_EQ(call.kind, QStringLiteral("alert")) << row;
-            EXPECT_EQ(call.title, QStringLiteral("Large export")) << row;
-            EXPECT_TRUE(call.text.startsWith(QStringLiteral("With the present settings, the "
-                                                            "exported file will contain")))
-                    << row;
-            EXPECT_EQ(call.buttons, QStringList({ "Cancel", "Continue" })) << row;
+        EXPECT_EQ(test::dialogs().countCalls(QStringLiteral("progress")) > 0, written);
+        if (asked) {
+            const ScriptedDialogs::Call &first = test::dialogs().calls.first();
+            EXPECT_EQ(first.title, QStringLiteral("Large export"));
+            EXPECT_EQ(first.buttons, QStringList({ "Cancel", "Continue" }));
         }
     }
 }
 
 // A write that fails (here: the file size limit is reached) logs the path and leaves the file
-// of an earlier export as it was; so does a folder that does not exist.
+// of an earlier export as it was, with no temporary file beside it.
 TEST_F(FlatListTest, FailedExportLeavesTheEarlierFileWhole)
 {
     smallSite();
@@ -231,8 +237,8 @@ TEST_F(FlatListTest, FailedExportLeavesTheEarlierFileWhole)
     const QString path = dir.filePath(QStringLiteral("flat.csv"));
     test::dialogs().panelAnswers.enqueue(path);
     ASSERT_TRUE(flat->exportAsFlatCSV());
-    const QString earlier = readFile(path);
-    ASSERT_EQ(earlier, flat->flatCSVText());
+    const QByteArray earlier = test::readFile(path);
+    ASSERT_EQ(earlier, flat->flatCSVText().toUtf8());
 
     flat->removeColumnWithTitle(QStringLiteral("Status")); // a different text
     test::LogCapture log;
@@ -249,19 +255,14 @@ TEST_F(FlatListTest, FailedExportLeavesTheEarlierFileWhole)
         std::signal(SIGXFSZ, oldHandler);
         EXPECT_FALSE(written);
     }
-    EXPECT_EQ(readFile(path), earlier);
-    EXPECT_TRUE(log.lines.contains(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path)))
-            << log.lines.join('|').toStdString();
-
-    const QString nowhere = dir.filePath(QStringLiteral("no/such/folder/flat.html"));
-    test::dialogs().panelAnswers.enqueue(nowhere);
-    EXPECT_FALSE(flat->exportAsHTML());
-    EXPECT_TRUE(log.contains(QStringLiteral("Unsuccessful exporting data to %1").arg(nowhere)));
+    EXPECT_EQ(test::readFile(path), earlier);
+    EXPECT_EQ(log.count(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path)), 1);
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList { "flat.csv" });
 }
 
 // The list always sorts as text, ignoring case: "10" before "9". Descending inverts the
-// comparison, so equal values keep their order both ways. The bad collection sorts alike.
+// comparison, so equal values keep their order both ways. The bad collection sorts alike, and the
+// rows follow each sort, also with bad links only.
 TEST_F(FlatListTest, TextSortOfBothCollections)
 {
     results.add("http://s.test/nine", "404 Not Found", { { "http://s.test/", "cherry" } }, 9);
@@ -269,7 +270,7 @@ TEST_F(FlatListTest, TextSortOfBothCollections)
     results.add("http://s.test/two", "500 Server Error",
                 { { "http://s.test/", "Banana" }, { "http://s.test/p", "banana" } }, 2);
     flat->doReport(results);
-    const auto texts = [this](const std::vector<OrelDataObject *> &list) {
+    const auto texts = [](const std::vector<OrelDataObject *> &list) {
         QStringList out;
         for (const OrelDataObject *item : list)
             out << item->getFieldByName(QStringLiteral("linktext"));
@@ -279,67 +280,41 @@ TEST_F(FlatListTest, TextSortOfBothCollections)
         { "distance", true, "apple Banana banana cherry", "Banana banana cherry" },
         { "distance", false, "cherry Banana banana apple", "cherry Banana banana" },
         { "linktext", true, "apple Banana banana cherry", "Banana banana cherry" },
-        { "linktext", false, "cherry Banana banana apple", "cherry Banana banana" },
         { "status", false, "Banana banana cherry apple", "Banana banana cherry" },
     };
     for (const auto &[field, ascending, all, bad] : cases) {
         flat->sortByField(QLatin1String(field), ascending);
         EXPECT_EQ(texts(flat->items()), all) << field << ascending;
         EXPECT_EQ(texts(flat->badCollection()), bad) << field << ascending;
-        EXPECT_EQ(flat->currentSortField(), QLatin1String(field));
-        EXPECT_EQ(flat->currentSortAscending(), ascending);
     }
-    // The rows follow the sort, also with bad links only.
     flat->setBadLinksOnly(true);
     EXPECT_EQ(shownRows("distance"), QStringList({ "2", "2", "9" }));
-
-    // A column click sorts by the column's sort key or its identifier.
-    struct Header : TableDescription
-    {
-        SortDescriptor sort;
-        QString identifier() const override { return QStringLiteral("flat"); }
-        QList<TableColumn> columns() const override { return {}; }
-        int numberOfRows() const override { return 0; }
-        std::optional<SortDescriptor> firstSortDescriptor() const override { return sort; }
-    } header;
-    header.sort = { QStringLiteral("g"), false };
-    flat->didClickTableColumn(&header);
-    EXPECT_EQ(flat->currentSortField(), QStringLiteral("distance"));
+    flat->sortByField(QStringLiteral("distance"), false);
     EXPECT_EQ(shownRows("distance"), QStringList({ "9", "2", "2" }));
 }
 
-TEST_F(FlatListTest, ColumnsAndTheirDefaults)
+// A known title comes (once) at the end or goes; the boxes saved come back at the next start in
+// the default order, and a missing key leaves its box as it starts.
+TEST_F(FlatListTest, ColumnsAndTheirSavedBoxes)
 {
-    const auto titles = [this] {
+    const auto titles = [](const OrelReportDataSource &list) {
         QStringList out;
-        for (const TableColumn &c : flat->columns())
+        for (const TableColumn &c : list.columns())
             out << c.title;
         return out.join(',').toStdString();
     };
-    EXPECT_EQ(titles(), "Status,URL,Redirected To,Link Text,On Page");
+    EXPECT_EQ(titles(*flat), "Status,URL,Redirected To,Link Text,On Page");
     EXPECT_TRUE(flat->addColumnWithTitle(QStringLiteral("Distance")));
     EXPECT_TRUE(flat->addColumnWithTitle(QStringLiteral("Distance"))); // already shown
     EXPECT_TRUE(flat->removeColumnWithTitle(QStringLiteral("Status")));
     EXPECT_FALSE(flat->addColumnWithTitle(QStringLiteral("On Page / Number of Pages")));
     EXPECT_FALSE(flat->removeColumnWithTitle(QStringLiteral("Size")));
-    EXPECT_EQ(titles(), "URL,Redirected To,Link Text,On Page,Distance");
+    EXPECT_EQ(titles(*flat), "URL,Redirected To,Link Text,On Page,Distance");
 
-    // Saved boxes come back at the next start, in the default order; a missing key keeps its
-    // box as it starts.
     flat->saveDefaults();
     UserDefaults::remove(QStringLiteral("TilleryFlatViewColsLinkurl"));
     UserDefaults::setValue(QStringLiteral("TilleryFlatViewColsRedir"), false);
-    OrelReportDataSource next(&controls);
-    QStringList nextTitles;
-    for (const TableColumn &c : next.columns())
-        nextTitles << c.title;
-    EXPECT_EQ(nextTitles.join(','), "URL,Link Text,On Page,Distance");
-
-    const std::optional<TableColumn> status = OrelReportDataSource::columnWithTitle("Status");
-    ASSERT_TRUE(status);
-    EXPECT_EQ(status->identifier, QStringLiteral("status"));
-    EXPECT_EQ(status->width, 110);
-    EXPECT_EQ(OrelReportDataSource::identifierForSortKey("h"), QStringLiteral("nofollow"));
+    EXPECT_EQ(titles(OrelReportDataSource(&controls)), "URL,Link Text,On Page,Distance");
 }
 
 // A build whose records changed before it could be shown is dropped; a request while the crawl
@@ -358,29 +333,19 @@ TEST_F(FlatListTest, BackgroundBuildDropsStaleResults)
     EXPECT_TRUE(flat->isBuilding());
     results.resultsWillChange(ResultsChange::Update); // the crawl goes on
     EXPECT_FALSE(flat->isBuilding());
-    spin(100);
-    EXPECT_EQ(ready.count(), 0);
-    EXPECT_EQ(flat->getCount(), 2u);
+    EXPECT_FALSE(ready.wait(100));
     EXPECT_EQ(shownRows("linktext"), QStringList({ "two", "one" }));
 
     results.atRest = false;
     flat->requestReport(results);
-    spin(100);
+    EXPECT_FALSE(ready.wait(100));
     EXPECT_FALSE(flat->isBuilding());
-    EXPECT_EQ(ready.count(), 0);
 
     // Asked while the run ends: at rest by the time the event loop looks again.
     flat->requestReport(results);
     results.atRest = true;
     ASSERT_TRUE(ready.wait(10000));
     EXPECT_FALSE(flat->isBuilding());
-    EXPECT_EQ(flat->getCount(), 3u);
     EXPECT_EQ(flat->badCollection().size(), 3u);
-    EXPECT_EQ(flat->currentSortField(), QString());
     EXPECT_EQ(shownRows("linktext"), QStringList({ "one", "two", "" }));
-
-    // The records go: the list empties at once.
-    results.resultsWillChange(ResultsChange::Discard);
-    EXPECT_EQ(flat->getCount(), 0u);
-    EXPECT_EQ(flat->numberOfRows(), 0);
 }
