@@ -186,7 +186,7 @@ TEST_F(FlatListTest, ExportTextsOfTheShownRows)
 }
 
 // The question comes before the text is built; only "Continue" goes on.
-TEST_F(FlatListTest, LargeExportQuestion)
+TEST_F(FlatListTest, ExportsOfOverTenThousandItemsAskFirst)
 {
     enum Exporter { Csv, Html, Tdl };
     // items, bad links only, exporter, answer (-1: the default button), asked, written
