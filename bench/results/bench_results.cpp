@@ -406,7 +406,8 @@ CrawlFigures crawl(const SyntheticSite &site, LinkCheckerHub &hub)
 // ---- Memory accounting ------------------------------------------------------------------------
 
 // What the on-page list of a record with n occurrences holds, measured on a list of its own: the
-// entries grow together with the first column, and one shared page text is made for them all.
+// entries grow together with the first column. The heap's figures are read by walking its free
+// lists, which is slow once a crawl has fragmented it, so the common sizes are measured before.
 class EntryCost
 {
 public:
@@ -416,6 +417,8 @@ public:
         // that appends the same text: made here, it is not counted below.
         OnPageList warm;
         warm.appendUrl(page());
+        for (qsizetype n = 1; n <= kMeasuredFirst; ++n)
+            bytes(n);
     }
 
     double bytes(qsizetype n)
@@ -438,6 +441,7 @@ public:
     }
 
 private:
+    static constexpr qsizetype kMeasuredFirst = 4096;
     static QString page() { return QStringLiteral("http://site.test/"); }
     static size_t heapInUse()
     {
@@ -448,7 +452,8 @@ private:
     std::map<qsizetype, double> m_known;
 };
 
-std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site)
+std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site,
+                                  EntryCost &entryCost)
 {
     std::vector<Account> parts;
     const qint64 records = hub.recordCount();
@@ -456,7 +461,6 @@ std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site
     // The record's own texts, each shared block counted once: URL as text and as bytes, status,
     // redirect target (both forms), page title.
     double urlText = 0, urlBytes = 0, status = 0, redirect = 0, title = 0;
-    EntryCost entryCost;
     std::unordered_set<const void *> seen;
     seen.reserve(size_t(records) * 2);
     const auto block = [&](auto text) -> double {
@@ -573,6 +577,7 @@ int main(int argc, char *argv[])
                      .arg(number(shape.records), number(shape.pages), number(shape.occurrences),
                           number(site.leaves()), number(site.badLeaves())));
 
+    EntryCost entryCost;
     malloc_trim(0);
     const ProcessMemory before = ProcessMemory::now();
     SettingsControls controls;
@@ -613,7 +618,7 @@ int main(int argc, char *argv[])
                           number(hub.getBadCollectionCount())));
 
     progress(QStringLiteral("accounting for the crawl's memory"));
-    const std::vector<Account> parts = accountCrawl(hub, site);
+    const std::vector<Account> parts = accountCrawl(hub, site, entryCost);
     malloc_trim(0);
 
     // ---- The flat list
