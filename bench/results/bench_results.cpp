@@ -90,7 +90,7 @@ struct Options
 {
     SyntheticSite::Shape shape;
     double scrollCap = 120;
-    QString out; // where the exports go; a temporary folder when empty
+    QString out; // where the exports are kept; none: written to a temporary folder and deleted
     // Memory an export may take beyond what the process has mapped before it; none: what the
     // machine has available then, less 2 GB.
     double exportRoomMb = 0;
@@ -351,8 +351,7 @@ int columnWithTitle(const QAbstractItemModel &m, const QString &title)
     fail(QStringLiteral("no column %1").arg(title));
 }
 
-// ---- The crawl
-// ------------------------------------------------------------------------------------
+// ---- The crawl ----------------------------------------------------------------------------------
 
 struct CrawlFigures
 {
@@ -403,7 +402,7 @@ CrawlFigures crawl(const SyntheticSite &site, LinkCheckerHub &hub)
     return f;
 }
 
-// ---- Memory accounting ------------------------------------------------------------------------
+// ---- Memory accounting --------------------------------------------------------------------------
 
 // What the on-page list of a record with n occurrences holds, measured on a list of its own: the
 // entries grow together with the first column. The heap's figures are read by walking its free
@@ -532,8 +531,7 @@ std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site
     return parts;
 }
 
-// ---- Output
-// ---------------------------------------------------------------------------------------
+// ---- Output -------------------------------------------------------------------------------------
 
 QTextStream &out()
 {
@@ -801,7 +799,8 @@ int main(int argc, char *argv[])
             }
         });
         step.stopped = stopped;
-        QFile::remove(path);
+        if (outTemp)
+            QFile::remove(path); // the next export's room
     }
 
     // ---- Report
