@@ -4,6 +4,7 @@
 #include "common/Log.h"
 #include "common/UserDefaults.h"
 #include "links/LinkCheckerUrl.h"
+#include "links/OrelOnPage.h"
 #include "reports/LinkViews.h"
 
 #include <algorithm>
@@ -157,8 +158,12 @@ QVariant ByLinkModel::data(const QModelIndex &index, int role) const
     const bool child = index.internalPointer() != nullptr;
     if (role == Qt::DisplayRole) {
         const QString &id = columnId(index.column());
-        if (child)
-            return LinkViews::byLinkValue(m_views.occurrence(record, index.row()), id);
+        if (child) {
+            // The pairing lives for this call only: one kept per child would hold memory for
+            // every occurrence ever scrolled past (about 90 bytes each).
+            const OrelOnPage occurrence(record, index.row());
+            return LinkViews::byLinkValue(&occurrence, id);
+        }
         return LinkViews::byLinkValue(record, id);
     }
     if (role == Qt::BackgroundRole && !child) {
