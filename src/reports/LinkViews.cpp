@@ -466,10 +466,11 @@ OrelOnPage *LinkViews::getNthVisibleItemForPage(int n, const QString &page)
             if (links->at(before) == record)
                 ++k;
         }
-        const QStringList &pages = record->getOnPageUrlArray();
-        for (int i = 0; i < pages.size(); ++i) {
-            if (pages.at(i) == page && k-- == 0)
-                return occurrence(record, i);
+        // Read entry by entry: a menu link's list of pages is as long as the site.
+        const qsizetype count = record->onPageCount();
+        for (qsizetype i = 0; i < count; ++i) {
+            if (record->onPageUrlAt(i) == page && k-- == 0)
+                return occurrence(record, int(i));
         }
         return nullptr;
     }
