@@ -351,39 +351,45 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
     std::_Exit(hub.stoppedForMemory() || !error.isNull() ? 2 : bad > 0 ? 1 : 0);
 }
 
-// Options shared by crawl and recheck; answers an error text or a null string.
-QString prepare(const QStringList &args, Options &o, OrelConfigManager &manager,
-                SettingsControls &controls, ScriptedDialogs &dialogs)
+// What a crawl or recheck run is made of, from its arguments to the dialogs' scripted answers.
+struct Run
 {
-    if (const QString err = parse(args, o); !err.isNull())
-        return err;
-    if (!o.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
-    if (const QString err = loadSettings(o, manager, controls); !err.isNull())
-        return err;
-    // Pages are archived during the run and copied into the folder at its end.
-    if (!o.exports.archiveDir.isEmpty()) {
-        controls.archiveButton = CheckState::On;
-        dialogs.panelAnswers.enqueue(QFileInfo(o.exports.archiveDir).absoluteFilePath());
+    Options o;
+    SettingsControls controls;
+    OrelConfigManager manager { &controls };
+    ScriptedDialogs dialogs;
+
+    // The options shared by crawl and recheck; answers an error text or a null string.
+    QString prepare(const QStringList &args)
+    {
+        if (const QString err = parse(args, o); !err.isNull())
+            return err;
+        if (!o.verbose)
+            QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
+        if (const QString err = loadSettings(o, manager, controls); !err.isNull())
+            return err;
+        // Pages are archived during the run and copied into the folder at its end.
+        if (!o.exports.archiveDir.isEmpty()) {
+            controls.archiveButton = CheckState::On;
+            dialogs.panelAnswers.enqueue(QFileInfo(o.exports.archiveDir).absoluteFilePath());
+        }
+        Dialogs::install(&dialogs);
+        return {};
     }
-    Dialogs::install(&dialogs);
-    return {};
-}
+};
 
 } // namespace
 
 int runCrawlCommand(const QStringList &args)
 {
-    Options o;
-    SettingsControls controls;
-    OrelConfigManager manager(&controls);
-    ScriptedDialogs dialogs;
-    if (const QString err = prepare(args, o, manager, controls, dialogs); !err.isNull())
+    Run run;
+    const Options &o = run.o;
+    if (const QString err = run.prepare(args); !err.isNull())
         return fail(err);
-    if (const QString err = checkBeforeCrawl(o, controls); !err.isNull())
+    if (const QString err = checkBeforeCrawl(o, run.controls); !err.isNull())
         return fail(err);
 
-    LinkCheckerHub hub(&controls, &manager);
+    LinkCheckerHub hub(&run.controls, &run.manager);
     const bool progress = !o.quiet && ::isatty(STDERR_FILENO);
     RunOutcome outcome = crawlUntilDone(hub, progress, [&] { hub.go(); });
     if (o.exports.recheckBad && hub.isCrawlFinished() && !outcome.interrupted)
@@ -393,11 +399,9 @@ int runCrawlCommand(const QStringList &args)
 
 int runRecheckCommand(const QStringList &args)
 {
-    Options o;
-    SettingsControls controls;
-    OrelConfigManager manager(&controls);
-    ScriptedDialogs dialogs;
-    if (const QString err = prepare(args, o, manager, controls, dialogs); !err.isNull())
+    Run run;
+    const Options &o = run.o;
+    if (const QString err = run.prepare(args); !err.isNull())
         return fail(err);
     // The URL argument is the saved link list.
     const QString list = o.url;
@@ -405,7 +409,7 @@ int runRecheckCommand(const QStringList &args)
         return fail(QStringLiteral("recheck needs a saved link list (FILE.plist)"));
     if (const QString err = checkExports(o.exports); !err.isNull())
         return fail(err);
-    LinkCheckerHub hub(&controls, &manager);
+    LinkCheckerHub hub(&run.controls, &run.manager);
     if (!QFileInfo(list).isFile() || hub.loadLinkList(list) == 0)
         return fail(QStringLiteral("no links read from \"%1\"").arg(list));
     hub.adoptLoadedRecords();

@@ -385,6 +385,8 @@ Q_SIGNALS:
     void recordAdded(LinkCheckerUrl *record);
 
 private:
+    // The outline view of the by-link ("1") or by-page ("4") tab; nullptr for any other tab.
+    TableDescription *outlineOfTab(const QString &tab) const;
     // Drops the previous run's records, views, registry, temporary and archive folders.
     void discardResults();
     void setState(State state);

@@ -60,13 +60,18 @@ void LinkCheckerHub::filter()
         m_report->filter(m_views->searchText(), m_report->filterTag());
 }
 
+TableDescription *LinkCheckerHub::outlineOfTab(const QString &tab) const
+{
+    if (tab == QLatin1String("1"))
+        return m_byLinkOutline;
+    return tab == QLatin1String("4") ? m_byPageOutline : nullptr;
+}
+
 void LinkCheckerHub::exportAsCSVMenuItem(const QString &tab)
 {
     if (tab == QLatin1String("2"))
         report().exportAsFlatCSV();
-    else if (TableDescription *outline = tab == QLatin1String("1") ? m_byLinkOutline
-                     : tab == QLatin1String("4")                   ? m_byPageOutline
-                                                                   : nullptr)
+    else if (TableDescription *outline = outlineOfTab(tab))
         LinkExports::exportAsCSVFromOutlineView(*outline);
 }
 
@@ -74,9 +79,7 @@ void LinkCheckerHub::exportAsHTMLMenuItem(const QString &tab)
 {
     if (tab == QLatin1String("2"))
         report().exportAsHTML();
-    else if (TableDescription *outline = tab == QLatin1String("1") ? m_byLinkOutline
-                     : tab == QLatin1String("4")                   ? m_byPageOutline
-                                                                   : nullptr)
+    else if (TableDescription *outline = outlineOfTab(tab))
         LinkExports::exportAsHTMLFromOutlineView(*outline);
 }
 
