@@ -506,13 +506,13 @@ std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site
     double byPage = 0;
     if (const PageIndex *index = hub.pageIndex()) {
         for (auto it = index->cbegin(); it != index->cend(); ++it)
-            byPage += double(heapChunkFor(16 + sizeof(void *) * size_t(it->capacity())));
+            byPage += double(heapChunkFor(16 + sizeof(PageLink) * size_t(it->capacity())));
         // The hash's own nodes (key and list) and buckets.
         byPage += double(index->size()) * double(sizeof(QString) + sizeof(QList<void *>))
                 + double(index->capacity());
     }
     parts.push_back({ QStringLiteral("by-page index"), byPage, true,
-                      QStringLiteral("a pointer per occurrence in one list per page") });
+                      QStringLiteral("a record and its place per occurrence, one list per page") });
 
     // Reserved for the links limit (at most 65,536 keys) and doubled whenever half full.
     size_t slotCount =

@@ -123,7 +123,7 @@ public:
     // then). A missing record is logged.
     LinkCheckerUrl *add(std::unique_ptr<LinkCheckerUrl> record);
     // The records found on a page, once per appearance; nullptr when the page is unknown.
-    const QList<LinkCheckerUrl *> *linksOnPage(const QString &page) const;
+    const QList<PageLink> *linksOnPage(const QString &page) const;
     int numberOfLinksOnThisPage(const QString &page) const override;
 
     // ---- Scope -----------------------------------------------------------------------------
@@ -504,7 +504,7 @@ private:
     std::vector<std::vector<PendingHref>> m_spareBatches;
     // The page whose links are being registered, and its list in the by-page index.
     QString m_lastPage;
-    QList<LinkCheckerUrl *> *m_lastPageLinks = nullptr;
+    QList<PageLink> *m_lastPageLinks = nullptr;
     bool m_reloadPending = false;
     // Calls posted with later() wait here for one queued call that runs them all, in order.
     std::vector<std::pair<quint64, std::function<void()>>> m_laterQueue;

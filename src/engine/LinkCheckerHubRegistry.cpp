@@ -67,7 +67,8 @@ void LinkCheckerHub::addLink(LinkCheckerUrl *record, const QString &page)
         m_lastPage = page;
         m_lastPageLinks = &(*m_byPageDictionary)[page];
     }
-    m_lastPageLinks->append(record);
+    // The record has just added this page to its on-page lists.
+    m_lastPageLinks->append({ record, int(record->onPageCount() - 1) });
 }
 
 LinkCheckerUrl *LinkCheckerHub::weHaveThisOneAlready(const QString &url,
@@ -162,7 +163,7 @@ void LinkCheckerHub::unregister(LinkCheckerUrl *record)
             auto it = m_byPageDictionary->find(page);
             if (it == m_byPageDictionary->end())
                 continue;
-            it->removeAll(record);
+            it->removeIf([record](const PageLink &link) { return link.record == record; });
             if (it->isEmpty())
                 m_byPageDictionary->erase(it);
         }
@@ -174,7 +175,7 @@ void LinkCheckerHub::unregister(LinkCheckerUrl *record)
     ++m_lookupVersion;
 }
 
-const QList<LinkCheckerUrl *> *LinkCheckerHub::linksOnPage(const QString &page) const
+const QList<PageLink> *LinkCheckerHub::linksOnPage(const QString &page) const
 {
     if (!m_byPageDictionary)
         return nullptr;
@@ -184,7 +185,7 @@ const QList<LinkCheckerUrl *> *LinkCheckerHub::linksOnPage(const QString &page) 
 
 int LinkCheckerHub::numberOfLinksOnThisPage(const QString &page) const
 {
-    const QList<LinkCheckerUrl *> *links = linksOnPage(page);
+    const QList<PageLink> *links = linksOnPage(page);
     return links ? int(links->size()) : 0;
 }
 

@@ -11,6 +11,7 @@ namespace {
 
 // Page rows carry no id; a child row carries its page's row + 1, which refresh() maps anew.
 constexpr quintptr kPageRow = 0;
+constexpr qsizetype kKeptChildLists = 256;
 
 } // namespace
 
@@ -75,18 +76,16 @@ void ByPageModel::refresh()
     Q_EMIT layoutChanged();
 }
 
-const std::vector<OrelOnPage *> &ByPageModel::children(int pageRow) const
+const std::vector<PageLink> &ByPageModel::children(int pageRow) const
 {
     auto it = m_children.find(pageRow);
     if (it != m_children.end())
         return *it;
-    std::vector<OrelOnPage *> list;
-    const QString &page = m_pages.at(pageRow);
-    const int count = m_views.countVisibleItemsforThisPage(page);
-    list.reserve(std::size_t(count));
-    for (int n = 0; n < count; ++n)
-        list.push_back(m_views.getNthVisibleItemForPage(n, page));
-    return *m_children.insert(pageRow, std::move(list));
+    // Scrolling through a large site opens page after page; only the pages a view shows at once
+    // need their children at hand, and a page's shown links are found again in one pass.
+    if (m_children.size() >= kKeptChildLists)
+        m_children.clear();
+    return *m_children.insert(pageRow, m_views.shownLinksOnPage(m_pages.at(pageRow)));
 }
 
 QString ByPageModel::pageAt(const QModelIndex &index) const
@@ -97,12 +96,18 @@ QString ByPageModel::pageAt(const QModelIndex &index) const
                                                         : int(index.internalId() - 1));
 }
 
-OrelOnPage *ByPageModel::occurrenceAt(const QModelIndex &index) const
+const PageLink *ByPageModel::linkAt(const QModelIndex &index) const
 {
     if (!index.isValid() || index.internalId() == kPageRow)
         return nullptr;
-    const std::vector<OrelOnPage *> &list = children(int(index.internalId() - 1));
-    return index.row() < int(list.size()) ? list[std::size_t(index.row())] : nullptr;
+    const std::vector<PageLink> &list = children(int(index.internalId() - 1));
+    return index.row() < int(list.size()) ? &list[std::size_t(index.row())] : nullptr;
+}
+
+OrelOnPage *ByPageModel::occurrenceAt(const QModelIndex &index) const
+{
+    const PageLink *link = linkAt(index);
+    return link ? m_views.occurrence(link->record, link->occurrence) : nullptr;
 }
 
 QModelIndex ByPageModel::index(int row, int column, const QModelIndex &parent) const
@@ -138,13 +143,16 @@ QVariant ByPageModel::data(const QModelIndex &index, int role) const
     if (index.internalId() == kPageRow)
         return role == Qt::DisplayRole ? QVariant(LinkViews::byPageValue(pageAt(index), id))
                                        : QVariant();
-    OrelOnPage *occurrence = occurrenceAt(index);
-    if (!occurrence)
+    const PageLink *link = linkAt(index);
+    if (!link)
         return {};
-    if (role == Qt::DisplayRole)
-        return LinkViews::byPageValue(occurrence, id);
+    if (role == Qt::DisplayRole) {
+        // A passing pairing: the views' own would keep every occurrence ever painted.
+        const OrelOnPage occurrence(link->record, link->occurrence);
+        return LinkViews::byPageValue(&occurrence, id);
+    }
     if (role == Qt::BackgroundRole) {
-        if (const std::optional<Colour> colour = m_views.rowColour(occurrence->getLcurl()))
+        if (const std::optional<Colour> colour = m_views.rowColour(link->record))
             return QVariant::fromValue(*colour);
     }
     return {};

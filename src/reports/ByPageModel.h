@@ -3,6 +3,7 @@
 // finished; main thread.
 #pragma once
 
+#include "reports/LinkResults.h"
 #include "reports/OutlineModel.h"
 
 #include <QHash>
@@ -17,8 +18,8 @@ namespace orel {
 class LinkViews;
 class OrelOnPage;
 
-// Roots come from LinkViews' pages with shown links; each page's children are worked out once
-// and kept until the next change. The index's order of pages is a hash order, which a new page
+// Roots come from LinkViews' pages with shown links; the children of the pages last opened are
+// kept until the next change. The index's order of pages is a hash order, which a new page
 // may reshuffle, so changes during a crawl are taken as a layout change (rows keep their
 // selection by page), at most once per refresh interval; whole-list changes reset the model.
 // Qt::BackgroundRole of a child answers its link's Colour (a QVariant holding orel::Colour).
@@ -43,13 +44,14 @@ public:
 
 private:
     void takePages();
-    const std::vector<OrelOnPage *> &children(int pageRow) const;
+    const std::vector<PageLink> &children(int pageRow) const;
+    const PageLink *linkAt(const QModelIndex &index) const;
 
     LinkViews &m_views;
     QTimer m_refreshTimer;
     QStringList m_pages;
     QHash<QString, int> m_rowOfPage;
-    mutable QHash<int, std::vector<OrelOnPage *>> m_children; // by page row
+    mutable QHash<int, std::vector<PageLink>> m_children; // by page row, the last few opened
 };
 
 } // namespace orel

@@ -17,9 +17,20 @@ namespace orel {
 class bhDataSource;
 class LinkCheckerUrl;
 
-// Page URL -> the records found on that page, in order of finding, a record repeated when it
+// One link found on a page: its record and the place of this occurrence in the record's on-page
+// lists, so that a page's rows reach their occurrences without searching the record's pages (a
+// menu link's list is as long as the site). Reads as its record where only the record counts.
+struct PageLink
+{
+    LinkCheckerUrl *record = nullptr;
+    int occurrence = 0;
+
+    operator LinkCheckerUrl *() const { return record; }
+};
+
+// Page URL -> the links found on that page, in order of finding, a record repeated when it
 // occurs several times.
-using PageIndex = QHash<QString, QList<LinkCheckerUrl *>>;
+using PageIndex = QHash<QString, QList<PageLink>>;
 
 // How the crawl is about to change records that were at rest.
 enum class ResultsChange {

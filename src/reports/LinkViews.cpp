@@ -236,7 +236,7 @@ int LinkViews::recordCount() const
     return int(items().size());
 }
 
-const QList<LinkCheckerUrl *> *LinkViews::linksOnPage(const QString &page) const
+const QList<PageLink> *LinkViews::linksOnPage(const QString &page) const
 {
     const PageIndex *index = m_results.pageIndex();
     if (!index)
@@ -247,7 +247,7 @@ const QList<LinkCheckerUrl *> *LinkViews::linksOnPage(const QString &page) const
 
 int LinkViews::countItemsforThisPage(const QString &page) const
 {
-    const QList<LinkCheckerUrl *> *links = linksOnPage(page);
+    const QList<PageLink> *links = linksOnPage(page);
     return links ? int(links->size()) : 0;
 }
 
@@ -399,7 +399,7 @@ int LinkViews::countVisibleItemsforThisPage(const QString &page) const
 {
     if (!m_results.childrenShown())
         return 0;
-    const QList<LinkCheckerUrl *> *links = linksOnPage(page);
+    const QList<PageLink> *links = linksOnPage(page);
     if (!links)
         return 0;
     int n = 0;
@@ -412,7 +412,7 @@ int LinkViews::countVisibleItemsforThisPage(const QString &page) const
 
 bool LinkViews::pageHasAtLeastOneVisibleItem(const QString &page) const
 {
-    const QList<LinkCheckerUrl *> *links = linksOnPage(page);
+    const QList<PageLink> *links = linksOnPage(page);
     if (!links)
         return false;
     if (!m_badLinksOnly)
@@ -449,32 +449,28 @@ QString LinkViews::getNthPageWithVisibleItems(int n) const
 
 OrelOnPage *LinkViews::getNthVisibleItemForPage(int n, const QString &page)
 {
-    const QList<LinkCheckerUrl *> *links = linksOnPage(page);
+    const QList<PageLink> *links = linksOnPage(page);
     if (!links)
         return nullptr;
     int seen = 0;
-    for (qsizetype p = 0; p < links->size(); ++p) {
-        LinkCheckerUrl *record = links->at(p);
-        if (!isShown(record))
-            continue;
-        if (seen++ != n)
-            continue;
-        // A record found several times on one page: the k-th time here is its k-th entry of
-        // this page in its own list.
-        int k = 0;
-        for (qsizetype before = 0; before < p; ++before) {
-            if (links->at(before) == record)
-                ++k;
-        }
-        // Read entry by entry: a menu link's list of pages is as long as the site.
-        const qsizetype count = record->onPageCount();
-        for (qsizetype i = 0; i < count; ++i) {
-            if (record->onPageUrlAt(i) == page && k-- == 0)
-                return occurrence(record, int(i));
-        }
-        return nullptr;
+    for (const PageLink &link : *links) {
+        if (isShown(link.record) && seen++ == n)
+            return occurrence(link.record, link.occurrence);
     }
     return nullptr;
+}
+
+std::vector<PageLink> LinkViews::shownLinksOnPage(const QString &page) const
+{
+    std::vector<PageLink> shown;
+    const QList<PageLink> *links = m_results.childrenShown() ? linksOnPage(page) : nullptr;
+    if (!links)
+        return shown;
+    for (const PageLink &link : *links) {
+        if (isShown(link.record))
+            shown.push_back(link);
+    }
+    return shown;
 }
 
 QString LinkViews::byLinkValue(const LinkCheckerUrl *record, const QString &columnId)

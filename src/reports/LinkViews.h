@@ -115,6 +115,9 @@ public:
     // "" out of range; a null string before the first count.
     QString getNthPageWithVisibleItems(int n) const;
     OrelOnPage *getNthVisibleItemForPage(int n, const QString &page);
+    // The shown links of the page in order, as getNthVisibleItemForPage() answers them one by
+    // one; none before the outline shows children.
+    std::vector<PageLink> shownLinksOnPage(const QString &page) const;
 
     // Cell values of the outlines. A link row has no single link text; an occurrence row under
     // a link repeats none of the link's own columns; a page row shows only its URL.
@@ -157,7 +160,7 @@ private:
     const std::vector<OrelDataObject *> &items() const;
     LinkCheckerUrl *recordAt(int index) const; // nullptr past the end
     int recordCount() const;
-    const QList<LinkCheckerUrl *> *linksOnPage(const QString &page) const;
+    const QList<PageLink> *linksOnPage(const QString &page) const;
 
     LinkResults &m_results;
     const SettingsControls &m_controls;

@@ -6,6 +6,7 @@
 #include "common/UserDefaults.h"
 #include "links/LinkCheckerUrl.h"
 
+#include <QHash>
 #include <QThread> // the build's thread goes with the source
 
 #include <algorithm>
@@ -52,28 +53,69 @@ int columnIndexWithTitle(const QString &title)
 }
 
 // Sorts items by their text of the field, comparing case-insensitively; descending inverts a
-// non-zero comparison. Each value is read once, and equal values keep their order.
+// non-zero comparison, and equal values keep their order. A flat list has millions of rows but
+// far fewer distinct values (a link's URL is the same in each of its rows), so each distinct
+// value is ranked once and the rows are then placed by rank, which keeps them stable.
 void sortByText(std::vector<OrelDataObject *> &items, const QString &field, bool ascending)
 {
     const std::size_t n = items.size();
-    std::vector<QString> keys;
-    keys.reserve(n);
-    for (const OrelDataObject *item : items)
-        keys.push_back(item->getFieldByName(field));
-    std::vector<std::size_t> order(n);
-    std::iota(order.begin(), order.end(), std::size_t(0));
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t i, std::size_t j) {
-        int c = QString::compare(keys[i], keys[j], Qt::CaseInsensitive);
-        if (!ascending)
-            c = -c;
-        return c < 0;
+    QHash<QString, quint32> idOf;
+    std::vector<QString> values; // by id
+    std::vector<quint32> idOfItem;
+    idOfItem.reserve(n);
+    QString previous;
+    for (const OrelDataObject *item : items) {
+        QString value = item->getFieldByName(field);
+        // Rows of one link come together: a shared text is the previous row's value.
+        if (!idOfItem.empty() && value.constData() == previous.constData()
+            && value.size() == previous.size()) {
+            idOfItem.push_back(idOfItem.back());
+            continue;
+        }
+        const auto it = idOf.constFind(value);
+        if (it != idOf.cend()) {
+            idOfItem.push_back(*it);
+        } else {
+            idOfItem.push_back(quint32(values.size()));
+            idOf.insert(value, quint32(values.size()));
+            values.push_back(value);
+        }
+        previous = std::move(value);
+    }
+    idOf.clear();
+    previous.clear();
+
+    // Rank the distinct values; values comparing equal share a rank.
+    std::vector<quint32> byValue(values.size());
+    std::iota(byValue.begin(), byValue.end(), quint32(0));
+    std::sort(byValue.begin(), byValue.end(), [&](quint32 a, quint32 b) {
+        return QString::compare(values[a], values[b], Qt::CaseInsensitive) < 0;
     });
-    keys.clear();
-    keys.shrink_to_fit();
-    std::vector<OrelDataObject *> sorted;
-    sorted.reserve(n);
-    for (std::size_t i : order)
-        sorted.push_back(items[i]);
+    std::vector<quint32> rankOfId(values.size());
+    quint32 ranks = 0;
+    for (std::size_t i = 0; i < byValue.size(); ++i) {
+        if (i > 0
+            && QString::compare(values[byValue[i - 1]], values[byValue[i]], Qt::CaseInsensitive)
+                    != 0)
+            ++ranks;
+        rankOfId[byValue[i]] = ranks;
+    }
+    ++ranks;
+    values.clear();
+    values.shrink_to_fit();
+
+    // A counting sort by rank: stable, and linear in the rows.
+    std::vector<std::size_t> start(std::size_t(ranks) + 1, 0);
+    const auto rankOf = [&](std::size_t i) {
+        const quint32 rank = rankOfId[idOfItem[i]];
+        return ascending ? rank : ranks - 1 - rank;
+    };
+    for (std::size_t i = 0; i < n; ++i)
+        ++start[rankOf(i) + 1];
+    std::partial_sum(start.begin(), start.end(), start.begin());
+    std::vector<OrelDataObject *> sorted(n);
+    for (std::size_t i = 0; i < n; ++i)
+        sorted[start[rankOf(i)]++] = items[i];
     items = std::move(sorted);
 }
 
