@@ -101,9 +101,31 @@ int firstDigit(const QString &status)
     return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) ? c.unicode() - '0' : 0;
 }
 
+// The translated status texts that every record's class is compared with, kept per thread: a
+// view asks for the class of every row it paints.
+struct StatusTexts
+{
+    quint64 translations = ~quint64(0);
+    QString notChecked;
+    QString fileDoesntExist;
+    QString missingLinkUrl;
+};
+
+const StatusTexts &statusTexts()
+{
+    thread_local StatusTexts texts;
+    if (const quint64 now = translationsGeneration(); texts.translations != now) {
+        texts.notChecked = localized("Not checked");
+        texts.fileDoesntExist = localized("file doesnt exist");
+        texts.missingLinkUrl = localized("missing link url");
+        texts.translations = now;
+    }
+    return texts;
+}
+
 bool isNotChecked(const QString &s)
 {
-    return s == localized("Not checked");
+    return s == statusTexts().notChecked;
 }
 bool isFileIsDirectory(const QString &s)
 {
@@ -111,11 +133,11 @@ bool isFileIsDirectory(const QString &s)
 }
 bool isFileDoesntExist(const QString &s)
 {
-    return s == localized("file doesnt exist");
+    return s == statusTexts().fileDoesntExist;
 }
 bool isMissingLinkUrl(const QString &s)
 {
-    return s == localized("missing link url");
+    return s == statusTexts().missingLinkUrl;
 }
 bool isMcmsZref(const QString &s)
 {
@@ -227,6 +249,17 @@ QString LinkCheckerUrl::getNofollow() const
 QString LinkCheckerUrl::getFieldByName(const QString &name) const
 {
     const auto is = [&name](const char *key) { return name == QLatin1String(key); };
+    // The link views' columns first: a view asks for them for every row it paints.
+    if (is("status"))
+        return m_status;
+    if (is("linkurl"))
+        return m_nsslinkUrl;
+    if (is("redir"))
+        return m_nssredir;
+    if (is("linktext"))
+        return getLinkText();
+    if (is("onpageurl"))
+        return getOnPageUrl();
     if (is("canonical"))
         return getCanonical();
     if (is("changefrequency"))
@@ -245,20 +278,14 @@ QString LinkCheckerUrl::getFieldByName(const QString &name) const
         return getOnPagesArray().join(QLatin1Char('\r'));
     if (is("onpagename"))
         return getOnPageName();
-    if (is("onpageurl"))
-        return getOnPageUrl();
     if (is("onpageurlhtml"))
         return getOnPagesHTML();
     if (is("onpageurlcsv"))
         return getOnPagesCSV();
     if (is("onpageurltext"))
         return getOnPagesText();
-    if (is("linktext"))
-        return getLinkText();
     if (is("linkpagetitle"))
         return m_linkPageTitle;
-    if (is("linkurl"))
-        return m_nsslinkUrl;
     if (is("actualurl"))
         return getActualLinkUrl();
     if (is("linkurlhtml"))
@@ -271,10 +298,6 @@ QString LinkCheckerUrl::getFieldByName(const QString &name) const
         return getMetaDescription();
     if (is("nofollow"))
         return getNofollow();
-    if (is("status"))
-        return m_status;
-    if (is("redir"))
-        return m_nssredir;
     if (is("timestamp"))
         return getTimestamp();
     if (is("validatorstatus"))

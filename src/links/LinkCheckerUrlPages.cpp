@@ -182,7 +182,7 @@ QString LinkCheckerUrl::getOnPageUrl() const
         return m_onPage.urlAt(0);
     }
     return QString::number(m_onPage.urlCount()) + QLatin1Char(' ')
-            + localized("occurrences over more than one page");
+            + localizedOften("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPageName() const
@@ -192,7 +192,7 @@ QString LinkCheckerUrl::getOnPageName() const
     if (m_onPage.urlCount() == 1)
         return onPageNameAt(0);
     return QString::number(m_onPage.urlCount()) + QLatin1Char(' ')
-            + localized("occurrences over more than one page");
+            + localizedOften("occurrences over more than one page");
 }
 
 QString LinkCheckerUrl::getOnPagesHTML() const

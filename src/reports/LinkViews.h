@@ -167,6 +167,7 @@ private:
     bool m_badLinksOnly = false;
     QString m_searchText;
     int m_linksFilterTag = 0;
+    bool m_everyRecordVisible = true; // the last filter() left every record visible
     // Occurrence pairings handed to the outlines, one per record and index; a map keeps each
     // where it was made, so the outlines may hold on to them until the next clear().
     std::map<std::pair<LinkCheckerUrl *, int>, OrelOnPage> m_pairings;

@@ -125,6 +125,9 @@ TEST_F(LinkModelsTest, BothOutlinesFollowACrawlAndARecheck)
     hub->filter();
     EXPECT_EQ(byLink.rowCount(), 11); // m1 and m10..m19
     expectLinksMatchHub(byLink);
+    hub->setBadLinksOnly(false); // the search alone hides links of the pages
+    expectPagesMatchHub(byPage);
+    hub->setBadLinksOnly(true);
     byLink.sort(1, Qt::DescendingOrder);
     expectLinksMatchHub(byLink);
     EXPECT_EQ(byLink.data(byLink.index(0, 1)).toString(), server.url("/m19.html"));
