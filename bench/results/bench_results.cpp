@@ -498,10 +498,10 @@ std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site
                       QStringLiteral("%1 characters on average, 2 bytes each, end to end in "
                                      "shared blocks")
                               .arg(fixed(textChars / occurrences, 1)) });
-    const double sharedPages = 2.0 * double(site.shape().pages)
-            * double(heapChunkFor(sizeof(QSharedData) + sizeof(QString)));
-    parts.push_back({ QStringLiteral("page URL and title, one shared copy per page"), sharedPages,
-                      true, QStringLiteral("two per page read") });
+    const double sharedPages = double(site.shape().pages)
+            * double(heapChunkFor(sizeof(QSharedData) + 2 * sizeof(QString)));
+    parts.push_back({ QStringLiteral("page URL and title, one shared pair per page"), sharedPages,
+                      true, QStringLiteral("one per page read") });
 
     double byPage = 0;
     if (const PageIndex *index = hub.pageIndex()) {

@@ -4,15 +4,36 @@
 
 namespace orel {
 
-// Consecutive calls pass the same page string (every link of the page being read), so the last
-// shared copy is reused while its text is the very same string data; anything else gets its own.
-OnPageList::Ref OnPageList::share(const QString &s, Ref &last)
+namespace {
+
+bool sameString(const QString &a, const QString &b)
 {
-    if (last && last->text.constData() == s.constData() && last->text.size() == s.size()
-        && last->text.isNull() == s.isNull())
+    return a.constData() == b.constData() && a.size() == b.size() && a.isNull() == b.isNull();
+}
+
+} // namespace
+
+// Consecutive calls pass the same page strings (every link of the page being read), so the last
+// shared pair is reused while its texts are the very same string data; anything else gets its
+// own.
+OnPageList::Ref OnPageList::share(const QString &url, const QString &name, Ref &last)
+{
+    if (last && sameString(last->url, url) && sameString(last->name, name))
         return last;
-    last = Ref(new Shared(s));
+    last = Ref(new Page(url, name));
     return last;
+}
+
+// The URL of an entry is set before its title while a page is read, so URL and title each keep
+// their own last pair: the title's is the page's finished one.
+void OnPageList::setUrl(Entry &e, const QString &url, Ref &last)
+{
+    e.page = share(url, e.page ? e.page->name : QString(), last);
+}
+
+void OnPageList::setName(Entry &e, const QString &name, Ref &last)
+{
+    e.page = share(e.page ? e.page->url : QString(), name, last);
 }
 
 // Texts are appended to the current block until it is full; a text longer than a whole block
@@ -42,6 +63,7 @@ void OnPageList::setText(Entry &e, const QString &text)
 
 OnPageList::Entry &OnPageList::slot(qsizetype column)
 {
+    static_assert(sizeof(Entry) == 24, "an entry is made for every occurrence");
     if (column == m_entries.size())
         m_entries.emplaceBack();
     return m_entries[column];
@@ -56,14 +78,14 @@ void OnPageList::resizeEntries()
 void OnPageList::appendUrl(const QString &url)
 {
     static thread_local Ref last;
-    slot(m_urls).url = share(url, last);
+    setUrl(slot(m_urls), url, last);
     ++m_urls;
 }
 
 void OnPageList::appendName(const QString &name)
 {
     static thread_local Ref last;
-    slot(m_names).name = share(name, last);
+    setName(slot(m_names), name, last);
     ++m_names;
 }
 
@@ -82,12 +104,12 @@ void OnPageList::appendNofollow(bool nofollow)
 
 QString OnPageList::urlAt(qsizetype i) const
 {
-    return i >= 0 && i < m_urls ? m_entries[i].url->text : QString();
+    return i >= 0 && i < m_urls ? m_entries[i].page->url : QString();
 }
 
 QString OnPageList::nameAt(qsizetype i) const
 {
-    return i >= 0 && i < m_names ? m_entries[i].name->text : QString();
+    return i >= 0 && i < m_names ? m_entries[i].page->name : QString();
 }
 
 QString OnPageList::textAt(qsizetype i) const
@@ -107,23 +129,23 @@ bool OnPageList::nofollowAt(qsizetype i) const
     return i >= 0 && i < m_nofollows && (m_entries[i].textBits & NofollowBit);
 }
 
-QStringList OnPageList::sharedColumn(Ref Entry::*column, qsizetype count) const
+QStringList OnPageList::pageColumn(QString Page::*column, qsizetype count) const
 {
     QStringList list;
     list.reserve(count);
     for (qsizetype i = 0; i < count; ++i)
-        list.append((m_entries[i].*column)->text);
+        list.append(m_entries[i].page.data()->*column);
     return list;
 }
 
 QStringList OnPageList::urls() const
 {
-    return sharedColumn(&Entry::url, m_urls);
+    return pageColumn(&Page::url, m_urls);
 }
 
 QStringList OnPageList::names() const
 {
-    return sharedColumn(&Entry::name, m_names);
+    return pageColumn(&Page::name, m_names);
 }
 
 QStringList OnPageList::texts() const
@@ -144,27 +166,27 @@ QList<bool> OnPageList::nofollows() const
     return list;
 }
 
-void OnPageList::setShared(Ref Entry::*column, qsizetype &count, const QStringList &list)
+// Entries past a column's new end keep their old text of it; reads check the column's length.
+void OnPageList::setUrls(const QStringList &list)
 {
-    for (Entry &e : m_entries)
-        (e.*column).reset();
-    count = 0;
+    m_urls = 0;
     Ref last;
-    for (const QString &s : list) {
-        slot(count).*column = share(s, last);
-        ++count;
+    for (const QString &url : list) {
+        setUrl(slot(m_urls), url, last);
+        ++m_urls;
     }
     resizeEntries();
 }
 
-void OnPageList::setUrls(const QStringList &list)
-{
-    setShared(&Entry::url, m_urls, list);
-}
-
 void OnPageList::setNames(const QStringList &list)
 {
-    setShared(&Entry::name, m_names, list);
+    m_names = 0;
+    Ref last;
+    for (const QString &name : list) {
+        setName(slot(m_names), name, last);
+        ++m_names;
+    }
+    resizeEntries();
 }
 
 void OnPageList::setTexts(const QStringList &list)
@@ -190,7 +212,7 @@ void OnPageList::setNofollows(const QList<bool> &list)
 bool OnPageList::containsUrl(const QString &url) const
 {
     for (qsizetype i = 0; i < m_urls; ++i) {
-        if (m_entries[i].url->text == url)
+        if (m_entries[i].page->url == url)
             return true;
     }
     return false;
@@ -199,7 +221,7 @@ bool OnPageList::containsUrl(const QString &url) const
 bool OnPageList::containsName(const QString &name) const
 {
     for (qsizetype i = 0; i < m_names; ++i) {
-        if (m_entries[i].name->text == name)
+        if (m_entries[i].page->name == name)
             return true;
     }
     return false;

@@ -10,12 +10,12 @@
 
 namespace orel {
 
-// A crawl stores close to a million occurrences, so they are packed: one array of 32-byte
-// entries per record instead of four lists. Page URLs and titles are the same for every link on
-// a page; each entry holds a counted reference to one shared copy. Link texts are copied end to
-// end into large shared blocks, in the order they are read, instead of one string each; an
-// entry keeps its block, where its text starts and how long it is, and its nofollow flag in the
-// same word.
+// A crawl stores millions of occurrences, so they are packed: one array of 24-byte entries per
+// record instead of four lists. A page's URL and title are the same for every link on it; each
+// entry holds a counted reference to one shared pair of them. Link texts are copied end to end
+// into large shared blocks, in the order they are read, instead of one string each; an entry
+// keeps its block, where its text starts and how long it is, and its nofollow flag in the same
+// word.
 //
 // The columns normally grow together but need not (a saved list may carry fewer titles than
 // pages); each has its own length and reads past it answer empty.
@@ -64,12 +64,14 @@ public:
     void clear();
 
 private:
-    struct Shared : QSharedData
+    // A page's URL and title; either may be missing (null) while its column is shorter.
+    struct Page : QSharedData
     {
-        explicit Shared(const QString &s) : text(s) { }
-        QString text;
+        Page(const QString &u, const QString &n) : url(u), name(n) { }
+        QString url;
+        QString name;
     };
-    using Ref = QExplicitlySharedDataPointer<Shared>;
+    using Ref = QExplicitlySharedDataPointer<Page>;
 
     struct TextBlock : QSharedData
     {
@@ -85,19 +87,19 @@ private:
 
     struct Entry
     {
-        Ref url;
-        Ref name;
+        Ref page;
         TextRef textBlock;
         quint32 textStart = 0;
         quint32 textBits = 0;
     };
     friend class QTypeInfo<Entry>;
 
-    static Ref share(const QString &s, Ref &last);
+    static Ref share(const QString &url, const QString &name, Ref &last);
+    static void setUrl(Entry &e, const QString &url, Ref &last);
+    static void setName(Entry &e, const QString &name, Ref &last);
     static void setText(Entry &e, const QString &text);
     Entry &slot(qsizetype column);
-    void setShared(Ref Entry::*column, qsizetype &count, const QStringList &list);
-    QStringList sharedColumn(Ref Entry::*column, qsizetype count) const;
+    QStringList pageColumn(QString Page::*column, qsizetype count) const;
     void resizeEntries();
 
     QList<Entry> m_entries; // relocatable entries: growth reallocates in place where it can
