@@ -46,8 +46,10 @@ void LinkCheckerUrl::setLinkUrl(const QString &text, bool trimQuery)
         return;
     const qsizetype fullLength = buffer.size();
     trimHash(buffer, trimQuery);
-    // Share the caller's string when nothing was cut: records are many.
     m_nsslinkUrl = buffer.size() == fullLength ? text : QString::fromUtf8(buffer);
+    // Records are many and live as long as the results: neither form keeps the spare room of
+    // the buffer it came from (a resolver's string, a UTF-8 conversion's threefold room).
+    m_nsslinkUrl.squeeze();
 
     // Only the matching form loses the trailing slash; the displayed and fetched form keeps it.
     bool slashTrimmed = false;
@@ -56,6 +58,7 @@ void LinkCheckerUrl::setLinkUrl(const QString &text, bool trimQuery)
         m_hasHadSlashTrimmed = true;
         slashTrimmed = true;
     }
+    buffer.squeeze();
     m_linkUrl = buffer;
     if (m_owner)
         m_owner->addToLookup(this, slashTrimmed ? QString::fromUtf8(m_linkUrl) : m_nsslinkUrl);
@@ -74,6 +77,7 @@ void LinkCheckerUrl::setRedir(const QString &text)
         buffer.chop(1);
         m_hasHadRedirSlashTrimmed = true;
     }
+    buffer.squeeze();
     m_redir = buffer;
 }
 
