@@ -1,5 +1,6 @@
 // Exports of the link views: CSV and tab-delimited text with one line per row or per
-// occurrence, plain text, HTML and a Graphviz graph of the internal pages.
+// occurrence, plain text, HTML and a Graphviz graph of the internal pages, each appended to a
+// sink piece by piece.
 #include "reports/LinkExports.h"
 
 #include "common/AtomicFile.h"
@@ -90,45 +91,45 @@ QList<TableColumn> LinkExports::tableColumns() const
     return columns;
 }
 
-QString LinkExports::headerLine(const QList<TableColumn> &columns, QChar separator)
+void LinkExports::writeHeader(TextSink &out, const QList<TableColumn> &columns, QChar separator)
 {
-    QString out;
-    for (int i = 0; i < columns.size(); ++i) {
-        if (i)
-            out += separator;
-        out += QLatin1Char('"') + columns.at(i).title + QLatin1Char('"');
+    for (qsizetype c = 0; c < columns.size(); ++c) {
+        if (c)
+            out << separator;
+        out << u'"' << columns.at(c).title << u'"';
     }
-    return out + QLatin1Char('\r');
+    out << u'\r';
 }
 
-QString LinkExports::tableText(const QList<TableColumn> &columns, QChar separator)
+void LinkExports::writeTable(TextSink &out, const QList<TableColumn> &columns, QChar separator)
 {
-    QString out = headerLine(columns, separator);
+    writeHeader(out, columns, separator);
+    // The page column holds every page of the link, "\r" between them.
+    QStringList fields;
+    for (const TableColumn &column : columns)
+        fields.append(column.identifier == QLatin1String("onpageurl")
+                              ? QStringLiteral("onpageurlcsv")
+                              : column.identifier);
     const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
     ExportProgress progress(int(rows.size()));
     for (std::size_t r = 0; r < rows.size(); ++r) {
         progress.step(int(r));
-        for (int c = 0; c < columns.size(); ++c) {
+        for (qsizetype c = 0; c < columns.size(); ++c) {
             if (c)
-                out += separator;
-            const QString &id = columns.at(c).identifier;
-            out += QLatin1Char('"')
-                    + bhDataSource::exportValue(
-                            id,
-                            rows[r]->getFieldByName(id == QLatin1String("onpageurl")
-                                                            ? QStringLiteral("onpageurlcsv")
-                                                            : id))
-                    + QLatin1Char('"');
+                out << separator;
+            out << u'"'
+                << bhDataSource::exportValue(columns.at(c).identifier,
+                                             rows[r]->getFieldByName(fields.at(c)))
+                << u'"';
         }
-        out += QLatin1Char('\r');
+        out << u'\r';
     }
-    return out;
 }
 
-QString LinkExports::flatText(const QList<TableColumn> &columns, QChar separator,
-                              const std::vector<LinkCheckerUrl *> &rows)
+void LinkExports::writeFlat(TextSink &out, const QList<TableColumn> &columns, QChar separator,
+                            const std::vector<LinkCheckerUrl *> &rows)
 {
-    QString out = headerLine(columns, separator);
+    writeHeader(out, columns, separator);
     ExportProgress progress(int(rows.size()));
     QStringList values(columns.size());
     for (std::size_t r = 0; r < rows.size(); ++r) {
@@ -137,8 +138,9 @@ QString LinkExports::flatText(const QList<TableColumn> &columns, QChar separator
         const QStringList pages = record->getOnPagesArray();
         if (pages.isEmpty())
             continue; // a record on no page writes no line
-        int pageColumn = -1;
-        for (int c = 0; c < columns.size(); ++c) {
+        // The record's values once; the page column's for each of its pages.
+        qsizetype pageColumn = -1;
+        for (qsizetype c = 0; c < columns.size(); ++c) {
             if (columns.at(c).identifier == QLatin1String("onpageurl"))
                 pageColumn = c;
             else
@@ -148,39 +150,41 @@ QString LinkExports::flatText(const QList<TableColumn> &columns, QChar separator
         for (const QString &page : pages) {
             if (pageColumn >= 0)
                 values[pageColumn] = bhDataSource::exportValue(QStringLiteral("onpageurl"), page);
-            for (int c = 0; c < columns.size(); ++c) {
+            for (qsizetype c = 0; c < columns.size(); ++c) {
                 if (c)
-                    out += separator;
-                out += QLatin1Char('"') + values.at(c) + QLatin1Char('"');
+                    out << separator;
+                out << u'"' << values.at(c) << u'"';
             }
-            out += QLatin1Char('\r');
+            out << u'\r';
         }
     }
-    return out;
 }
 
-QString LinkExports::flatCSV(const QStringList &columns, bool badOnly)
+void LinkExports::writeFlatCSV(TextSink &out, const QStringList &columns, bool badOnly)
 {
     if (badOnly)
         m_results.countBadCollection();
     QList<TableColumn> described;
     for (const QString &id : columns)
         described.append(TableColumn { id, flatColumnTitle(id), 200 });
-    return flatText(described, QLatin1Char(','), m_views.visibleRows(badOnly));
+    writeFlat(out, described, QLatin1Char(','), m_views.visibleRows(badOnly));
 }
 
 bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &columns,
                                         bool badOnly, QString *error)
 {
-    QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
+    const auto build = [&](TextSink &out) { writeFlatCSV(out, columns, badOnly); };
     if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) {
         // Bare "\r" line ends make one overwritten line of a terminal or a log; standard output
         // gets "\r\n", which every reader splits into lines.
-        bytes.replace("\r", "\r\n");
         std::fflush(stdout);
-        const bool ok = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
-                        == std::size_t(bytes.size())
-                && std::fflush(stdout) == 0;
+        TextSink out([](QByteArrayView bytes) {
+            const QByteArray lines = bytes.toByteArray().replace("\r", "\r\n");
+            return std::fwrite(lines.constData(), 1, std::size_t(lines.size()), stdout)
+                    == std::size_t(lines.size());
+        });
+        build(out);
+        const bool ok = out.finish() && std::fflush(stdout) == 0;
         if (!ok && error)
             *error = QStringLiteral("cannot write to standard output");
         return ok;
@@ -189,14 +193,20 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
     const QFileInfo info(path);
     if (info.exists() && !info.isFile() && !info.isDir()) {
         QFile device(path);
-        if (device.open(QIODevice::WriteOnly) && device.write(bytes) == bytes.size())
-            return true;
+        if (device.open(QIODevice::WriteOnly)) {
+            TextSink out([&device](QByteArrayView bytes) {
+                return device.write(bytes.data(), bytes.size()) == bytes.size();
+            });
+            build(out);
+            if (out.finish())
+                return true;
+        }
         if (error)
             *error = QStringLiteral("cannot write %1: %2").arg(path, device.errorString());
         return false;
     }
     QString why;
-    if (!writeFileAtomically(path, bytes, &why)) {
+    if (!writeTextAtomically(path, build, &why)) {
         log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
         if (error)
             *error = QStringLiteral("cannot write %1: %2").arg(path, why);
@@ -205,32 +215,44 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
     return true;
 }
 
-QString LinkExports::plainText()
+void LinkExports::writePlainText(TextSink &out)
 {
     const QList<TableColumn> columns = tableColumns();
-    QString out = QStringLiteral("Data Export from Orrelwick\r==========================\r\r");
+    // The page column lists every page of the link, "," between them.
+    QStringList labels, fields;
+    for (const TableColumn &column : columns) {
+        const bool pages = column.identifier == QLatin1String("onpageurl");
+        labels.append(pages ? QStringLiteral("On Page(s)") : column.title);
+        fields.append(pages ? QStringLiteral("onpageurltext") : column.identifier);
+    }
+    out << u"Data Export from Orrelwick\r==========================\r\r";
     const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
     ExportProgress progress(int(rows.size()));
     for (std::size_t r = 0; r < rows.size(); ++r) {
         progress.step(int(r));
-        for (const TableColumn &column : columns) {
-            const bool pages = column.identifier == QLatin1String("onpageurl");
-            out += (pages ? QStringLiteral("On Page(s)") : column.title) + QStringLiteral(": ")
-                    + bhDataSource::exportValue(
-                            column.identifier,
-                            rows[r]->getFieldByName(pages ? QStringLiteral("onpageurltext")
-                                                          : column.identifier))
-                    + QStringLiteral("  ");
-        }
-        out += QLatin1Char('\r');
+        for (qsizetype c = 0; c < columns.size(); ++c)
+            out << labels.at(c) << u": "
+                << bhDataSource::exportValue(columns.at(c).identifier,
+                                             rows[r]->getFieldByName(fields.at(c)))
+                << u"  ";
+        out << u'\r';
     }
-    return out;
 }
 
-QString LinkExports::htmlText()
+void LinkExports::writeHtml(TextSink &out)
 {
     const QList<TableColumn> columns = tableColumns();
-    QString body = html::tableStart(columns);
+    // The link, its redirect and its pages as anchors.
+    QStringList fields;
+    for (const TableColumn &column : columns) {
+        const QString &id = column.identifier;
+        fields.append(id == QLatin1String("onpageurl")         ? QStringLiteral("onpageurlhtml")
+                              : id == QLatin1String("linkurl") ? QStringLiteral("linkurlhtml")
+                              : id == QLatin1String("redir")   ? QStringLiteral("linkredirhtml")
+                                                               : id);
+    }
+    html::writePageHead(out);
+    out << html::tableStart(columns);
     // Rows in collection order; each takes the colour of the view's row of the same number, as
     // the view would paint it.
     const std::vector<OrelDataObject *> &all = m_results.linkSource().items();
@@ -242,28 +264,18 @@ QString LinkExports::htmlText()
         if (!m_views.isShown(record))
             continue;
         const std::optional<Colour> colour = m_views.labelColorForRow(written++);
-        body += QStringLiteral("<tr>");
-        for (const TableColumn &column : columns) {
-            QString id = column.identifier;
-            if (id == QLatin1String("onpageurl"))
-                id = QStringLiteral("onpageurlhtml");
-            else if (id == QLatin1String("linkurl"))
-                id = QStringLiteral("linkurlhtml");
-            else if (id == QLatin1String("redir"))
-                id = QStringLiteral("linkredirhtml");
-            body += QStringLiteral("<td ");
-            if (colour)
-                body += html::colourStyle(*colour);
-            body += QLatin1Char('>') + bhDataSource::exportValue(id, record->getFieldByName(id))
-                    + QStringLiteral("</td>");
-        }
-        body += QStringLiteral("</tr>");
+        const QString style = colour ? html::colourStyle(*colour) : QString();
+        out << u"<tr>";
+        for (const QString &field : std::as_const(fields))
+            out << u"<td " << style << u'>'
+                << bhDataSource::exportValue(field, record->getFieldByName(field)) << u"</td>";
+        out << u"</tr>";
     }
-    body += QStringLiteral("</table><br />");
-    return html::page(body);
+    out << u"</table><br />";
+    html::writePageTail(out);
 }
 
-QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
+void LinkExports::writeDot(TextSink &out, int levelLimit, bool clean, bool colour)
 {
     struct Node
     {
@@ -306,30 +318,43 @@ QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
         nodes.append(node);
     }
     // A site without internal pages still gives a graph, an empty one.
-    QString out = QStringLiteral("digraph \"")
-            + (nodes.isEmpty() ? QString() : UrlParts::withoutUserInfo(nodes.first().url))
-            + QStringLiteral("\" {\r");
+    out << u"digraph \""
+        << (nodes.isEmpty() ? QString() : UrlParts::withoutUserInfo(nodes.first().url))
+        << u"\" {\r";
     for (const Node &node : nodes) {
         for (const QString &target : node.targets) {
-            out += QLatin1Char('"') + UrlParts::stripHost(UrlParts::withoutUserInfo(node.url))
-                    + QStringLiteral("\" -> \"")
-                    + UrlParts::stripHost(UrlParts::withoutUserInfo(target)) + QLatin1Char('"');
+            out << u'"' << UrlParts::stripHost(UrlParts::withoutUserInfo(node.url)) << u"\" -> \""
+                << UrlParts::stripHost(UrlParts::withoutUserInfo(target)) << u'"';
             if (colour)
-                out += QStringLiteral(" [color=") + edgeColour(node.distance) + QLatin1Char(']');
-            out += QStringLiteral(";\r");
+                out << u" [color=" << edgeColour(node.distance) << u']';
+            out << u";\r";
         }
     }
-    return out + QLatin1Char('}');
+    out << u'}';
 }
 
-bool LinkExports::saveExport(const QString &fileType, const std::function<QString()> &build)
+std::optional<QString> LinkExports::savePath(const QString &fileType)
+{
+    std::optional<QString> path = Dialogs::current().savePanel(fileType, QString(), QString());
+    if (!path || path->isEmpty())
+        return std::nullopt;
+    return path;
+}
+
+bool LinkExports::saveExport(const QString &fileType, const std::function<void(TextSink &)> &build)
 {
     // Where to save is asked first: a large text is built only when it will be written.
-    const std::optional<QString> path =
-            Dialogs::current().savePanel(fileType, QString(), QString());
-    if (!path || path->isEmpty())
+    const std::optional<QString> path = savePath(fileType);
+    return path && writeExport(*path, build);
+}
+
+bool LinkExports::writeExport(const QString &path, const std::function<void(TextSink &)> &build)
+{
+    if (!writeTextAtomically(path, build)) {
+        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
         return false;
-    return writeExport(*path, build());
+    }
+    return true;
 }
 
 bool LinkExports::writeExport(const QString &path, const QString &text)
@@ -366,47 +391,54 @@ QString LinkExports::outlineHtmlText(TableDescription &outline)
 
 void LinkExports::exportAsCSVFromOutlineView(TableDescription &outline)
 {
-    saveExport(QStringLiteral("csv"), [&] { return outlineCsvText(outline); });
+    if (const std::optional<QString> path = savePath(QStringLiteral("csv")))
+        writeExport(*path, outlineCsvText(outline));
 }
 
 void LinkExports::exportAsHTMLFromOutlineView(TableDescription &outline)
 {
-    saveExport(QStringLiteral("html"), [&] { return outlineHtmlText(outline); });
+    if (const std::optional<QString> path = savePath(QStringLiteral("html")))
+        writeExport(*path, outlineHtmlText(outline));
 }
 
 void LinkExports::exportAsCSV()
 {
-    saveExport(QStringLiteral("csv"), [&] { return tableText(tableColumns(), QLatin1Char(',')); });
+    saveExport(QStringLiteral("csv"),
+               [&](TextSink &out) { writeTable(out, tableColumns(), QLatin1Char(',')); });
 }
 
 void LinkExports::exportAsFlatCSV()
 {
-    saveExport(QStringLiteral("csv"), [&] { return flatText(tableColumns(), QLatin1Char(',')); });
+    saveExport(QStringLiteral("csv"),
+               [&](TextSink &out) { writeFlat(out, tableColumns(), QLatin1Char(',')); });
 }
 
 void LinkExports::exportAsTDL()
 {
-    saveExport(QStringLiteral("txt"), [&] { return tableText(tableColumns(), QLatin1Char('\t')); });
+    saveExport(QStringLiteral("txt"),
+               [&](TextSink &out) { writeTable(out, tableColumns(), QLatin1Char('\t')); });
 }
 
 void LinkExports::exportAsFlatTDL()
 {
-    saveExport(QStringLiteral("txt"), [&] { return flatText(tableColumns(), QLatin1Char('\t')); });
+    saveExport(QStringLiteral("txt"),
+               [&](TextSink &out) { writeFlat(out, tableColumns(), QLatin1Char('\t')); });
 }
 
 void LinkExports::exportAsText()
 {
-    saveExport(QStringLiteral("txt"), [&] { return plainText(); });
+    saveExport(QStringLiteral("txt"), [&](TextSink &out) { writePlainText(out); });
 }
 
 void LinkExports::exportAsHTML()
 {
-    saveExport(QStringLiteral("html"), [&] { return htmlText(); });
+    saveExport(QStringLiteral("html"), [&](TextSink &out) { writeHtml(out); });
 }
 
 void LinkExports::exportAsDot(int levelLimit, bool clean, bool colour)
 {
-    saveExport(QStringLiteral("dot"), [&] { return dotText(levelLimit, clean, colour); });
+    saveExport(QStringLiteral("dot"),
+               [&](TextSink &out) { writeDot(out, levelLimit, clean, colour); });
 }
 
 } // namespace orel
