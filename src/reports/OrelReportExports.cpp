@@ -1,11 +1,12 @@
 // Exports of the flat list: CSV, tab-delimited text and an HTML page of the shown rows, each
-// built whole in memory and written atomically as UTF-8.
+// written to its file as UTF-8 while it is built.
 #include "reports/OrelReportDataSource.h"
 
 #include "common/AtomicFile.h"
 #include "common/Dialogs.h"
 #include "common/Localize.h"
 #include "common/Log.h"
+#include "common/TextSink.h"
 #include "links/LinkCheckerUrl.h"
 #include "reports/ExportProgress.h"
 #include "reports/HtmlExport.h"
@@ -37,16 +38,15 @@ QString htmlValue(const OrelReportItem *item, const QString &columnId)
 
 } // namespace
 
-QString OrelReportDataSource::flatText(QChar separator)
+void OrelReportDataSource::writeFlatText(TextSink &out, QChar separator)
 {
     const QList<TableColumn> shownColumns = columns();
-    QString out;
     for (qsizetype c = 0; c < shownColumns.size(); ++c) {
         if (c > 0)
-            out += separator;
-        out += QLatin1Char('"') + shownColumns[c].title + QLatin1Char('"');
+            out << separator;
+        out << u'"' << shownColumns[c].title << u'"';
     }
-    out += QLatin1Char('\r');
+    out << u'\r';
     const int count = numberOfRows();
     ExportProgress progress(count);
     for (int r = 0; r < count; ++r) {
@@ -54,41 +54,36 @@ QString OrelReportDataSource::flatText(QChar separator)
         const OrelReportItem *item = rowAt(r);
         for (qsizetype c = 0; c < shownColumns.size(); ++c) {
             if (c > 0)
-                out += separator;
+                out << separator;
             const QString &id = shownColumns[c].identifier;
-            out += QLatin1Char('"') + exportValue(id, item->getFieldByName(id)) + QLatin1Char('"');
+            out << u'"' << exportValue(id, item->getFieldByName(id)) << u'"';
         }
-        out += QLatin1Char('\r');
+        out << u'\r';
     }
-    return out;
 }
 
 // A row's class colour wins over the shading of every second row: a cell takes one style.
-QString OrelReportDataSource::htmlText()
+void OrelReportDataSource::writeHtml(TextSink &out)
 {
     const QList<TableColumn> shownColumns = columns();
-    QString body = html::tableStart(shownColumns);
+    html::writePageHead(out);
+    out << html::tableStart(shownColumns);
     const int count = numberOfRows();
     ExportProgress progress(count);
+    const QString shaded = QStringLiteral("style = background:#f0f0ff ");
     for (int r = 0; r < count; ++r) {
         progress.step(r);
         const OrelReportItem *item = rowAt(r);
         // Each row takes the colour the view gives its row of the same number.
         const std::optional<Colour> colour = labelColorForRow(nullptr, r);
-        QString style;
-        if (colour)
-            style = html::colourStyle(*colour);
-        else if (r % 2 == 1)
-            style = QStringLiteral("style = background:#f0f0ff ");
-        body += QStringLiteral("<tr>");
-        for (const TableColumn &column : shownColumns) {
-            body += QStringLiteral("<td ") + style + QLatin1Char('>')
-                    + htmlValue(item, column.identifier) + QStringLiteral("</td>");
-        }
-        body += QStringLiteral("</tr>");
+        const QString style = colour ? html::colourStyle(*colour) : r % 2 == 1 ? shaded : QString();
+        out << u"<tr>";
+        for (const TableColumn &column : shownColumns)
+            out << u"<td " << style << u'>' << htmlValue(item, column.identifier) << u"</td>";
+        out << u"</tr>";
     }
-    body += QStringLiteral("</table><br />");
-    return html::page(body);
+    out << u"</table><br />";
+    html::writePageTail(out);
 }
 
 bool OrelReportDataSource::confirmLargeExport()
@@ -105,36 +100,39 @@ bool OrelReportDataSource::confirmLargeExport()
     return answer == 1;
 }
 
-bool OrelReportDataSource::writeExport(const QString &text, const QString &fileType)
+bool OrelReportDataSource::writeExport(const QString &fileType,
+                                       const std::function<void(TextSink &)> &build)
 {
     const std::optional<QString> path =
             Dialogs::current().savePanel(fileType, QString(), QString());
     if (!path || path->isEmpty())
         return false;
-    if (!writeFileAtomically(*path, text.toUtf8())) {
+    if (!writeTextAtomically(*path, build)) {
         log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(*path));
         return false;
     }
     return true;
 }
 
+// The large-export question comes first, then where to save; the text is built last, into the
+// file.
 bool OrelReportDataSource::exportAsFlatCSV()
 {
-    if (!confirmLargeExport())
-        return false;
-    return writeExport(flatCSVText(), QStringLiteral("csv"));
+    return confirmLargeExport() && writeExport(QStringLiteral("csv"), [this](TextSink &out) {
+               writeFlatText(out, QLatin1Char(','));
+           });
 }
 
 bool OrelReportDataSource::exportAsHTML()
 {
-    if (!confirmLargeExport())
-        return false;
-    return writeExport(htmlText(), QStringLiteral("html"));
+    return confirmLargeExport()
+            && writeExport(QStringLiteral("html"), [this](TextSink &out) { writeHtml(out); });
 }
 
 bool OrelReportDataSource::exportAsFlatTDL()
 {
-    return writeExport(flatTDLText(), QStringLiteral("txt"));
+    return writeExport(QStringLiteral("txt"),
+                       [this](TextSink &out) { writeFlatText(out, QLatin1Char('\t')); });
 }
 
 } // namespace orel
