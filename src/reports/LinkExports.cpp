@@ -11,12 +11,15 @@
 #include "reports/ExportProgress.h"
 #include "reports/HtmlExport.h"
 #include "reports/LinkViews.h"
+#include "reports/ReadAhead.h"
 #include "reports/bhDataSource.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 namespace orel {
@@ -104,25 +107,39 @@ void LinkExports::writeHeader(TextSink &out, const QList<TableColumn> &columns, 
 void LinkExports::writeTable(TextSink &out, const QList<TableColumn> &columns, QChar separator)
 {
     writeHeader(out, columns, separator);
-    // The page column holds every page of the link, "\r" between them.
-    QStringList fields;
-    for (const TableColumn &column : columns)
-        fields.append(column.identifier == QLatin1String("onpageurl")
-                              ? QStringLiteral("onpageurlcsv")
-                              : column.identifier);
     const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
     ExportProgress progress(int(rows.size()));
+    ReadAhead pages;
     for (std::size_t r = 0; r < rows.size(); ++r) {
         progress.step(int(r));
         for (qsizetype c = 0; c < columns.size(); ++c) {
             if (c)
                 out << separator;
-            out << u'"'
-                << bhDataSource::exportValue(columns.at(c).identifier,
-                                             rows[r]->getFieldByName(fields.at(c)))
-                << u'"';
+            const QString &id = columns.at(c).identifier;
+            out << u'"';
+            // The page column holds every page of the link, "\r" between them.
+            if (id == QLatin1String("onpageurl"))
+                writePages(out, *rows[r], u'\r', pages);
+            else
+                out << bhDataSource::exportValue(id, rows[r]->getFieldByName(id));
+            out << u'"';
         }
         out << u'\r';
+    }
+}
+
+void LinkExports::writePages(TextSink &out, const LinkCheckerUrl &record, QChar between,
+                             ReadAhead &pages)
+{
+    const qsizetype count = record.onPagesArrayCount();
+    for (qsizetype first = 0; first < count; first += ReadAhead::kBatch) {
+        const int batch = int(std::min<qsizetype>(ReadAhead::kBatch, count - first));
+        pages.read(batch, [&](int k) { return record.onPagesArrayView(first + k); });
+        for (int k = 0; k < batch; ++k) {
+            if (first + k)
+                out << between;
+            out << pages.at(k);
+        }
     }
 }
 
@@ -130,30 +147,52 @@ void LinkExports::writeFlat(TextSink &out, const QList<TableColumn> &columns, QC
                             const std::vector<LinkCheckerUrl *> &rows)
 {
     writeHeader(out, columns, separator);
+    qsizetype pageColumn = -1;
+    for (qsizetype c = 0; c < columns.size(); ++c) {
+        if (columns.at(c).identifier == QLatin1String("onpageurl"))
+            pageColumn = c;
+    }
     ExportProgress progress(int(rows.size()));
-    QStringList values(columns.size());
-    for (std::size_t r = 0; r < rows.size(); ++r) {
-        progress.step(int(r));
-        LinkCheckerUrl *record = rows[r];
-        const QStringList pages = record->getOnPagesArray();
-        if (pages.isEmpty())
-            continue; // a record on no page writes no line
-        // The record's values once; the page column's for each of its pages.
-        qsizetype pageColumn = -1;
-        for (qsizetype c = 0; c < columns.size(); ++c) {
-            if (columns.at(c).identifier == QLatin1String("onpageurl"))
-                pageColumn = c;
-            else
-                values[c] = bhDataSource::exportValue(
-                        columns.at(c).identifier, record->getFieldByName(columns.at(c).identifier));
+    // A line per page of each record (none for a record on no page), read a batch of lines at a
+    // time across records: most links are on a few pages only.
+    std::array<std::pair<const LinkCheckerUrl *, qsizetype>, ReadAhead::kBatch> lines;
+    ReadAhead pages;
+    QStringList values(columns.size()); // the record's, but for the page column
+    const LinkCheckerUrl *valuesOf = nullptr;
+    std::size_t r = 0;
+    qsizetype page = 0;
+    while (r < rows.size()) {
+        int batch = 0;
+        while (batch < ReadAhead::kBatch && r < rows.size()) {
+            if (page < rows[r]->onPagesArrayCount()) {
+                lines[std::size_t(batch++)] = { rows[r], page++ };
+            } else {
+                progress.step(int(++r));
+                page = 0;
+            }
         }
-        for (const QString &page : pages) {
-            if (pageColumn >= 0)
-                values[pageColumn] = bhDataSource::exportValue(QStringLiteral("onpageurl"), page);
+        pages.read(batch, [&lines](int k) {
+            return lines[std::size_t(k)].first->onPagesArrayView(lines[std::size_t(k)].second);
+        });
+        for (int k = 0; k < batch; ++k) {
+            const LinkCheckerUrl *record = lines[std::size_t(k)].first;
+            if (record != valuesOf) {
+                for (qsizetype c = 0; c < columns.size(); ++c) {
+                    const QString &id = columns.at(c).identifier;
+                    if (id != QLatin1String("onpageurl"))
+                        values[c] = bhDataSource::exportValue(id, record->getFieldByName(id));
+                }
+                valuesOf = record;
+            }
             for (qsizetype c = 0; c < columns.size(); ++c) {
                 if (c)
                     out << separator;
-                out << u'"' << values.at(c) << u'"';
+                out << u'"';
+                if (c == pageColumn)
+                    out << pages.at(k);
+                else
+                    out << values.at(c);
+                out << u'"';
             }
             out << u'\r';
         }

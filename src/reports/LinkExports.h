@@ -20,6 +20,7 @@
 namespace orel {
 
 class LinkViews;
+class ReadAhead;
 
 class LinkExports
 {
@@ -106,6 +107,11 @@ private:
     static void writeHeader(TextSink &out, const QList<TableColumn> &columns, QChar separator);
     void writeFlat(TextSink &out, const QList<TableColumn> &columns, QChar separator,
                    const std::vector<LinkCheckerUrl *> &rows);
+    // The record's pages as its getOnPagesArray() lists them, each without user info; the same
+    // as the list joined and then without user info only when between cannot be part of user
+    // info ("\r" cannot; "," can).
+    static void writePages(TextSink &out, const LinkCheckerUrl &record, QChar between,
+                           ReadAhead &pages);
     // Asks where to save a file of the type; none when cancelled.
     static std::optional<QString> savePath(const QString &fileType);
     // Asks for a file of the type, then builds the text into it.
