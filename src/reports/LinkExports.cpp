@@ -53,6 +53,72 @@ QString edgeColour(int distance)
     }
 }
 
+// What the graph needs of each internal record of the link table, by its place there: the number
+// of its URL (records redirected to one URL share it) and its text as an edge's target, and
+// where else in the table it is. Read once in table order: a large site's graph has millions of
+// edges, and reading each target's record and URL for each of them, scattered over the heap,
+// took most of its time.
+class DotTargets
+{
+public:
+    explicit DotTargets(const std::vector<LinkCheckerUrl *> &table)
+        : m_urlNumbers(table.size(), -1), m_nextPlaces(table.size(), -1)
+    {
+        QHash<QString, int> numbers;
+        numbers.reserve(qsizetype(table.size()));
+        m_firstPlaces.reserve(qsizetype(table.size()));
+        m_textStarts.reserve(table.size() + 1);
+        for (std::size_t t = 0; t < table.size(); ++t) {
+            m_textStarts.push_back(m_texts.size());
+            if (!table[t] || !table[t]->isInternal())
+                continue;
+            const QString url = table[t]->getActualLinkUrl();
+            auto number = numbers.constFind(url);
+            if (number == numbers.cend())
+                number = numbers.insert(url, int(numbers.size()));
+            m_urlNumbers[t] = *number;
+            m_texts += UrlParts::stripHost(UrlParts::withoutUserInfo(url));
+        }
+        m_textStarts.push_back(m_texts.size());
+        m_urlCount = int(numbers.size());
+        // Each record's places, first to last: the first in m_firstPlaces, each next one in
+        // m_nextPlaces at the place before it.
+        for (std::size_t t = table.size(); t-- > 0;) {
+            if (m_urlNumbers[t] < 0)
+                continue;
+            auto first = m_firstPlaces.find(table[t]);
+            if (first == m_firstPlaces.end())
+                first = m_firstPlaces.insert(table[t], -1);
+            m_nextPlaces[t] = *first;
+            *first = int(t);
+        }
+    }
+
+    int urlCount() const { return m_urlCount; }
+    int urlNumber(int place) const { return m_urlNumbers[std::size_t(place)]; }
+    QStringView text(int place) const
+    {
+        const qsizetype start = m_textStarts[std::size_t(place)];
+        return QStringView(m_texts).sliced(start, m_textStarts[std::size_t(place) + 1] - start);
+    }
+    // Appends the places of an internal record of the table (none for any other).
+    void appendPlaces(const LinkCheckerUrl *record, QList<int> &places) const
+    {
+        const auto first = m_firstPlaces.constFind(record);
+        for (int t = first == m_firstPlaces.cend() ? -1 : *first; t >= 0;
+             t = m_nextPlaces[std::size_t(t)])
+            places.append(t);
+    }
+
+private:
+    std::vector<int> m_urlNumbers; // -1 for a place that is no internal record
+    QString m_texts;
+    std::vector<qsizetype> m_textStarts;
+    QHash<const LinkCheckerUrl *, int> m_firstPlaces;
+    std::vector<int> m_nextPlaces;
+    int m_urlCount = 0;
+};
+
 } // namespace
 
 LinkExports::LinkExports(LinkResults &results, LinkViews &views)
@@ -319,56 +385,50 @@ void LinkExports::writeDot(TextSink &out, int levelLimit, bool clean, bool colou
     struct Node
     {
         QString url;
-        QStringList targets;
         int distance;
     };
-    // The table's items as getnthItem() answers them row by row, and where each record is in it,
-    // so that a page's targets come in table order without walking the table for every page.
+    // The table's items as getnthItem() answers them row by row, and what the graph needs of
+    // each internal one, so that a page's targets come in table order without walking the table
+    // for every page.
     const std::vector<LinkCheckerUrl *> table = m_views.tableItems();
-    QHash<const LinkCheckerUrl *, QList<int>> placesOf;
-    for (int t = 0; t < int(table.size()); ++t) {
-        if (table[std::size_t(t)] && table[std::size_t(t)]->isInternal())
-            placesOf[table[std::size_t(t)]].append(t);
-    }
+    const DotTargets targets(table);
     const PageIndex *index = m_results.pageIndex();
-    QList<Node> nodes;
-    QSet<QString> nodeUrls;
+    // "clean": whether a URL has been drawn as a node, by its number.
+    std::vector<bool> drawn(std::size_t(targets.urlCount()));
+    bool started = false;
     ExportProgress progress(int(table.size()));
     for (int r = 0; r < int(table.size()); ++r) {
         progress.step(r);
         const LinkCheckerUrl *page = table[std::size_t(r)];
         if (!page || !page->isInternal() || page->getDistanceFromHome() >= levelLimit)
             continue;
-        Node node { page->getActualLinkUrl(), {}, page->getDistanceFromHome() };
-        nodeUrls.insert(node.url);
+        const Node node { page->getActualLinkUrl(), page->getDistanceFromHome() };
+        // The graph is named after its first node.
+        if (!started)
+            out << u"digraph \"" << UrlParts::withoutUserInfo(node.url) << u"\" {\r";
+        started = true;
+        drawn[std::size_t(targets.urlNumber(r))] = true;
         QList<int> places;
         if (const auto it = index ? index->constFind(node.url) : PageIndex::const_iterator();
             index && it != index->cend()) {
             for (const LinkCheckerUrl *target :
                  QSet<const LinkCheckerUrl *>(it->cbegin(), it->cend()))
-                places += placesOf.value(target);
+                targets.appendPlaces(target, places);
         }
         std::sort(places.begin(), places.end());
+        const QString from = UrlParts::stripHost(UrlParts::withoutUserInfo(node.url));
         for (int t : places) {
-            const QString url = table[std::size_t(t)]->getActualLinkUrl();
-            if (!clean || !nodeUrls.contains(url))
-                node.targets.append(url);
-        }
-        nodes.append(node);
-    }
-    // A site without internal pages still gives a graph, an empty one.
-    out << u"digraph \""
-        << (nodes.isEmpty() ? QString() : UrlParts::withoutUserInfo(nodes.first().url))
-        << u"\" {\r";
-    for (const Node &node : nodes) {
-        for (const QString &target : node.targets) {
-            out << u'"' << UrlParts::stripHost(UrlParts::withoutUserInfo(node.url)) << u"\" -> \""
-                << UrlParts::stripHost(UrlParts::withoutUserInfo(target)) << u'"';
+            if (clean && drawn[std::size_t(targets.urlNumber(t))])
+                continue;
+            out << u'"' << from << u"\" -> \"" << targets.text(t) << u'"';
             if (colour)
                 out << u" [color=" << edgeColour(node.distance) << u']';
             out << u";\r";
         }
     }
+    // A site without internal pages still gives a graph, an empty one.
+    if (!started)
+        out << u"digraph \"\" {\r";
     out << u'}';
 }
 
