@@ -2,7 +2,7 @@
 // a time, so that a large export never holds its whole text; the thread that appends to it.
 #pragma once
 
-#include <QByteArrayView>
+#include <QByteArray>
 #include <QChar>
 #include <QLatin1StringView>
 #include <QString>
@@ -16,8 +16,8 @@ namespace orel {
 class TextSink
 {
 public:
-    // Writes a chunk's bytes; answers whether they were all written.
-    using Writer = std::function<bool(QByteArrayView bytes)>;
+    // Writes a chunk's bytes, which it may keep; answers whether they were all written.
+    using Writer = std::function<bool(QByteArray bytes)>;
     // Characters gathered before they are encoded and written.
     static constexpr qsizetype kChunk = 512 * 1024;
 

@@ -283,10 +283,10 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
         // Bare "\r" line ends make one overwritten line of a terminal or a log; standard output
         // gets "\r\n", which every reader splits into lines.
         std::fflush(stdout);
-        TextSink out([](QByteArrayView bytes) {
-            const QByteArray lines = bytes.toByteArray().replace("\r", "\r\n");
-            return std::fwrite(lines.constData(), 1, std::size_t(lines.size()), stdout)
-                    == std::size_t(lines.size());
+        TextSink out([](QByteArray bytes) {
+            bytes.replace("\r", "\r\n");
+            return std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
+                    == std::size_t(bytes.size());
         });
         build(out);
         const bool ok = out.finish() && std::fflush(stdout) == 0;
@@ -299,8 +299,8 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
     if (info.exists() && !info.isFile() && !info.isDir()) {
         QFile device(path);
         if (device.open(QIODevice::WriteOnly)) {
-            TextSink out([&device](QByteArrayView bytes) {
-                return device.write(bytes.data(), bytes.size()) == bytes.size();
+            TextSink out([&device](const QByteArray &bytes) {
+                return device.write(bytes) == bytes.size();
             });
             build(out);
             if (out.finish())
