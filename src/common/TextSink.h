@@ -8,11 +8,13 @@
 #include <QString>
 #include <QStringView>
 
+#include <algorithm>
 #include <functional>
-#include <limits>
 
 namespace orel {
 
+// Appending copies into a buffer of its own, without QString::append()'s checks on each call: a
+// large export appends some hundred million pieces.
 class TextSink
 {
 public:
@@ -23,28 +25,33 @@ public:
 
     // Gathers the whole text: take() answers it.
     TextSink() = default;
-    // Hands the text to writer about every chunk characters. After a failed write the rest of
-    // the text is dropped.
+    // Hands the text to writer a chunk of characters at a time. After a failed write the rest
+    // of the text is dropped.
     explicit TextSink(Writer writer, qsizetype chunk = kChunk);
     TextSink(const TextSink &) = delete;
     TextSink &operator=(const TextSink &) = delete;
 
     TextSink &operator<<(QStringView text)
     {
-        if (text.size() > m_chunk)
-            return appendLong(text);
-        m_text.append(text);
-        return spillWhenFull();
+        if (text.size() > m_end - m_at)
+            return appendSlowly(text);
+        m_at = std::copy_n(text.utf16(), text.size(), m_at);
+        return *this;
     }
     TextSink &operator<<(QLatin1StringView text)
     {
-        m_text.append(text);
-        return spillWhenFull();
+        if (text.size() > m_end - m_at)
+            return *this << QString(text);
+        for (const char c : text)
+            *m_at++ = char16_t(uchar(c));
+        return *this;
     }
     TextSink &operator<<(QChar c)
     {
-        m_text.append(c);
-        return spillWhenFull();
+        if (m_at == m_end)
+            return appendSlowly(QStringView(&c, 1));
+        *m_at++ = c.unicode();
+        return *this;
     }
 
     // The text write appends, as one string.
@@ -57,24 +64,21 @@ public:
 
     // Writes what is left; answers whether every write worked (always true when gathering).
     bool finish();
-    bool failed() const { return m_failed; }
     // The gathered text, which the sink then no longer holds.
-    QString take() { return std::move(m_text); }
+    QString take();
 
 private:
-    TextSink &spillWhenFull()
-    {
-        if (m_text.size() >= m_chunk)
-            spill(false);
-        return *this;
-    }
+    // Makes room (gathering: a larger buffer; writing: the buffer written) and appends.
+    TextSink &appendSlowly(QStringView text);
     void spill(bool last);
-    // A text longer than a chunk goes a chunk at a time, never held twice.
-    TextSink &appendLong(QStringView text);
+    qsizetype size() const { return m_at - begin(); }
+    char16_t *begin() const { return m_end - m_buffer.size(); }
 
-    QString m_text;
+    // Room for the characters, of which [begin(), m_at) are written.
+    QString m_buffer;
+    char16_t *m_at = nullptr;
+    char16_t *m_end = nullptr;
     Writer m_writer;
-    qsizetype m_chunk = std::numeric_limits<qsizetype>::max();
     bool m_failed = false;
 };
 
