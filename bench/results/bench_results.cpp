@@ -6,6 +6,7 @@
 
 #include "common/HeapTuning.h"
 #include "common/SettingsControls.h"
+#include "common/TextSink.h"
 #include "config/OrelConfigManager.h"
 #include "engine/LinkCheckerHub.h"
 #include "links/LinkCheckerUrl.h"
@@ -34,6 +35,7 @@
 #include <cstdio>
 #include <functional>
 #include <map>
+#include <span>
 #include <unordered_set>
 #include <vector>
 
@@ -94,6 +96,14 @@ struct Options
     // Memory an export may take beyond what the process has mapped before it; none: what the
     // machine has available then, less 2 GB.
     double exportRoomMb = 0;
+    // The groups of steps to run (scroll, filter, sort, exports); empty: all. The crawl, the flat
+    // list build and the models always run.
+    QStringList only;
+
+    bool runs(const char *group) const
+    {
+        return only.isEmpty() || only.contains(QLatin1String(group));
+    }
 };
 
 Options parseOptions(const QStringList &args)
@@ -127,12 +137,20 @@ Options parseOptions(const QStringList &args)
             o.out = value();
         else if (a == QLatin1String("--export-room"))
             o.exportRoomMb = double(count()) * 1024;
-        else if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
+        else if (a == QLatin1String("--only")) {
+            o.only = value().split(QLatin1Char(','));
+            for (const QString &group : std::as_const(o.only)) {
+                if (!QStringList { "scroll", "filter", "sort", "exports" }.contains(group))
+                    fail(QStringLiteral("--only takes scroll, filter, sort or exports, not \"%1\"")
+                                 .arg(group));
+            }
+        } else if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
             std::printf("usage: bench_results [--records N] [--pages N] [--occurrences N] "
                         "[--menu N] [--scroll-cap SECONDS] [--out DIR] [--export-room GB]\n"
+                        "                     [--only scroll,filter,sort,exports]\n"
                         "defaults: 1,000,000 records, 100,000 pages, 10,000,000 occurrences, "
                         "a menu of 30 links, scrolls stopped after 120 s, exports may map what "
-                        "the machine has available less 2 GB\n");
+                        "the machine has available less 2 GB, every group of steps\n");
             std::exit(0);
         } else {
             fail(QStringLiteral("unknown option %1 (try --help)").arg(a));
@@ -539,6 +557,18 @@ QTextStream &out()
     return stream;
 }
 
+// The "\r" bytes of a file.
+qint64 countLineEnds(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        fail(QStringLiteral("cannot read %1").arg(path));
+    qint64 count = 0;
+    for (QByteArray chunk = file.read(1 << 20); !chunk.isEmpty(); chunk = file.read(1 << 20))
+        count += chunk.count('\r');
+    return count;
+}
+
 QString verdict(bool met)
 {
     return met ? QStringLiteral("met") : QStringLiteral("**not met**");
@@ -652,11 +682,6 @@ int main(int argc, char *argv[])
                      .arg(number(byLink->rowCount()), number(byPage->rowCount())));
 
     // ---- One row at a time, then every row
-    progress(QStringLiteral("one row's data at the top, middle and end"));
-    latencies(QStringLiteral("flat list"), *flat, false);
-    latencies(QStringLiteral("by link"), *byLink, true);
-    latencies(QStringLiteral("by page"), *byPage, true);
-
     const auto scrollStep = [&](const QString &name, const QAbstractItemModel &m, bool tree) {
         timed(QStringLiteral("scroll through every row: %1").arg(name), [&] {
             g_scrolls.push_back(scrollAll(name, m, tree, options.scrollCap));
@@ -671,101 +696,124 @@ int main(int argc, char *argv[])
             return text;
         });
     };
-    scrollStep(QStringLiteral("flat list"), *flat, false);
-    scrollStep(QStringLiteral("by link"), *byLink, true);
-    scrollStep(QStringLiteral("by page"), *byPage, true);
+    if (options.runs("scroll")) {
+        progress(QStringLiteral("one row's data at the top, middle and end"));
+        latencies(QStringLiteral("flat list"), *flat, false);
+        latencies(QStringLiteral("by link"), *byLink, true);
+        latencies(QStringLiteral("by page"), *byPage, true);
 
-    // ---- Bad links only
-    timed(QStringLiteral("bad links only: on"), [&] {
-        hub.setBadLinksOnly(true);
-        return QStringLiteral("rows: by link %1, by page %2, flat %3")
-                .arg(number(byLink->rowCount()), number(byPage->rowCount()),
-                     number(flat->rowCount()));
-    });
-    latencies(QStringLiteral("flat list, bad only"), *flat, false);
-    latencies(QStringLiteral("by link, bad only"), *byLink, true);
-    latencies(QStringLiteral("by page, bad only"), *byPage, true);
-    scrollStep(QStringLiteral("flat list, bad only"), *flat, false);
-    scrollStep(QStringLiteral("by link, bad only"), *byLink, true);
-    scrollStep(QStringLiteral("by page, bad only"), *byPage, true);
-    timed(QStringLiteral("bad links only: off"), [&] {
-        hub.setBadLinksOnly(false);
-        return QStringLiteral("rows: by link %1, by page %2, flat %3")
-                .arg(number(byLink->rowCount()), number(byPage->rowCount()),
-                     number(flat->rowCount()));
-    });
+        scrollStep(QStringLiteral("flat list"), *flat, false);
+        scrollStep(QStringLiteral("by link"), *byLink, true);
+        scrollStep(QStringLiteral("by page"), *byPage, true);
+    }
 
-    // ---- Filter and sort
-    const QString search = QStringLiteral("partner-0042.");
-    timed(QStringLiteral("search \"%1\": on").arg(search), [&] {
-        hub.setSearchText(search);
-        hub.filter();
-        return QStringLiteral("rows: by link %1, by page %2, flat %3")
-                .arg(number(byLink->rowCount()), number(byPage->rowCount()),
-                     number(flat->rowCount()));
-    });
-    timed(QStringLiteral("search: off"), [&] {
-        hub.setSearchText(QString());
-        hub.filter();
-        return QStringLiteral("rows: by link %1, flat %2")
-                .arg(number(byLink->rowCount()), number(flat->rowCount()));
-    });
-    timed(QStringLiteral("external links only: on"), [&] {
-        hub.setLinksFilterTag(4);
-        hub.filter();
-        report.filter(QString(), OrelReportDataSource::ExternalLinks);
-        return QStringLiteral("rows: by link %1, by page %2, flat %3")
-                .arg(number(byLink->rowCount()), number(byPage->rowCount()),
-                     number(flat->rowCount()));
-    });
-    timed(QStringLiteral("external links only: off"), [&] {
-        hub.setLinksFilterTag(0);
-        hub.filter();
-        report.filter(QString(), OrelReportDataSource::AllLinks);
-        return QStringLiteral("rows: by link %1, flat %2")
-                .arg(number(byLink->rowCount()), number(flat->rowCount()));
-    });
-    for (const auto &[title, order] :
-         { std::pair { QStringLiteral("URL"), Qt::AscendingOrder },
-           std::pair { QStringLiteral("Status"), Qt::DescendingOrder } }) {
-        const QString direction =
-                order == Qt::AscendingOrder ? QStringLiteral("up") : QStringLiteral("down");
-        timed(QStringLiteral("sort the flat list by %1, %2").arg(title, direction), [&] {
-            flat->sort(columnWithTitle(*flat, title), order);
-            return QStringLiteral("first: %1")
-                    .arg(flat->data(flat->index(0, columnWithTitle(*flat, title))).toString());
+    // ---- Bad links only (with its scrolls when those run)
+    if (options.runs("filter")) {
+        timed(QStringLiteral("bad links only: on"), [&] {
+            hub.setBadLinksOnly(true);
+            return QStringLiteral("rows: by link %1, by page %2, flat %3")
+                    .arg(number(byLink->rowCount()), number(byPage->rowCount()),
+                         number(flat->rowCount()));
         });
-        timed(QStringLiteral("sort by link by %1, %2").arg(title, direction), [&] {
-            byLink->sort(columnWithTitle(*byLink, title), order);
-            return QStringLiteral("first: %1")
-                    .arg(byLink->data(byLink->index(0, columnWithTitle(*byLink, title)))
-                                 .toString());
+        if (options.runs("scroll")) {
+            latencies(QStringLiteral("flat list, bad only"), *flat, false);
+            latencies(QStringLiteral("by link, bad only"), *byLink, true);
+            latencies(QStringLiteral("by page, bad only"), *byPage, true);
+            scrollStep(QStringLiteral("flat list, bad only"), *flat, false);
+            scrollStep(QStringLiteral("by link, bad only"), *byLink, true);
+            scrollStep(QStringLiteral("by page, bad only"), *byPage, true);
+        }
+        timed(QStringLiteral("bad links only: off"), [&] {
+            hub.setBadLinksOnly(false);
+            return QStringLiteral("rows: by link %1, by page %2, flat %3")
+                    .arg(number(byLink->rowCount()), number(byPage->rowCount()),
+                         number(flat->rowCount()));
         });
     }
 
-    // ---- Exports, each built and then written
+    // ---- Filter and sort
+    if (options.runs("filter")) {
+        const QString search = QStringLiteral("partner-0042.");
+        timed(QStringLiteral("search \"%1\": on").arg(search), [&] {
+            hub.setSearchText(search);
+            hub.filter();
+            return QStringLiteral("rows: by link %1, by page %2, flat %3")
+                    .arg(number(byLink->rowCount()), number(byPage->rowCount()),
+                         number(flat->rowCount()));
+        });
+        timed(QStringLiteral("search: off"), [&] {
+            hub.setSearchText(QString());
+            hub.filter();
+            return QStringLiteral("rows: by link %1, flat %2")
+                    .arg(number(byLink->rowCount()), number(flat->rowCount()));
+        });
+        timed(QStringLiteral("external links only: on"), [&] {
+            hub.setLinksFilterTag(4);
+            hub.filter();
+            report.filter(QString(), OrelReportDataSource::ExternalLinks);
+            return QStringLiteral("rows: by link %1, by page %2, flat %3")
+                    .arg(number(byLink->rowCount()), number(byPage->rowCount()),
+                         number(flat->rowCount()));
+        });
+        timed(QStringLiteral("external links only: off"), [&] {
+            hub.setLinksFilterTag(0);
+            hub.filter();
+            report.filter(QString(), OrelReportDataSource::AllLinks);
+            return QStringLiteral("rows: by link %1, flat %2")
+                    .arg(number(byLink->rowCount()), number(flat->rowCount()));
+        });
+    }
+    if (options.runs("sort")) {
+        for (const auto &[title, order] :
+             { std::pair { QStringLiteral("URL"), Qt::AscendingOrder },
+               std::pair { QStringLiteral("Status"), Qt::DescendingOrder } }) {
+            const QString direction =
+                    order == Qt::AscendingOrder ? QStringLiteral("up") : QStringLiteral("down");
+            timed(QStringLiteral("sort the flat list by %1, %2").arg(title, direction), [&] {
+                flat->sort(columnWithTitle(*flat, title), order);
+                return QStringLiteral("first: %1")
+                        .arg(flat->data(flat->index(0, columnWithTitle(*flat, title))).toString());
+            });
+            timed(QStringLiteral("sort by link by %1, %2").arg(title, direction), [&] {
+                byLink->sort(columnWithTitle(*byLink, title), order);
+                return QStringLiteral("first: %1")
+                        .arg(byLink->data(byLink->index(0, columnWithTitle(*byLink, title)))
+                                     .toString());
+            });
+        }
+    }
+
+    // ---- Exports, each written to its file as it is built
     struct Export
     {
         QString what;
         QString file;
-        std::function<QString()> text;
+        std::function<void(TextSink &)> write;
         // "\r" ends each line, the header's included, and separates the pages in the hub CSV's
         // page cell; -1 when not checked.
         qint64 lines;
     };
     const Export exports[] = {
-        { QStringLiteral("hub CSV"), QStringLiteral("links.csv"), [&] { return hub.csvText(); },
+        { QStringLiteral("hub CSV"), QStringLiteral("links.csv"),
+          [&](TextSink &out) {
+              hub.exports().writeTable(out, hub.exports().tableColumns(), QLatin1Char(','));
+          },
           shape.occurrences + 1 },
         { QStringLiteral("hub flat CSV"), QStringLiteral("links-flat.csv"),
-          [&] { return hub.flatCsvText(); }, shape.occurrences + 1 },
+          [&](TextSink &out) {
+              hub.exports().writeFlat(out, hub.exports().tableColumns(), QLatin1Char(','));
+          },
+          shape.occurrences + 1 },
         { QStringLiteral("flat list CSV"), QStringLiteral("flat.csv"),
-          [&] { return report.flatCSVText(); }, shape.occurrences + 1 },
+          [&](TextSink &out) { report.writeFlatText(out, QLatin1Char(',')); },
+          shape.occurrences + 1 },
         { QStringLiteral("flat list HTML"), QStringLiteral("flat.html"),
-          [&] { return report.htmlText(); }, -1 },
+          [&](TextSink &out) { report.writeHtml(out); }, -1 },
         { QStringLiteral("dot graph (no level limit, clean, coloured)"), QStringLiteral("site.dot"),
-          [&] { return hub.dotText(1000, true, true); }, -1 },
+          [&](TextSink &out) { hub.exports().writeDot(out, 1000, true, true); }, -1 },
     };
-    for (const Export &e : exports) {
+    for (const Export &e :
+         options.runs("exports") ? std::span<const Export>(exports) : std::span<const Export>()) {
         const QString path = QDir(outDir).filePath(e.file);
         malloc_trim(0);
         const double room = options.exportRoomMb > 0 ? options.exportRoomMb
@@ -774,21 +822,15 @@ int main(int argc, char *argv[])
         Step &step = timed(QStringLiteral("%1: built and written").arg(e.what), [&] {
             const AddressSpaceLimit limit(room);
             try {
-                const Clock::time_point start = Clock::now();
-                QString text = e.text();
-                const double built = secondsSince(start);
+                if (!LinkExports::writeExport(path, e.write))
+                    fail(QStringLiteral("%1 was not written").arg(path));
                 const Clock::time_point checking = Clock::now();
-                const qint64 lines = e.lines >= 0 ? text.count(QLatin1Char('\r')) : -1;
+                const qint64 lines = e.lines >= 0 ? countLineEnds(path) : -1;
                 if (lines != e.lines)
                     fail(QStringLiteral("%1 has %2 lines").arg(e.what, number(lines)));
-                const qint64 characters = text.size();
                 g_uncounted = secondsSince(checking);
-                if (!LinkExports::writeExport(path, text))
-                    fail(QStringLiteral("%1 was not written").arg(path));
-                text = QString();
-                return QStringLiteral("%1 MB written; built in %2 s (%3 M characters)%4")
-                        .arg(mb(double(QFileInfo(path).size()) / 1048576.0), fixed(built, 2),
-                             fixed(double(characters) / 1e6, 0),
+                return QStringLiteral("%1 MB written%2")
+                        .arg(mb(double(QFileInfo(path).size()) / 1048576.0),
                              lines >= 0 ? QStringLiteral(", %1 lines").arg(number(lines))
                                         : QString());
             } catch (const std::bad_alloc &) {
@@ -898,8 +940,11 @@ int main(int argc, char *argv[])
       << " |\n";
     // A row's data() per model, bad links only or not: the repeated calls at the top, middle and
     // end, the rows of the scrolls, and opening a row's children.
-    for (const QString &model :
-         { QStringLiteral("flat list"), QStringLiteral("by link"), QStringLiteral("by page") }) {
+    const QStringList models = options.runs("scroll")
+            ? QStringList { QStringLiteral("flat list"), QStringLiteral("by link"),
+                            QStringLiteral("by page") }
+            : QStringList();
+    for (const QString &model : models) {
         const auto ofModel = [&](const QString &name) {
             return name == model || name.startsWith(model + QLatin1Char(','));
         };

@@ -37,13 +37,6 @@ QString outlineText(LinkCheckerHub &hub, const QString &view, bool html)
     return render(model);
 }
 
-QString write(const QString &path, const QString &text)
-{
-    if (path.isEmpty() || LinkExports::writeExport(path, text))
-        return {};
-    return QStringLiteral("cannot write %1").arg(path);
-}
-
 } // namespace
 
 QStringList ExportOptions::files() const
@@ -119,17 +112,35 @@ QString writeExports(LinkCheckerHub &hub, const ExportOptions &o, bool badOnly)
     if (flat || !o.flatHtml.isEmpty())
         hub.report().doReport(hub);
     QString error;
-    const auto put = [&](const QString &path, auto &&text) {
-        if (error.isNull() && !path.isEmpty())
-            error = write(path, text());
+    // Each export is written as it is built.
+    const auto put = [&](const QString &path, const std::function<void(TextSink &)> &build) {
+        if (error.isNull() && !path.isEmpty() && !LinkExports::writeExport(path, build))
+            error = QStringLiteral("cannot write %1").arg(path);
     };
-    put(o.csv, [&] { return flat ? hub.report().flatCSVText() : outlineText(hub, o.view, false); });
-    put(o.tdl, [&] { return flat ? hub.report().flatTDLText() : hub.tdlText(); });
-    put(o.html, [&] { return flat ? hub.report().htmlText() : outlineText(hub, o.view, true); });
-    put(o.flatTdl, [&] { return hub.flatTdlText(); });
-    put(o.text, [&] { return hub.plainText(); });
-    put(o.flatHtml, [&] { return hub.report().htmlText(); });
-    put(o.dot, [&] { return hub.dotText(o.dotLevels, o.dotClean, o.dotColour); });
+    LinkExports &exports = hub.exports();
+    put(o.csv, [&](TextSink &out) {
+        if (flat)
+            hub.report().writeFlatText(out, QLatin1Char(','));
+        else
+            out << outlineText(hub, o.view, false);
+    });
+    put(o.tdl, [&](TextSink &out) {
+        if (flat)
+            hub.report().writeFlatText(out, QLatin1Char('\t'));
+        else
+            exports.writeTable(out, exports.tableColumns(), QLatin1Char('\t'));
+    });
+    put(o.html, [&](TextSink &out) {
+        if (flat)
+            hub.report().writeHtml(out);
+        else
+            out << outlineText(hub, o.view, true);
+    });
+    put(o.flatTdl,
+        [&](TextSink &out) { exports.writeFlat(out, exports.tableColumns(), QLatin1Char('\t')); });
+    put(o.text, [&](TextSink &out) { exports.writePlainText(out); });
+    put(o.flatHtml, [&](TextSink &out) { hub.report().writeHtml(out); });
+    put(o.dot, [&](TextSink &out) { exports.writeDot(out, o.dotLevels, o.dotClean, o.dotColour); });
     if (!error.isNull() || o.locate.isEmpty())
         return error;
     // Given as a start URL would be: a local path, relative to the working folder or not,

@@ -127,6 +127,17 @@ public:
     QString onPageLinkTextAt(qsizetype i) const;
     bool nofollowAt(qsizetype i) const { return m_onPage.nofollowAt(i); }
     qsizetype getNofollowCount() const { return m_onPage.nofollowCount(); }
+    // The same without copies, for exports reading millions in a row (see OnPageList's views);
+    // valid while the record is unchanged.
+    QStringView onPageUrlView(qsizetype i) const { return m_onPage.urlView(i); }
+    QStringView onPageNameView(qsizetype i) const { return m_onPage.nameView(i); }
+    QStringView onPageLinkTextView(qsizetype i) const { return m_onPage.textView(i); }
+    // Occurrence i's page as the appears-on table shows it: its title when the owner displays
+    // titles, else its URL.
+    QStringView onPageShownView(qsizetype i) const;
+    // getOnPagesArray() an entry at a time: its length, and entry i.
+    qsizetype onPagesArrayCount() const;
+    QStringView onPagesArrayView(qsizetype i) const;
     const QList<LinkCheckerUrl *> &getLinkedImages() const;
     // Page titles when the owner displays titles, else the page URLs.
     QStringList getOnPagesArray() const;

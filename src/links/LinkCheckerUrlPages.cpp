@@ -162,6 +162,16 @@ QStringList LinkCheckerUrl::getOnPagesArray() const
     return (m_owner && m_owner->displayPageTitle()) ? m_onPage.names() : m_onPage.urls();
 }
 
+qsizetype LinkCheckerUrl::onPagesArrayCount() const
+{
+    return (m_owner && m_owner->displayPageTitle()) ? m_onPage.nameCount() : m_onPage.urlCount();
+}
+
+QStringView LinkCheckerUrl::onPagesArrayView(qsizetype i) const
+{
+    return (m_owner && m_owner->displayPageTitle()) ? m_onPage.nameView(i) : m_onPage.urlView(i);
+}
+
 QString LinkCheckerUrl::getLastOnPageUrl() const
 {
     return m_onPage.urlCount() == 0 ? emptyString() : m_onPage.urlAt(m_onPage.urlCount() - 1);
@@ -230,6 +240,13 @@ QString LinkCheckerUrl::getLinkRedirHTML() const
 }
 
 // ---- Appears-on table ------------------------------------------------------------------------
+
+QStringView LinkCheckerUrl::onPageShownView(qsizetype i) const
+{
+    if (i < 0 || i >= m_onPage.urlCount())
+        return {};
+    return m_owner && m_owner->displayPageTitle() ? m_onPage.nameView(i) : m_onPage.urlView(i);
+}
 
 QString LinkCheckerUrl::objectValueForTableColumn(const QString &columnId, int row) const
 {

@@ -114,14 +114,21 @@ QString OnPageList::nameAt(qsizetype i) const
 
 QString OnPageList::textAt(qsizetype i) const
 {
+    const QStringView text = textView(i);
+    // Never null when the entry has a text, also when empty: a block's data pointer is valid from
+    // its reservation on.
+    return text.isNull() ? QString() : text.toString();
+}
+
+QStringView OnPageList::textView(qsizetype i) const
+{
     if (i < 0 || i >= m_texts)
-        return QString();
+        return {};
     const Entry &e = m_entries[i];
     if (!(e.textBits & HasTextBit))
-        return QString();
-    // Never null, also when empty: a block's data pointer is valid from its reservation on.
-    return QString(e.textBlock->chars.constData() + e.textStart,
-                   qsizetype(e.textBits >> LengthShift));
+        return {};
+    return QStringView(e.textBlock->chars.constData() + e.textStart,
+                       qsizetype(e.textBits >> LengthShift));
 }
 
 bool OnPageList::nofollowAt(qsizetype i) const

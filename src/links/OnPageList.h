@@ -7,6 +7,7 @@
 #include <QSharedData>
 #include <QString>
 #include <QStringList>
+#include <QStringView>
 
 namespace orel {
 
@@ -37,6 +38,17 @@ public:
     QString nameAt(qsizetype i) const;
     QString textAt(qsizetype i) const;
     bool nofollowAt(qsizetype i) const;
+    // The same without a copy, for reading many in a row (a copy of a shared string is an atomic
+    // write, which waits for its memory); valid while the list is unchanged.
+    QStringView urlView(qsizetype i) const
+    {
+        return i >= 0 && i < m_urls ? QStringView(m_entries[i].page->url) : QStringView();
+    }
+    QStringView nameView(qsizetype i) const
+    {
+        return i >= 0 && i < m_names ? QStringView(m_entries[i].page->name) : QStringView();
+    }
+    QStringView textView(qsizetype i) const;
 
     QStringList urls() const;
     QStringList names() const;

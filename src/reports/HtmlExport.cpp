@@ -12,10 +12,23 @@ QString styleBlock()
             "</style>");
 }
 
+void writePageHead(TextSink &out)
+{
+    out << u"<html><head><title>Data Export from Kestovan</title><body>";
+}
+
+void writePageTail(TextSink &out)
+{
+    out << u"</body></head></html>";
+}
+
 QString page(const QString &body)
 {
-    return QStringLiteral("<html><head><title>Data Export from Kestovan</title><body>") + body
-            + QStringLiteral("</body></head></html>");
+    return TextSink::gather([&body](TextSink &out) {
+        writePageHead(out);
+        out << body;
+        writePageTail(out);
+    });
 }
 
 QString tableStart(const QList<TableColumn> &columns)

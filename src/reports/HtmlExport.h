@@ -2,6 +2,7 @@
 // table, the header row and a row's colour; any thread.
 #pragma once
 
+#include "common/TextSink.h"
 #include "reports/Colour.h"
 #include "reports/TableDescription.h"
 
@@ -12,7 +13,10 @@ namespace orel::html {
 
 // The style block that begins every exported table.
 QString styleBlock();
-// body inside the page text (the body sits inside the head element, as exports always had it).
+// The page text before and after an export's body (the body sits inside the head element, as
+// exports always had it), and a body inside the page.
+void writePageHead(TextSink &out);
+void writePageTail(TextSink &out);
 QString page(const QString &body);
 // The style block, "<table><tr>", a header cell per column with its width, "</tr>".
 QString tableStart(const QList<TableColumn> &columns);

@@ -1,5 +1,6 @@
 // Exports of the link views: CSV and tab-delimited text with one line per row or per
-// occurrence, plain text, HTML and a Graphviz graph of the internal pages.
+// occurrence, plain text, HTML and a Graphviz graph of the internal pages, each appended to a
+// sink piece by piece.
 #include "reports/LinkExports.h"
 
 #include "common/AtomicFile.h"
@@ -10,12 +11,15 @@
 #include "reports/ExportProgress.h"
 #include "reports/HtmlExport.h"
 #include "reports/LinkViews.h"
+#include "reports/ReadAhead.h"
 #include "reports/bhDataSource.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 namespace orel {
@@ -48,6 +52,72 @@ QString edgeColour(int distance)
         return QStringLiteral("gray");
     }
 }
+
+// What the graph needs of each internal record of the link table, by its place there: the number
+// of its URL (records redirected to one URL share it) and its text as an edge's target, and
+// where else in the table it is. Read once in table order: a large site's graph has millions of
+// edges, and reading each target's record and URL for each of them, scattered over the heap,
+// took most of its time.
+class DotTargets
+{
+public:
+    explicit DotTargets(const std::vector<LinkCheckerUrl *> &table)
+        : m_urlNumbers(table.size(), -1), m_nextPlaces(table.size(), -1)
+    {
+        QHash<QString, int> numbers;
+        numbers.reserve(qsizetype(table.size()));
+        m_firstPlaces.reserve(qsizetype(table.size()));
+        m_textStarts.reserve(table.size() + 1);
+        for (std::size_t t = 0; t < table.size(); ++t) {
+            m_textStarts.push_back(m_texts.size());
+            if (!table[t] || !table[t]->isInternal())
+                continue;
+            const QString url = table[t]->getActualLinkUrl();
+            auto number = numbers.constFind(url);
+            if (number == numbers.cend())
+                number = numbers.insert(url, int(numbers.size()));
+            m_urlNumbers[t] = *number;
+            m_texts += UrlParts::stripHost(UrlParts::withoutUserInfo(url));
+        }
+        m_textStarts.push_back(m_texts.size());
+        m_urlCount = int(numbers.size());
+        // Each record's places, first to last: the first in m_firstPlaces, each next one in
+        // m_nextPlaces at the place before it.
+        for (std::size_t t = table.size(); t-- > 0;) {
+            if (m_urlNumbers[t] < 0)
+                continue;
+            auto first = m_firstPlaces.find(table[t]);
+            if (first == m_firstPlaces.end())
+                first = m_firstPlaces.insert(table[t], -1);
+            m_nextPlaces[t] = *first;
+            *first = int(t);
+        }
+    }
+
+    int urlCount() const { return m_urlCount; }
+    int urlNumber(int place) const { return m_urlNumbers[std::size_t(place)]; }
+    QStringView text(int place) const
+    {
+        const qsizetype start = m_textStarts[std::size_t(place)];
+        return QStringView(m_texts).sliced(start, m_textStarts[std::size_t(place) + 1] - start);
+    }
+    // Appends the places of an internal record of the table (none for any other).
+    void appendPlaces(const LinkCheckerUrl *record, QList<int> &places) const
+    {
+        const auto first = m_firstPlaces.constFind(record);
+        for (int t = first == m_firstPlaces.cend() ? -1 : *first; t >= 0;
+             t = m_nextPlaces[std::size_t(t)])
+            places.append(t);
+    }
+
+private:
+    std::vector<int> m_urlNumbers; // -1 for a place that is no internal record
+    QString m_texts;
+    std::vector<qsizetype> m_textStarts;
+    QHash<const LinkCheckerUrl *, int> m_firstPlaces;
+    std::vector<int> m_nextPlaces;
+    int m_urlCount = 0;
+};
 
 } // namespace
 
@@ -90,97 +160,136 @@ QList<TableColumn> LinkExports::tableColumns() const
     return columns;
 }
 
-QString LinkExports::headerLine(const QList<TableColumn> &columns, QChar separator)
+void LinkExports::writeHeader(TextSink &out, const QList<TableColumn> &columns, QChar separator)
 {
-    QString out;
-    for (int i = 0; i < columns.size(); ++i) {
-        if (i)
-            out += separator;
-        out += QLatin1Char('"') + columns.at(i).title + QLatin1Char('"');
+    for (qsizetype c = 0; c < columns.size(); ++c) {
+        if (c)
+            out << separator;
+        out << u'"' << columns.at(c).title << u'"';
     }
-    return out + QLatin1Char('\r');
+    out << u'\r';
 }
 
-QString LinkExports::tableText(const QList<TableColumn> &columns, QChar separator)
+void LinkExports::writeTable(TextSink &out, const QList<TableColumn> &columns, QChar separator)
 {
-    QString out = headerLine(columns, separator);
+    writeHeader(out, columns, separator);
     const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
     ExportProgress progress(int(rows.size()));
+    ReadAhead pages;
     for (std::size_t r = 0; r < rows.size(); ++r) {
         progress.step(int(r));
-        for (int c = 0; c < columns.size(); ++c) {
+        for (qsizetype c = 0; c < columns.size(); ++c) {
             if (c)
-                out += separator;
+                out << separator;
             const QString &id = columns.at(c).identifier;
-            out += QLatin1Char('"')
-                    + bhDataSource::exportValue(
-                            id,
-                            rows[r]->getFieldByName(id == QLatin1String("onpageurl")
-                                                            ? QStringLiteral("onpageurlcsv")
-                                                            : id))
-                    + QLatin1Char('"');
-        }
-        out += QLatin1Char('\r');
-    }
-    return out;
-}
-
-QString LinkExports::flatText(const QList<TableColumn> &columns, QChar separator,
-                              const std::vector<LinkCheckerUrl *> &rows)
-{
-    QString out = headerLine(columns, separator);
-    ExportProgress progress(int(rows.size()));
-    QStringList values(columns.size());
-    for (std::size_t r = 0; r < rows.size(); ++r) {
-        progress.step(int(r));
-        LinkCheckerUrl *record = rows[r];
-        const QStringList pages = record->getOnPagesArray();
-        if (pages.isEmpty())
-            continue; // a record on no page writes no line
-        int pageColumn = -1;
-        for (int c = 0; c < columns.size(); ++c) {
-            if (columns.at(c).identifier == QLatin1String("onpageurl"))
-                pageColumn = c;
+            out << u'"';
+            // The page column holds every page of the link, "\r" between them.
+            if (id == QLatin1String("onpageurl"))
+                writePages(out, *rows[r], u'\r', pages);
             else
-                values[c] = bhDataSource::exportValue(
-                        columns.at(c).identifier, record->getFieldByName(columns.at(c).identifier));
+                out << bhDataSource::exportValue(id, rows[r]->getFieldByName(id));
+            out << u'"';
         }
-        for (const QString &page : pages) {
-            if (pageColumn >= 0)
-                values[pageColumn] = bhDataSource::exportValue(QStringLiteral("onpageurl"), page);
-            for (int c = 0; c < columns.size(); ++c) {
-                if (c)
-                    out += separator;
-                out += QLatin1Char('"') + values.at(c) + QLatin1Char('"');
-            }
-            out += QLatin1Char('\r');
-        }
+        out << u'\r';
     }
-    return out;
 }
 
-QString LinkExports::flatCSV(const QStringList &columns, bool badOnly)
+void LinkExports::writePages(TextSink &out, const LinkCheckerUrl &record, QChar between,
+                             ReadAhead &pages)
+{
+    const qsizetype count = record.onPagesArrayCount();
+    for (qsizetype first = 0; first < count; first += ReadAhead::kBatch) {
+        const int batch = int(std::min<qsizetype>(ReadAhead::kBatch, count - first));
+        pages.read(batch, [&](int k) { return record.onPagesArrayView(first + k); });
+        for (int k = 0; k < batch; ++k) {
+            if (first + k)
+                out << between;
+            out << pages.at(k);
+        }
+    }
+}
+
+void LinkExports::writeFlat(TextSink &out, const QList<TableColumn> &columns, QChar separator,
+                            const std::vector<LinkCheckerUrl *> &rows)
+{
+    writeHeader(out, columns, separator);
+    qsizetype pageColumn = -1;
+    for (qsizetype c = 0; c < columns.size(); ++c) {
+        if (columns.at(c).identifier == QLatin1String("onpageurl"))
+            pageColumn = c;
+    }
+    ExportProgress progress(int(rows.size()));
+    // A line per page of each record (none for a record on no page), read a batch of lines at a
+    // time across records: most links are on a few pages only.
+    std::array<std::pair<const LinkCheckerUrl *, qsizetype>, ReadAhead::kBatch> lines;
+    ReadAhead pages;
+    QStringList values(columns.size()); // the record's, but for the page column
+    const LinkCheckerUrl *valuesOf = nullptr;
+    std::size_t r = 0;
+    qsizetype page = 0;
+    while (r < rows.size()) {
+        int batch = 0;
+        while (batch < ReadAhead::kBatch && r < rows.size()) {
+            if (page < rows[r]->onPagesArrayCount()) {
+                lines[std::size_t(batch++)] = { rows[r], page++ };
+            } else {
+                progress.step(int(++r));
+                page = 0;
+            }
+        }
+        pages.read(batch, [&lines](int k) {
+            return lines[std::size_t(k)].first->onPagesArrayView(lines[std::size_t(k)].second);
+        });
+        for (int k = 0; k < batch; ++k) {
+            const LinkCheckerUrl *record = lines[std::size_t(k)].first;
+            if (record != valuesOf) {
+                for (qsizetype c = 0; c < columns.size(); ++c) {
+                    const QString &id = columns.at(c).identifier;
+                    if (id != QLatin1String("onpageurl"))
+                        values[c] = bhDataSource::exportValue(id, record->getFieldByName(id));
+                }
+                valuesOf = record;
+            }
+            for (qsizetype c = 0; c < columns.size(); ++c) {
+                if (c)
+                    out << separator;
+                out << u'"';
+                if (c == pageColumn)
+                    out << pages.at(k);
+                else
+                    out << values.at(c);
+                out << u'"';
+            }
+            out << u'\r';
+        }
+    }
+}
+
+void LinkExports::writeFlatCSV(TextSink &out, const QStringList &columns, bool badOnly)
 {
     if (badOnly)
         m_results.countBadCollection();
     QList<TableColumn> described;
     for (const QString &id : columns)
         described.append(TableColumn { id, flatColumnTitle(id), 200 });
-    return flatText(described, QLatin1Char(','), m_views.visibleRows(badOnly));
+    writeFlat(out, described, QLatin1Char(','), m_views.visibleRows(badOnly));
 }
 
 bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &columns,
                                         bool badOnly, QString *error)
 {
-    QByteArray bytes = flatCSV(columns, badOnly).toUtf8();
+    const auto build = [&](TextSink &out) { writeFlatCSV(out, columns, badOnly); };
     if (path == QLatin1String("-") || path == QLatin1String("/dev/stdout")) {
         // Bare "\r" line ends make one overwritten line of a terminal or a log; standard output
         // gets "\r\n", which every reader splits into lines.
-        bytes.replace("\r", "\r\n");
         std::fflush(stdout);
-        const bool ok = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
-                        == std::size_t(bytes.size())
-                && std::fflush(stdout) == 0;
+        TextSink out([](QByteArray bytes) {
+            bytes.replace("\r", "\r\n");
+            return std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout)
+                    == std::size_t(bytes.size());
+        });
+        build(out);
+        const bool ok = out.finish() && std::fflush(stdout) == 0;
         if (!ok && error)
             *error = QStringLiteral("cannot write to standard output");
         return ok;
@@ -189,14 +298,20 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
     const QFileInfo info(path);
     if (info.exists() && !info.isFile() && !info.isDir()) {
         QFile device(path);
-        if (device.open(QIODevice::WriteOnly) && device.write(bytes) == bytes.size())
-            return true;
+        if (device.open(QIODevice::WriteOnly)) {
+            TextSink out([&device](const QByteArray &bytes) {
+                return device.write(bytes) == bytes.size();
+            });
+            build(out);
+            if (out.finish())
+                return true;
+        }
         if (error)
             *error = QStringLiteral("cannot write %1: %2").arg(path, device.errorString());
         return false;
     }
     QString why;
-    if (!writeFileAtomically(path, bytes, &why)) {
+    if (!writeTextAtomically(path, build, &why)) {
         log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
         if (error)
             *error = QStringLiteral("cannot write %1: %2").arg(path, why);
@@ -205,32 +320,44 @@ bool LinkExports::exportAsFlatCSVForCLI(const QString &path, const QStringList &
     return true;
 }
 
-QString LinkExports::plainText()
+void LinkExports::writePlainText(TextSink &out)
 {
     const QList<TableColumn> columns = tableColumns();
-    QString out = QStringLiteral("Data Export from Orrelwick\r==========================\r\r");
+    // The page column lists every page of the link, "," between them.
+    QStringList labels, fields;
+    for (const TableColumn &column : columns) {
+        const bool pages = column.identifier == QLatin1String("onpageurl");
+        labels.append(pages ? QStringLiteral("On Page(s)") : column.title);
+        fields.append(pages ? QStringLiteral("onpageurltext") : column.identifier);
+    }
+    out << u"Data Export from Orrelwick\r==========================\r\r";
     const std::vector<LinkCheckerUrl *> rows = m_views.visibleRows();
     ExportProgress progress(int(rows.size()));
     for (std::size_t r = 0; r < rows.size(); ++r) {
         progress.step(int(r));
-        for (const TableColumn &column : columns) {
-            const bool pages = column.identifier == QLatin1String("onpageurl");
-            out += (pages ? QStringLiteral("On Page(s)") : column.title) + QStringLiteral(": ")
-                    + bhDataSource::exportValue(
-                            column.identifier,
-                            rows[r]->getFieldByName(pages ? QStringLiteral("onpageurltext")
-                                                          : column.identifier))
-                    + QStringLiteral("  ");
-        }
-        out += QLatin1Char('\r');
+        for (qsizetype c = 0; c < columns.size(); ++c)
+            out << labels.at(c) << u": "
+                << bhDataSource::exportValue(columns.at(c).identifier,
+                                             rows[r]->getFieldByName(fields.at(c)))
+                << u"  ";
+        out << u'\r';
     }
-    return out;
 }
 
-QString LinkExports::htmlText()
+void LinkExports::writeHtml(TextSink &out)
 {
     const QList<TableColumn> columns = tableColumns();
-    QString body = html::tableStart(columns);
+    // The link, its redirect and its pages as anchors.
+    QStringList fields;
+    for (const TableColumn &column : columns) {
+        const QString &id = column.identifier;
+        fields.append(id == QLatin1String("onpageurl")         ? QStringLiteral("onpageurlhtml")
+                              : id == QLatin1String("linkurl") ? QStringLiteral("linkurlhtml")
+                              : id == QLatin1String("redir")   ? QStringLiteral("linkredirhtml")
+                                                               : id);
+    }
+    html::writePageHead(out);
+    out << html::tableStart(columns);
     // Rows in collection order; each takes the colour of the view's row of the same number, as
     // the view would paint it.
     const std::vector<OrelDataObject *> &all = m_results.linkSource().items();
@@ -242,94 +369,91 @@ QString LinkExports::htmlText()
         if (!m_views.isShown(record))
             continue;
         const std::optional<Colour> colour = m_views.labelColorForRow(written++);
-        body += QStringLiteral("<tr>");
-        for (const TableColumn &column : columns) {
-            QString id = column.identifier;
-            if (id == QLatin1String("onpageurl"))
-                id = QStringLiteral("onpageurlhtml");
-            else if (id == QLatin1String("linkurl"))
-                id = QStringLiteral("linkurlhtml");
-            else if (id == QLatin1String("redir"))
-                id = QStringLiteral("linkredirhtml");
-            body += QStringLiteral("<td ");
-            if (colour)
-                body += html::colourStyle(*colour);
-            body += QLatin1Char('>') + bhDataSource::exportValue(id, record->getFieldByName(id))
-                    + QStringLiteral("</td>");
-        }
-        body += QStringLiteral("</tr>");
+        const QString style = colour ? html::colourStyle(*colour) : QString();
+        out << u"<tr>";
+        for (const QString &field : std::as_const(fields))
+            out << u"<td " << style << u'>'
+                << bhDataSource::exportValue(field, record->getFieldByName(field)) << u"</td>";
+        out << u"</tr>";
     }
-    body += QStringLiteral("</table><br />");
-    return html::page(body);
+    out << u"</table><br />";
+    html::writePageTail(out);
 }
 
-QString LinkExports::dotText(int levelLimit, bool clean, bool colour)
+void LinkExports::writeDot(TextSink &out, int levelLimit, bool clean, bool colour)
 {
     struct Node
     {
         QString url;
-        QStringList targets;
         int distance;
     };
-    // The table's items as getnthItem() answers them row by row, and where each record is in it,
-    // so that a page's targets come in table order without walking the table for every page.
+    // The table's items as getnthItem() answers them row by row, and what the graph needs of
+    // each internal one, so that a page's targets come in table order without walking the table
+    // for every page.
     const std::vector<LinkCheckerUrl *> table = m_views.tableItems();
-    QHash<const LinkCheckerUrl *, QList<int>> placesOf;
-    for (int t = 0; t < int(table.size()); ++t) {
-        if (table[std::size_t(t)] && table[std::size_t(t)]->isInternal())
-            placesOf[table[std::size_t(t)]].append(t);
-    }
+    const DotTargets targets(table);
     const PageIndex *index = m_results.pageIndex();
-    QList<Node> nodes;
-    QSet<QString> nodeUrls;
+    // "clean": whether a URL has been drawn as a node, by its number.
+    std::vector<bool> drawn(std::size_t(targets.urlCount()));
+    bool started = false;
     ExportProgress progress(int(table.size()));
     for (int r = 0; r < int(table.size()); ++r) {
         progress.step(r);
         const LinkCheckerUrl *page = table[std::size_t(r)];
         if (!page || !page->isInternal() || page->getDistanceFromHome() >= levelLimit)
             continue;
-        Node node { page->getActualLinkUrl(), {}, page->getDistanceFromHome() };
-        nodeUrls.insert(node.url);
+        const Node node { page->getActualLinkUrl(), page->getDistanceFromHome() };
+        // The graph is named after its first node.
+        if (!started)
+            out << u"digraph \"" << UrlParts::withoutUserInfo(node.url) << u"\" {\r";
+        started = true;
+        drawn[std::size_t(targets.urlNumber(r))] = true;
         QList<int> places;
         if (const auto it = index ? index->constFind(node.url) : PageIndex::const_iterator();
             index && it != index->cend()) {
             for (const LinkCheckerUrl *target :
                  QSet<const LinkCheckerUrl *>(it->cbegin(), it->cend()))
-                places += placesOf.value(target);
+                targets.appendPlaces(target, places);
         }
         std::sort(places.begin(), places.end());
+        const QString from = UrlParts::stripHost(UrlParts::withoutUserInfo(node.url));
         for (int t : places) {
-            const QString url = table[std::size_t(t)]->getActualLinkUrl();
-            if (!clean || !nodeUrls.contains(url))
-                node.targets.append(url);
+            if (clean && drawn[std::size_t(targets.urlNumber(t))])
+                continue;
+            out << u'"' << from << u"\" -> \"" << targets.text(t) << u'"';
+            if (colour)
+                out << u" [color=" << edgeColour(node.distance) << u']';
+            out << u";\r";
         }
-        nodes.append(node);
     }
     // A site without internal pages still gives a graph, an empty one.
-    QString out = QStringLiteral("digraph \"")
-            + (nodes.isEmpty() ? QString() : UrlParts::withoutUserInfo(nodes.first().url))
-            + QStringLiteral("\" {\r");
-    for (const Node &node : nodes) {
-        for (const QString &target : node.targets) {
-            out += QLatin1Char('"') + UrlParts::stripHost(UrlParts::withoutUserInfo(node.url))
-                    + QStringLiteral("\" -> \"")
-                    + UrlParts::stripHost(UrlParts::withoutUserInfo(target)) + QLatin1Char('"');
-            if (colour)
-                out += QStringLiteral(" [color=") + edgeColour(node.distance) + QLatin1Char(']');
-            out += QStringLiteral(";\r");
-        }
-    }
-    return out + QLatin1Char('}');
+    if (!started)
+        out << u"digraph \"\" {\r";
+    out << u'}';
 }
 
-bool LinkExports::saveExport(const QString &fileType, const std::function<QString()> &build)
+std::optional<QString> LinkExports::savePath(const QString &fileType)
+{
+    std::optional<QString> path = Dialogs::current().savePanel(fileType, QString(), QString());
+    if (!path || path->isEmpty())
+        return std::nullopt;
+    return path;
+}
+
+bool LinkExports::saveExport(const QString &fileType, const std::function<void(TextSink &)> &build)
 {
     // Where to save is asked first: a large text is built only when it will be written.
-    const std::optional<QString> path =
-            Dialogs::current().savePanel(fileType, QString(), QString());
-    if (!path || path->isEmpty())
+    const std::optional<QString> path = savePath(fileType);
+    return path && writeExport(*path, build);
+}
+
+bool LinkExports::writeExport(const QString &path, const std::function<void(TextSink &)> &build)
+{
+    if (!writeTextAtomically(path, build)) {
+        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
         return false;
-    return writeExport(*path, build());
+    }
+    return true;
 }
 
 bool LinkExports::writeExport(const QString &path, const QString &text)
@@ -366,47 +490,54 @@ QString LinkExports::outlineHtmlText(TableDescription &outline)
 
 void LinkExports::exportAsCSVFromOutlineView(TableDescription &outline)
 {
-    saveExport(QStringLiteral("csv"), [&] { return outlineCsvText(outline); });
+    if (const std::optional<QString> path = savePath(QStringLiteral("csv")))
+        writeExport(*path, outlineCsvText(outline));
 }
 
 void LinkExports::exportAsHTMLFromOutlineView(TableDescription &outline)
 {
-    saveExport(QStringLiteral("html"), [&] { return outlineHtmlText(outline); });
+    if (const std::optional<QString> path = savePath(QStringLiteral("html")))
+        writeExport(*path, outlineHtmlText(outline));
 }
 
 void LinkExports::exportAsCSV()
 {
-    saveExport(QStringLiteral("csv"), [&] { return tableText(tableColumns(), QLatin1Char(',')); });
+    saveExport(QStringLiteral("csv"),
+               [&](TextSink &out) { writeTable(out, tableColumns(), QLatin1Char(',')); });
 }
 
 void LinkExports::exportAsFlatCSV()
 {
-    saveExport(QStringLiteral("csv"), [&] { return flatText(tableColumns(), QLatin1Char(',')); });
+    saveExport(QStringLiteral("csv"),
+               [&](TextSink &out) { writeFlat(out, tableColumns(), QLatin1Char(',')); });
 }
 
 void LinkExports::exportAsTDL()
 {
-    saveExport(QStringLiteral("txt"), [&] { return tableText(tableColumns(), QLatin1Char('\t')); });
+    saveExport(QStringLiteral("txt"),
+               [&](TextSink &out) { writeTable(out, tableColumns(), QLatin1Char('\t')); });
 }
 
 void LinkExports::exportAsFlatTDL()
 {
-    saveExport(QStringLiteral("txt"), [&] { return flatText(tableColumns(), QLatin1Char('\t')); });
+    saveExport(QStringLiteral("txt"),
+               [&](TextSink &out) { writeFlat(out, tableColumns(), QLatin1Char('\t')); });
 }
 
 void LinkExports::exportAsText()
 {
-    saveExport(QStringLiteral("txt"), [&] { return plainText(); });
+    saveExport(QStringLiteral("txt"), [&](TextSink &out) { writePlainText(out); });
 }
 
 void LinkExports::exportAsHTML()
 {
-    saveExport(QStringLiteral("html"), [&] { return htmlText(); });
+    saveExport(QStringLiteral("html"), [&](TextSink &out) { writeHtml(out); });
 }
 
 void LinkExports::exportAsDot(int levelLimit, bool clean, bool colour)
 {
-    saveExport(QStringLiteral("dot"), [&] { return dotText(levelLimit, clean, colour); });
+    saveExport(QStringLiteral("dot"),
+               [&](TextSink &out) { writeDot(out, levelLimit, clean, colour); });
 }
 
 } // namespace orel

@@ -1,7 +1,9 @@
-// Exports of the link views: CSV, tab-delimited and plain text, HTML and a Graphviz graph,
-// built whole in memory and written atomically as UTF-8; main thread.
+// Exports of the link views: CSV, tab-delimited and plain text, HTML and a Graphviz graph, each
+// written to its file as UTF-8 while it is built (atomically: a failure leaves an earlier file
+// whole) or gathered into a string; main thread.
 #pragma once
 
+#include "common/TextSink.h"
 #include "reports/LinkResults.h"
 #include "reports/TableDescription.h"
 
@@ -12,11 +14,13 @@
 #include <QStringConverter>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace orel {
 
 class LinkViews;
+class ReadAhead;
 
 class LinkExports
 {
@@ -31,25 +35,51 @@ public:
     QList<TableColumn> tableColumns() const;
     // The link table as CSV or tab-delimited text: quoted titles, one line per shown row (or,
     // flat, per page on which a shown row's link appears), "\r" line ends, values unescaped.
-    QString tableText(const QList<TableColumn> &columns, QChar separator);
-    QString flatText(const QList<TableColumn> &columns, QChar separator)
+    void writeTable(TextSink &out, const QList<TableColumn> &columns, QChar separator);
+    void writeFlat(TextSink &out, const QList<TableColumn> &columns, QChar separator)
     {
-        return flatText(columns, separator, visibleRows());
+        writeFlat(out, columns, separator, visibleRows());
     }
     // The flat CSV of the given columns; badOnly takes the place of the bad-links-only switch.
-    QString flatCSV(const QStringList &columns, bool badOnly);
-    QString plainText();
-    QString htmlText();
+    void writeFlatCSV(TextSink &out, const QStringList &columns, bool badOnly);
+    void writePlainText(TextSink &out);
+    void writeHtml(TextSink &out);
     // levelLimit: pages at this distance or more are left out; clean: a page is drawn as a
     // target only until it has its own node; colour: edges coloured by the page's distance.
-    QString dotText(int levelLimit, bool clean, bool colour);
+    void writeDot(TextSink &out, int levelLimit, bool clean, bool colour);
+
+    // The same texts as strings.
+    QString tableText(const QList<TableColumn> &columns, QChar separator)
+    {
+        return TextSink::gather([&](TextSink &out) { writeTable(out, columns, separator); });
+    }
+    QString flatText(const QList<TableColumn> &columns, QChar separator)
+    {
+        return TextSink::gather([&](TextSink &out) { writeFlat(out, columns, separator); });
+    }
+    QString flatCSV(const QStringList &columns, bool badOnly)
+    {
+        return TextSink::gather([&](TextSink &out) { writeFlatCSV(out, columns, badOnly); });
+    }
+    QString plainText()
+    {
+        return TextSink::gather([&](TextSink &out) { writePlainText(out); });
+    }
+    QString htmlText()
+    {
+        return TextSink::gather([&](TextSink &out) { writeHtml(out); });
+    }
+    QString dotText(int levelLimit, bool clean, bool colour)
+    {
+        return TextSink::gather([&](TextSink &out) { writeDot(out, levelLimit, clean, colour); });
+    }
 
     // An outline's rows as shown (see bhDataSource's outline renderers): CSV, and HTML with the
     // style block in an HTML page.
     static QString outlineCsvText(TableDescription &outline);
     static QString outlineHtmlText(TableDescription &outline);
 
-    // Each asks for a file of its type through the dialogs and writes it atomically.
+    // Each asks for a file of its type through the dialogs, then writes its text to it.
     static void exportAsCSVFromOutlineView(TableDescription &outline);
     static void exportAsHTMLFromOutlineView(TableDescription &outline);
     void exportAsCSV();
@@ -59,13 +89,14 @@ public:
     void exportAsText();
     void exportAsHTML();
     void exportAsDot(int levelLimit, bool clean, bool colour);
-    // Writes flatCSV() as UTF-8: atomically to a file; directly to "-" or "/dev/stdout", there
+    // Writes the flat CSV as UTF-8: atomically to a file; directly to "-" or "/dev/stdout", there
     // with "\r\n" line ends, and into a device or pipe.
     bool exportAsFlatCSVForCLI(const QString &path, const QStringList &columns, bool badOnly,
                                QString *error = nullptr);
 
-    // Writes the text as UTF-8, atomically: a failed write leaves any earlier file whole and is
-    // logged.
+    // Write the text (that build appends, while it is built) as UTF-8, atomically: a failed
+    // write leaves any earlier file whole and is logged.
+    static bool writeExport(const QString &path, const std::function<void(TextSink &)> &build);
     static bool writeExport(const QString &path, const QString &text);
     // Appends the text in the encoding to the file, creating it when missing.
     static bool append(const QString &text, const QString &path,
@@ -73,11 +104,18 @@ public:
 
 private:
     std::vector<LinkCheckerUrl *> visibleRows() const;
-    static QString headerLine(const QList<TableColumn> &columns, QChar separator);
-    QString flatText(const QList<TableColumn> &columns, QChar separator,
-                     const std::vector<LinkCheckerUrl *> &rows);
-    // Asks for a file of the type, then builds the text and writes it.
-    static bool saveExport(const QString &fileType, const std::function<QString()> &build);
+    static void writeHeader(TextSink &out, const QList<TableColumn> &columns, QChar separator);
+    void writeFlat(TextSink &out, const QList<TableColumn> &columns, QChar separator,
+                   const std::vector<LinkCheckerUrl *> &rows);
+    // The record's pages as its getOnPagesArray() lists them, each without user info; the same
+    // as the list joined and then without user info only when between cannot be part of user
+    // info ("\r" cannot; "," can).
+    static void writePages(TextSink &out, const LinkCheckerUrl &record, QChar between,
+                           ReadAhead &pages);
+    // Asks where to save a file of the type; none when cancelled.
+    static std::optional<QString> savePath(const QString &fileType);
+    // Asks for a file of the type, then builds the text into it.
+    static bool saveExport(const QString &fileType, const std::function<void(TextSink &)> &build);
 
     LinkResults &m_results;
     LinkViews &m_views;

@@ -3,6 +3,7 @@
 // is built on a thread of its own after a pause and at the end of a run.
 #pragma once
 
+#include "common/TextSink.h"
 #include "reports/Colour.h"
 #include "reports/LinkResults.h"
 #include "reports/OrelReportItem.h"
@@ -134,17 +135,22 @@ public:
 
     // ---- Exports --------------------------------------------------------------------------------
     // The shown rows and columns; values are not escaped and lines end in "\r".
+    void writeFlatText(TextSink &out, QChar separator);
     QString flatCSVText() { return flatText(QLatin1Char(',')); }
     QString flatTDLText() { return flatText(QLatin1Char('\t')); }
     // An HTML page of the shown rows: the link and its redirect as the record's anchors, the page
     // as an anchor of the row's own page, and row colours; every second uncoloured row is shaded.
-    QString htmlText();
+    void writeHtml(TextSink &out);
+    QString htmlText()
+    {
+        return TextSink::gather([this](TextSink &out) { writeHtml(out); });
+    }
     // With bad links only off and more than kLargeExportItems items, asks whether to go on;
     // answers whether the export should go on.
     bool confirmLargeExport();
-    // Each asks for a file of its type and writes it atomically as UTF-8; answers whether a file
-    // was written. A failed write logs "Unsuccessful exporting data to <path>" and leaves an
-    // existing file as it was.
+    // Each asks for a file of its type and writes it atomically as UTF-8 while it is built;
+    // answers whether a file was written. A failed write logs "Unsuccessful exporting data to
+    // <path>" and leaves an existing file as it was.
     bool exportAsFlatCSV();
     bool exportAsHTML();
     bool exportAsFlatTDL();
@@ -173,8 +179,12 @@ private:
     void applyFilter();
     void rebuildRows();
     const std::vector<OrelDataObject *> &rows() const;
-    QString flatText(QChar separator);
-    static bool writeExport(const QString &text, const QString &fileType);
+    QString flatText(QChar separator)
+    {
+        return TextSink::gather([&](TextSink &out) { writeFlatText(out, separator); });
+    }
+    // Asks for a file of the type, then builds the text into it.
+    static bool writeExport(const QString &fileType, const std::function<void(TextSink &)> &build);
 
     const SettingsControls *m_controls;
     ColourProvider m_colours;

@@ -129,6 +129,14 @@ TEST_F(HubTest, ExportsOfTheTable)
     EXPECT_EQ(hub->dotText(1000, true, false),
               graph + "\"/index.html\" -> \"/a.html\";\r\"/a.html\" -> \"/b.html\";\r}");
     EXPECT_EQ(hub->dotText(0, false, false), QStringLiteral("digraph \"\" {\r}"));
+    // A page redirected to a drawn page is drawn as that page, as a node and as a target.
+    byUrl(QStringLiteral("http://site.test/b.html"))
+            ->setRedir(QStringLiteral("http://site.test/index.html"));
+    EXPECT_EQ(hub->dotText(1000, true, false), graph + "\"/index.html\" -> \"/a.html\";\r}");
+    EXPECT_EQ(hub->dotText(1000, false, false),
+              graph
+                      + "\"/index.html\" -> \"/a.html\";\r\"/a.html\" -> \"/index.html\";\r"
+                        "\"/a.html\" -> \"/index.html\";\r\"/index.html\" -> \"/a.html\";\r}");
 
     // Writing goes through the save panel; cancelling writes nothing.
     QTemporaryDir dir;

@@ -185,7 +185,8 @@ TEST_F(FlatListTest, ExportTextsOfTheShownRows)
     EXPECT_EQ(flat->flatCSVText(), csv.section('\r', 0, 0) + "\r");
 }
 
-// The question comes before the text is built; only "Continue" goes on.
+// The question comes before the save panel and the panel before the text is built; only
+// "Continue" goes on.
 TEST_F(FlatListTest, ExportsOfOverTenThousandItemsAskFirst)
 {
     enum Exporter { Csv, Html, Tdl };
@@ -226,6 +227,15 @@ TEST_F(FlatListTest, ExportsOfOverTenThousandItemsAskFirst)
             EXPECT_EQ(first.buttons, QStringList({ "Cancel", "Continue" }));
         }
     }
+    // Then the save panel; cancelled, nothing is built either.
+    flat->setBadLinksOnly(false);
+    test::resetDialogs();
+    test::dialogs().alertAnswers.enqueue(1);
+    EXPECT_FALSE(flat->exportAsHTML());
+    QStringList asked;
+    for (const ScriptedDialogs::Call &call : std::as_const(test::dialogs().calls))
+        asked << call.kind;
+    EXPECT_EQ(asked, QStringList({ "alert", "save" }));
 }
 
 // A write that fails (here: the file size limit is reached) logs the path and leaves the file
