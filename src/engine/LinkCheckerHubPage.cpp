@@ -143,18 +143,19 @@ void LinkCheckerHub::readLinks(const PageReading &reading, OrelParser &parser,
 {
     const bool checkImages = getCheckImages();
     const bool trim = shouldTrimSpaces();
-    std::optional<QString> href = std::move(firstHref);
+    QString href = std::move(firstHref);
+    bool more = true;
     std::vector<PendingHref> batch;
     if (!m_spareBatches.empty()) {
         batch = std::move(m_spareBatches.back());
         m_spareBatches.pop_back();
     }
     batch.resize(BatchSize);
-    while (href) {
+    while (more) {
         qsizetype n = 0;
         do {
             PendingHref &p = batch[n++];
-            copyInto(p.href, *href);
+            copyInto(p.href, href);
             std::swap(p.text, linkText);
             p.nofollow = parser.lastLinkWasNofollow();
             p.headNoFollow = parser.getHeadContainsNoFollow();
@@ -165,11 +166,14 @@ void LinkCheckerHub::readLinks(const PageReading &reading, OrelParser &parser,
                 p.resolved.clear();
             // The href is let go before the next one is read, so that the scanner can reuse
             // its buffer.
-            href.reset();
-            href = parser.getNextHref(checkImages, trim);
-            if (href)
+            href = QString();
+            std::optional<QString> next = parser.getNextHref(checkImages, trim);
+            more = next.has_value();
+            if (more) {
+                href = std::move(*next);
                 parser.getData(linkText);
-        } while (href && n < BatchSize);
+            }
+        } while (more && n < BatchSize);
         prefetchBatch(batch, n);
         for (qsizetype i = 0; i < n; ++i)
             registerHref(reading, batch[i]);
