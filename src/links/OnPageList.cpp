@@ -16,22 +16,24 @@ bool sameString(const QString &a, const QString &b)
 // Consecutive calls pass the same page strings (every link of the page being read), so the last
 // shared pair is reused while its texts are the very same string data; anything else gets its
 // own.
-OnPageList::Ref OnPageList::share(const QString &url, const QString &name, Ref &last)
+OnPageList::Ref OnPageList::share(const QString &url, const QString &name, LastPage &last)
 {
-    if (last && sameString(last->url, url) && sameString(last->name, name))
-        return last;
-    last = Ref(new Page(url, name));
-    return last;
+    if (last.page && sameString(last.url, url) && sameString(last.name, name))
+        return last.page;
+    last.page = Ref(new Page(url, name));
+    last.url = url;
+    last.name = name;
+    return last.page;
 }
 
 // The URL of an entry is set before its title while a page is read, so URL and title each keep
 // their own last pair: the title's is the page's finished one.
-void OnPageList::setUrl(Entry &e, const QString &url, Ref &last)
+void OnPageList::setUrl(Entry &e, const QString &url, LastPage &last)
 {
     e.page = share(url, e.page ? e.page->name : QString(), last);
 }
 
-void OnPageList::setName(Entry &e, const QString &name, Ref &last)
+void OnPageList::setName(Entry &e, const QString &name, LastPage &last)
 {
     e.page = share(e.page ? e.page->url : QString(), name, last);
 }
@@ -77,14 +79,14 @@ void OnPageList::resizeEntries()
 
 void OnPageList::appendUrl(const QString &url)
 {
-    static thread_local Ref last;
+    static thread_local LastPage last;
     setUrl(slot(m_urls), url, last);
     ++m_urls;
 }
 
 void OnPageList::appendName(const QString &name)
 {
-    static thread_local Ref last;
+    static thread_local LastPage last;
     setName(slot(m_names), name, last);
     ++m_names;
 }
@@ -177,7 +179,7 @@ QList<bool> OnPageList::nofollows() const
 void OnPageList::setUrls(const QStringList &list)
 {
     m_urls = 0;
-    Ref last;
+    LastPage last;
     for (const QString &url : list) {
         setUrl(slot(m_urls), url, last);
         ++m_urls;
@@ -188,7 +190,7 @@ void OnPageList::setUrls(const QStringList &list)
 void OnPageList::setNames(const QStringList &list)
 {
     m_names = 0;
-    Ref last;
+    LastPage last;
     for (const QString &name : list) {
         setName(slot(m_names), name, last);
         ++m_names;

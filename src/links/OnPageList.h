@@ -76,14 +76,28 @@ public:
     void clear();
 
 private:
-    // A page's URL and title; either may be missing (null) while its column is shorter.
+    // A page's URL and title; either may be missing (null) while its column is shorter. Both
+    // are copies made with the pair, so that they lie next to it: a view reading a row's page
+    // then waits for one place in memory, not three.
     struct Page : QSharedData
     {
-        Page(const QString &u, const QString &n) : url(u), name(n) { }
+        Page(const QString &u, const QString &n) : url(copy(u)), name(copy(n)) { }
+        static QString copy(const QString &s)
+        {
+            return s.isNull() ? s : QString(s.data(), s.size());
+        }
         QString url;
         QString name;
     };
     using Ref = QExplicitlySharedDataPointer<Page>;
+    // The pair made last and the strings it was made from, which the next call most likely
+    // passes again.
+    struct LastPage
+    {
+        Ref page;
+        QString url;
+        QString name;
+    };
 
     struct TextBlock : QSharedData
     {
@@ -106,9 +120,9 @@ private:
     };
     friend class QTypeInfo<Entry>;
 
-    static Ref share(const QString &url, const QString &name, Ref &last);
-    static void setUrl(Entry &e, const QString &url, Ref &last);
-    static void setName(Entry &e, const QString &name, Ref &last);
+    static Ref share(const QString &url, const QString &name, LastPage &last);
+    static void setUrl(Entry &e, const QString &url, LastPage &last);
+    static void setName(Entry &e, const QString &name, LastPage &last);
     static void setText(Entry &e, const QString &text);
     Entry &slot(qsizetype column);
     QStringList pageColumn(QString Page::*column, qsizetype count) const;

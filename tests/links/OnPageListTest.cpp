@@ -53,7 +53,7 @@ TEST(OnPageList, PageStringsAreSharedNotCopied)
     OnPageList a;
     a.appendUrl(page);
     a.appendUrl(page);
-    EXPECT_EQ(a.urlAt(1).constData(), page.constData());
+    EXPECT_EQ(a.urlAt(1).constData(), a.urlAt(0).constData());
 
     // Same text, other data; then a null string after an empty one.
     QString other = page;
