@@ -516,10 +516,21 @@ std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site
                       QStringLiteral("%1 characters on average, 2 bytes each, end to end in "
                                      "shared blocks")
                               .arg(fixed(textChars / occurrences, 1)) });
-    const double sharedPages = double(site.shape().pages)
-            * double(heapChunkFor(sizeof(QSharedData) + 2 * sizeof(QString)));
+    // The pair and its own copies of the page's URL and title, read through each page's first
+    // link.
+    double sharedPages = 0;
+    if (const PageIndex *index = hub.pageIndex()) {
+        for (auto it = index->cbegin(); it != index->cend(); ++it) {
+            if (it->isEmpty())
+                continue;
+            const PageLink &first = it->constFirst();
+            sharedPages += double(heapChunkFor(sizeof(QSharedData) + 2 * sizeof(QString)))
+                    + block(first.record->onPageUrlAt(first.occurrence))
+                    + block(first.record->onPageNameAt(first.occurrence));
+        }
+    }
     parts.push_back({ QStringLiteral("page URL and title, one shared pair per page"), sharedPages,
-                      true, QStringLiteral("one per page read") });
+                      true, QStringLiteral("one per page read, with its own copies of both") });
 
     double byPage = 0;
     if (const PageIndex *index = hub.pageIndex()) {
