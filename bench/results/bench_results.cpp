@@ -1,7 +1,10 @@
 // The results layer at the size of a large site: a crawl's records are read from a generated site
 // through the crawl's own page reading, and then the link views, the three item models, the flat
 // list and the exports are timed on them, with the memory they take. Prints Markdown tables.
+#include "Figures.h"
+#include "MemoryAccount.h"
 #include "ProcessMemory.h"
+#include "Report.h"
 #include "SyntheticSite.h"
 
 #include "common/HeapTuning.h"
@@ -68,25 +71,6 @@ void progress(const QString &line)
     std::fprintf(stderr, "bench_results: %s\n", qPrintable(why));
     std::exit(1);
 }
-
-QString number(qint64 n)
-{
-    QString digits = QString::number(n);
-    for (qsizetype at = digits.size() - 3; at > (n < 0 ? 1 : 0); at -= 3)
-        digits.insert(at, QLatin1Char(','));
-    return digits;
-}
-
-QString fixed(double value, int decimals)
-{
-    return QString::number(value, 'f', decimals);
-}
-
-// The time limit every operation is held to.
-constexpr double kTargetSeconds = 10;
-// And the time of one row's data() in any model.
-constexpr double kRowTargetMicros = 10;
-constexpr double kPeakTargetMb = 2.5 * 1024;
 
 struct Options
 {
@@ -160,90 +144,6 @@ Options parseOptions(const QStringList &args)
         fail(*why);
     return o;
 }
-
-// ---- Results ------------------------------------------------------------------------------------
-
-struct Step
-{
-    QString what;
-    double seconds = 0;
-    double peakMb = 0;
-    double rssAfterMb = 0;
-    QString result;
-    bool targeted = true; // held to kTargetSeconds
-    bool stopped = false; // did not fit in the memory allowed
-};
-
-struct Latency
-{
-    QString model;
-    QString row;
-    double firstMicros = 0;
-    double againMicros = 0;
-};
-
-// Row times of a scroll, kept as a histogram: 0.1 µs steps up to 100 µs, then 10 µs steps up
-// to 10 ms, then one bin for anything slower.
-struct Tally
-{
-    qint64 rows = 0;
-    double micros = 0;
-    double maxMicros = 0;
-    qint64 over = 0; // rows slower than kRowTargetMicros
-    std::vector<qint64> bins = std::vector<qint64>(1000 + 990 + 1);
-
-    void add(double us)
-    {
-        ++rows;
-        micros += us;
-        maxMicros = std::max(maxMicros, us);
-        if (us > kRowTargetMicros)
-            ++over;
-        const std::size_t bin = us < 100 ? std::size_t(us * 10)
-                : us < 10000             ? 1000 + std::size_t((us - 100) / 10)
-                                         : bins.size() - 1;
-        ++bins[std::min(bin, bins.size() - 1)];
-    }
-    // The time under which this share of the rows took (the upper edge of its bin).
-    double percentile(double share) const
-    {
-        const qint64 wanted = qint64(std::ceil(share * double(rows)));
-        qint64 seen = 0;
-        for (std::size_t b = 0; b < bins.size(); ++b) {
-            seen += bins[b];
-            if (seen >= wanted && wanted > 0)
-                return b < 1000 ? double(b + 1) / 10 : 100 + double(b - 1000 + 1) * 10;
-        }
-        return maxMicros;
-    }
-    void merge(const Tally &other)
-    {
-        rows += other.rows;
-        micros += other.micros;
-        maxMicros = std::max(maxMicros, other.maxMicros);
-        over += other.over;
-        for (std::size_t b = 0; b < bins.size(); ++b)
-            bins[b] += other.bins[b];
-    }
-};
-
-struct Scroll
-{
-    QString model;
-    Tally roots, expand, children;
-    qint64 rootsTotal = 0;
-    double seconds = 0;
-    bool finished = true;
-    double heapGrowthMb = 0;
-};
-
-struct Account
-{
-    QString part;
-    double bytes = 0;
-    bool perOccurrence = false; // else per record
-    QString basis;
-};
 
 std::vector<Step> g_steps;
 std::vector<Latency> g_latencies;
@@ -371,14 +271,6 @@ int columnWithTitle(const QAbstractItemModel &m, const QString &title)
 
 // ---- The crawl ----------------------------------------------------------------------------------
 
-struct CrawlFigures
-{
-    double seconds = 0;
-    double readingSeconds = 0; // inside the hub's page reading
-    qint64 pagesRead = 0;
-    qint64 htmlBytes = 0;
-};
-
 // Answers each record as a fetch would, in collection order as the scheduler takes them, and
 // hands each page's body to the hub's page reading, which registers its links.
 CrawlFigures crawl(const SyntheticSite &site, LinkCheckerHub &hub)
@@ -420,146 +312,6 @@ CrawlFigures crawl(const SyntheticSite &site, LinkCheckerHub &hub)
     return f;
 }
 
-// ---- Memory accounting --------------------------------------------------------------------------
-
-// What the on-page list of a record with n occurrences holds, measured on a list of its own: the
-// entries grow together with the first column. The heap's figures are read by walking its free
-// lists, which is slow once a crawl has fragmented it, so the common sizes are measured before.
-class EntryCost
-{
-public:
-    EntryCost()
-    {
-        // The page text's shared copy is made by the first append and kept for the next list
-        // that appends the same text: made here, it is not counted below.
-        OnPageList warm;
-        warm.appendUrl(page());
-        for (qsizetype n = 1; n <= kMeasuredFirst; ++n)
-            bytes(n);
-    }
-
-    double bytes(qsizetype n)
-    {
-        if (n == 0)
-            return 0;
-        auto it = m_known.find(n);
-        if (it != m_known.end())
-            return it->second;
-        const size_t before = heapInUse();
-        double cost = 0;
-        {
-            OnPageList list;
-            for (qsizetype i = 0; i < n; ++i)
-                list.appendUrl(page());
-            cost = double(heapInUse() - before);
-        }
-        m_known.emplace(n, cost);
-        return cost;
-    }
-
-private:
-    static constexpr qsizetype kMeasuredFirst = 4096;
-    static QString page() { return QStringLiteral("http://site.test/"); }
-    static size_t heapInUse()
-    {
-        const struct mallinfo2 info = mallinfo2();
-        return info.uordblks + info.hblkhd;
-    }
-
-    std::map<qsizetype, double> m_known;
-};
-
-std::vector<Account> accountCrawl(LinkCheckerHub &hub, const SyntheticSite &site,
-                                  EntryCost &entryCost)
-{
-    std::vector<Account> parts;
-    const qint64 records = hub.recordCount();
-    double objects = 0, entries = 0, textChars = 0;
-    // The record's own texts, each shared block counted once: URL as text and as bytes, status,
-    // redirect target (both forms), page title.
-    double urlText = 0, urlBytes = 0, status = 0, redirect = 0, title = 0;
-    std::unordered_set<const void *> seen;
-    seen.reserve(size_t(records) * 2);
-    const auto block = [&](auto text) -> double {
-        const void *data = text.data_ptr().d_ptr();
-        return data && seen.insert(data).second ? double(heapChunk(data)) : 0;
-    };
-    for (int i = 0; i < records; ++i) {
-        const LinkCheckerUrl *r = hub.recordAt(i);
-        objects += double(heapChunkFor(sizeof(LinkCheckerUrl)));
-        urlText += block(r->getLinkUrl());
-        urlBytes += block(r->getLinkUrlBytes());
-        status += block(r->getStatus());
-        redirect += block(r->getRedir()) + block(r->getRedirBytes());
-        title += block(r->getLinkPageTitle());
-        const qsizetype n = r->onPageCount();
-        entries += entryCost.bytes(n);
-        for (qsizetype k = 0; k < n; ++k)
-            textChars += double(r->onPageLinkTextAt(k).size());
-    }
-    parts.push_back({ QStringLiteral("record objects"), objects, false,
-                      QStringLiteral("%1 bytes each").arg(sizeof(LinkCheckerUrl)) });
-    parts.push_back({ QStringLiteral("record URL as text"), urlText, false,
-                      QStringLiteral("the registry's key shares it") });
-    parts.push_back({ QStringLiteral("record URL as bytes"), urlBytes, false,
-                      QStringLiteral("as UTF-8 conversion left it") });
-    parts.push_back({ QStringLiteral("record status, redirect target, page title"),
-                      status + redirect + title, false,
-                      QStringLiteral("status %1, redirect %2, title %3 MB; shared texts once")
-                              .arg(mb(status / 1048576.0), mb(redirect / 1048576.0),
-                                   mb(title / 1048576.0)) });
-    const double occurrences = double(site.shape().occurrences);
-    parts.push_back({ QStringLiteral("on-page entries"), entries, true,
-                      QStringLiteral("an entry per occurrence in one array per record, its "
-                                     "size doubled as it fills") });
-    parts.push_back({ QStringLiteral("link texts"), textChars * 2, true,
-                      QStringLiteral("%1 characters on average, 2 bytes each, end to end in "
-                                     "shared blocks")
-                              .arg(fixed(textChars / occurrences, 1)) });
-    // The pair and its own copies of the page's URL and title, read through each page's first
-    // link.
-    double sharedPages = 0;
-    if (const PageIndex *index = hub.pageIndex()) {
-        for (auto it = index->cbegin(); it != index->cend(); ++it) {
-            if (it->isEmpty())
-                continue;
-            const PageLink &first = it->constFirst();
-            sharedPages += double(heapChunkFor(sizeof(QSharedData) + 2 * sizeof(QString)))
-                    + block(first.record->onPageUrlAt(first.occurrence))
-                    + block(first.record->onPageNameAt(first.occurrence));
-        }
-    }
-    parts.push_back({ QStringLiteral("page URL and title, one shared pair per page"), sharedPages,
-                      true, QStringLiteral("one per page read, with its own copies of both") });
-
-    double byPage = 0;
-    if (const PageIndex *index = hub.pageIndex()) {
-        for (auto it = index->cbegin(); it != index->cend(); ++it)
-            byPage += double(heapChunkFor(16 + sizeof(PageLink) * size_t(it->capacity())));
-        // The hash's own nodes (key and list) and buckets.
-        byPage += double(index->size()) * double(sizeof(QString) + sizeof(QList<void *>))
-                + double(index->capacity());
-    }
-    parts.push_back({ QStringLiteral("by-page index"), byPage, true,
-                      QStringLiteral("a record and its place per occurrence, one list per page") });
-
-    // Reserved for the links limit (at most 65,536 keys) and doubled whenever half full.
-    size_t slotCount =
-            std::bit_ceil(size_t(std::clamp(hub.controls()->linksLimit, 16, 1 << 16)) * 2);
-    while (slotCount < 2 * (size_t(records) + 1))
-        slotCount *= 2;
-    const double slots = double(slotCount);
-    parts.push_back({ QStringLiteral("registry table"),
-                      slots * double(sizeof(QString) + sizeof(size_t) + sizeof(void *)), false,
-                      QStringLiteral("%1 slots of key, hash and record, at most half full")
-                              .arg(number(qint64(slots))) });
-    const double pointers = double(std::bit_ceil(size_t(records)));
-    parts.push_back({ QStringLiteral("collection and link view index"),
-                      pointers * (2 * sizeof(void *) + sizeof(void *) + sizeof(int)), false,
-                      QStringLiteral("records owned and in order, shown rows, ranks") });
-    return parts;
-}
-
 // ---- Output -------------------------------------------------------------------------------------
 
 QTextStream &out()
@@ -578,11 +330,6 @@ qint64 countLineEnds(const QString &path)
     for (QByteArray chunk = file.read(1 << 20); !chunk.isEmpty(); chunk = file.read(1 << 20))
         count += chunk.count('\r');
     return count;
-}
-
-QString verdict(bool met)
-{
-    return met ? QStringLiteral("met") : QStringLiteral("**not met**");
 }
 
 } // namespace
@@ -858,151 +605,10 @@ int main(int argc, char *argv[])
 
     // ---- Report
     QTextStream &o = out();
-    o << "## Results layer: " << number(shape.records) << " records, " << number(shape.occurrences)
-      << " occurrences, " << number(shape.pages) << " pages\n\n";
-    o << "Site: a menu of " << site.menuLinks() << " links on every page, " << site.pageLinks()
-      << " links to other pages, the rest to " << number(site.leaves())
-      << " leaves (downloads and other sites; " << number(site.badLeaves())
-      << " broken). Records read through the crawl's page reading: "
-      << fixed(crawled.readingSeconds, 1) << " s of " << fixed(crawled.seconds, 1) << " s for "
-      << number(crawled.pagesRead) << " pages.\n\n";
-
-    o << "| Operation | Time s | Peak RSS MB | RSS after MB | Result |\n|---|---:|---:|---:|---|\n";
-    for (const Step &s : g_steps)
-        o << "| " << s.what << " | " << fixed(s.seconds, s.seconds < 0.1 ? 4 : 2)
-          << (s.stopped                                           ? " (stopped)"
-                      : s.targeted && s.seconds >= kTargetSeconds ? " (over)"
-                                                                  : "")
-          << " | " << mb(s.peakMb) << " | " << mb(s.rssAfterMb) << " | " << s.result << " |\n";
-
-    o << "\nOne row's data() (every column, text and background), µs:\n\n"
-         "| Model | Row | First call | Again (median of 101) |\n|---|---|---:|---:|\n";
-    for (const Latency &l : g_latencies)
-        o << "| " << l.model << " | " << l.row << " | " << fixed(l.firstMicros, 1) << " | "
-          << (l.againMicros > 0 ? fixed(l.againMicros, 1) : QStringLiteral("-")) << " |\n";
-
-    o << "\nScrolls (each row's data() as above; opening = rowCount of a row's children):\n\n"
-         "| Model | Rows | Time s | Mean µs per row | 99.9% of rows under µs | Slowest row µs "
-         "| Rows over 10 µs | Slowest opening µs | Heap growth MB |\n"
-         "|---|---|---:|---:|---:|---:|---:|---:|---:|\n";
-    for (const Scroll &s : g_scrolls) {
-        const qint64 rows = s.roots.rows + s.children.rows;
-        QString what = number(s.roots.rows) + QStringLiteral(" rows");
-        if (s.children.rows > 0 || s.expand.rows > 0)
-            what += QStringLiteral(" + ") + number(s.children.rows) + QStringLiteral(" children");
-        if (!s.finished)
-            what += QStringLiteral(" (stopped: %1 of %2 rows; all would take about %3 s)")
-                            .arg(number(s.roots.rows), number(s.rootsTotal),
-                                 fixed(s.seconds * double(s.rootsTotal) / double(s.roots.rows), 0));
-        Tally all = s.roots;
-        all.merge(s.children);
-        o << "| " << s.model << " | " << what << " | " << fixed(s.seconds, 2) << " | "
-          << fixed(rows ? all.micros / double(rows) : 0, 2) << " | "
-          << fixed(all.percentile(0.999), 1) << " | " << fixed(all.maxMicros, 0) << " | "
-          << number(s.roots.over + s.children.over) << " | "
-          << (s.expand.rows ? fixed(s.expand.maxMicros, 0) : QStringLiteral("-")) << " | "
-          << mb(s.heapGrowthMb) << " |\n";
-    }
-
-    const double crawlHeapMb = afterCrawl.heapMb - before.heapMb;
-    o << "\nMemory of the crawl's results (heap in use: " << mb(crawlHeapMb) << " MB; RSS "
-      << mb(afterCrawl.rssMb - before.rssMb) << " MB over the " << mb(before.rssMb)
-      << " MB before the crawl controller was made):\n\n| Part | MB | Bytes per occurrence | Bytes "
-         "per record | Basis |\n"
-         "|---|---:|---:|---:|---|\n";
-    double accounted = 0;
-    for (const Account &a : parts) {
-        accounted += a.bytes;
-        o << "| " << a.part << " | " << mb(a.bytes / 1048576.0) << " | "
-          << (a.perOccurrence ? fixed(a.bytes / double(shape.occurrences), 1) : QString()) << " | "
-          << (a.perOccurrence ? QString() : fixed(a.bytes / double(shape.records), 1)) << " | "
-          << a.basis << " |\n";
-    }
-    const double rest = crawlHeapMb * 1048576.0 - accounted;
-    o << "| the rest (pages' SEO data, sitemap list, pending changes, heap slack) | "
-      << mb(rest / 1048576.0) << " | | " << fixed(rest / double(shape.records), 1) << " | "
-      << "measured less the above |\n";
-    o << "| **crawl total** | " << mb(crawlHeapMb) << " | "
-      << fixed(crawlHeapMb * 1048576.0 / double(shape.occurrences), 1) << " | "
-      << fixed(crawlHeapMb * 1048576.0 / double(shape.records), 1) << " | |\n";
-    o << "| flat list (items, rows, bad rows) | " << mb(reportHeapMb) << " | "
-      << fixed(reportHeapMb * 1048576.0 / double(shape.occurrences), 1) << " | | measured |\n";
-
-    o << "\n| Target | Result |\n|---|---|\n";
-    double slowest = 0;
-    QString slowestWhat;
-    for (const Step &s : g_steps) {
-        if (s.targeted && s.seconds > slowest) {
-            slowest = s.seconds;
-            slowestWhat = s.what;
-        }
-    }
-    QStringList over;
-    for (const Step &s : g_steps) {
-        if (s.stopped)
-            over << QStringLiteral("%1 (stopped for memory after %2 s)")
-                            .arg(s.what, fixed(s.seconds, 1));
-        else if (s.targeted && s.seconds >= kTargetSeconds)
-            over << QStringLiteral("%1 (%2 s)").arg(s.what, fixed(s.seconds, 1));
-    }
-    o << "| every operation under 10 s | " << verdict(over.isEmpty()) << ": "
-      << (over.isEmpty() ? QStringLiteral("slowest %1, %2 s").arg(slowestWhat, fixed(slowest, 2))
-                         : over.join(QStringLiteral("; ")))
-      << " |\n";
-    // A row's data() per model, bad links only or not: the repeated calls at the top, middle and
-    // end, the rows of the scrolls, and opening a row's children.
-    const QStringList models = options.runs("scroll")
-            ? QStringList { QStringLiteral("flat list"), QStringLiteral("by link"),
-                            QStringLiteral("by page") }
-            : QStringList();
-    for (const QString &model : models) {
-        const auto ofModel = [&](const QString &name) {
-            return name == model || name.startsWith(model + QLatin1Char(','));
-        };
-        double again = 0, first = 0, opening = 0;
-        for (const Latency &l : g_latencies) {
-            if (!ofModel(l.model))
-                continue;
-            if (l.row.startsWith(QLatin1String("open")))
-                opening = std::max(opening, l.firstMicros);
-            else {
-                again = std::max(again, l.againMicros);
-                first = std::max(first, l.firstMicros);
-            }
-        }
-        Tally rows;
-        for (const Scroll &s : g_scrolls) {
-            if (!ofModel(s.model))
-                continue;
-            rows.merge(s.roots);
-            rows.merge(s.children);
-            if (s.expand.rows)
-                opening = std::max(opening, s.expand.percentile(0.999));
-        }
-        const double p999 = rows.percentile(0.999);
-        const bool met =
-                again < kRowTargetMicros && p999 < kRowTargetMicros && opening < kRowTargetMicros;
-        o << "| " << model << ": one row's data() under 10 µs at any position | " << verdict(met)
-          << ": top, middle and end " << fixed(again, 1) << " µs at most when asked again ("
-          << fixed(first, 1) << " µs the first time); 99.9% of " << number(rows.rows)
-          << " scrolled rows under " << fixed(p999, 1) << " µs, slowest "
-          << fixed(rows.maxMicros, 0) << " µs";
-        if (opening > 0)
-            o << "; opening a row's children up to " << fixed(opening, 0)
-              << " µs (99.9% of openings in the scrolls)";
-        o << " |\n";
-    }
-    QStringList above;
-    for (const Step &s : g_steps) {
-        if (s.peakMb >= kPeakTargetMb)
-            above << QStringLiteral("%1 %2 MB").arg(s.what, mb(s.peakMb));
-    }
-    o << "| peak RSS under 2.5 GB | " << verdict(g_peakMb < kPeakTargetMb) << ": " << mb(g_peakMb)
-      << " MB"
-      << (above.isEmpty()
-                  ? QString()
-                  : QStringLiteral(" (over 2.5 GB: %1)").arg(above.join(QStringLiteral("; "))))
-      << " |\n";
+    writeReport(o,
+                { shape, site.menuLinks(), site.pageLinks(), site.leaves(), site.badLeaves(),
+                  crawled, g_steps, g_latencies, g_scrolls, parts, before, afterCrawl, reportHeapMb,
+                  options.runs("scroll"), g_peakMb });
     o.flush();
     return 0;
 }
