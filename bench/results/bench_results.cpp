@@ -39,6 +39,7 @@
 #include <functional>
 #include <map>
 #include <span>
+#include <tuple>
 #include <unordered_set>
 #include <vector>
 
@@ -454,15 +455,21 @@ int main(int argc, char *argv[])
             return text;
         });
     };
+    // Each model's rows at the top, middle and end, then every row; suffix names the view state.
+    const auto rowsAndScrolls = [&](const QString &suffix) {
+        const std::tuple<QString, const QAbstractItemModel &, bool> models[] = {
+            { QStringLiteral("flat list"), *flat, false },
+            { QStringLiteral("by link"), *byLink, true },
+            { QStringLiteral("by page"), *byPage, true },
+        };
+        for (const auto &[name, model, tree] : models)
+            latencies(name + suffix, model, tree);
+        for (const auto &[name, model, tree] : models)
+            scrollStep(name + suffix, model, tree);
+    };
     if (options.runs("scroll")) {
         progress(QStringLiteral("one row's data at the top, middle and end"));
-        latencies(QStringLiteral("flat list"), *flat, false);
-        latencies(QStringLiteral("by link"), *byLink, true);
-        latencies(QStringLiteral("by page"), *byPage, true);
-
-        scrollStep(QStringLiteral("flat list"), *flat, false);
-        scrollStep(QStringLiteral("by link"), *byLink, true);
-        scrollStep(QStringLiteral("by page"), *byPage, true);
+        rowsAndScrolls(QString());
     }
 
     // ---- Bad links only (with its scrolls when those run)
@@ -473,14 +480,8 @@ int main(int argc, char *argv[])
                     .arg(number(byLink->rowCount()), number(byPage->rowCount()),
                          number(flat->rowCount()));
         });
-        if (options.runs("scroll")) {
-            latencies(QStringLiteral("flat list, bad only"), *flat, false);
-            latencies(QStringLiteral("by link, bad only"), *byLink, true);
-            latencies(QStringLiteral("by page, bad only"), *byPage, true);
-            scrollStep(QStringLiteral("flat list, bad only"), *flat, false);
-            scrollStep(QStringLiteral("by link, bad only"), *byLink, true);
-            scrollStep(QStringLiteral("by page, bad only"), *byPage, true);
-        }
+        if (options.runs("scroll"))
+            rowsAndScrolls(QStringLiteral(", bad only"));
         timed(QStringLiteral("bad links only: off"), [&] {
             hub.setBadLinksOnly(false);
             return QStringLiteral("rows: by link %1, by page %2, flat %3")

@@ -1,9 +1,10 @@
 #include "common/Localize.h"
 
 #include <QCoreApplication>
-#include <QHash>
 
 #include <atomic>
+#include <deque>
+#include <utility>
 
 namespace orel {
 
@@ -21,15 +22,22 @@ namespace {
 
 std::atomic<quint64> g_translations { 0 };
 
+quint64 translationsGeneration()
+{
+    return g_translations.load(std::memory_order_acquire);
+}
+
 } // namespace
 
-QString localizedOften(const char *text)
+const QString &localizedOften(const char *text)
 {
-    // A translation lookup takes the application's translators' lock and converts the key.
+    // A translation lookup takes the application's translators' lock and converts the key. The
+    // few texts asked for this way are found by the address of their literal; a deque keeps
+    // each answer in place while others are added.
     struct Cache
     {
         quint64 translations = 0;
-        QHash<const char *, QString> texts; // by the key's address: the callers pass literals
+        std::deque<std::pair<const char *, QString>> texts;
     };
     thread_local Cache cache;
     const quint64 now = translationsGeneration();
@@ -37,15 +45,11 @@ QString localizedOften(const char *text)
         cache.texts.clear();
         cache.translations = now;
     }
-    auto it = cache.texts.constFind(text);
-    if (it == cache.texts.cend())
-        it = cache.texts.insert(text, localized(text));
-    return *it;
-}
-
-quint64 translationsGeneration()
-{
-    return g_translations.load(std::memory_order_acquire);
+    for (const auto &[key, translation] : cache.texts) {
+        if (key == text)
+            return translation;
+    }
+    return cache.texts.emplace_back(text, localized(text)).second;
 }
 
 void translationsChanged()

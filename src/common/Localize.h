@@ -9,12 +9,11 @@ namespace orel {
 QString localized(const char *text);
 QString localizedKestovan(const char *text);
 
-// localized() for texts asked for again and again, such as the status texts compared for every
-// row a view paints: each thread keeps its answers until translationsChanged() is called, which
-// whoever installs or removes a translator must do.
-QString localizedOften(const char *text);
+// localized() for a few literal texts asked for again and again, such as the status texts
+// compared for every row a view paints: each thread keeps its answers until
+// translationsChanged() is called, which whoever installs or removes a translator must do. The
+// answer stays valid until then.
+const QString &localizedOften(const char *text);
 void translationsChanged();
-// Raised by translationsChanged(), for callers that keep translations of their own.
-quint64 translationsGeneration();
 
 } // namespace orel

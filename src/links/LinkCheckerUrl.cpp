@@ -101,31 +101,9 @@ int firstDigit(const QString &status)
     return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) ? c.unicode() - '0' : 0;
 }
 
-// The translated status texts that every record's class is compared with, kept per thread: a
-// view asks for the class of every row it paints.
-struct StatusTexts
-{
-    quint64 translations = ~quint64(0);
-    QString notChecked;
-    QString fileDoesntExist;
-    QString missingLinkUrl;
-};
-
-const StatusTexts &statusTexts()
-{
-    thread_local StatusTexts texts;
-    if (const quint64 now = translationsGeneration(); texts.translations != now) {
-        texts.notChecked = localized("Not checked");
-        texts.fileDoesntExist = localized("file doesnt exist");
-        texts.missingLinkUrl = localized("missing link url");
-        texts.translations = now;
-    }
-    return texts;
-}
-
 bool isNotChecked(const QString &s)
 {
-    return s == statusTexts().notChecked;
+    return s == localizedOften("Not checked");
 }
 bool isFileIsDirectory(const QString &s)
 {
@@ -133,11 +111,11 @@ bool isFileIsDirectory(const QString &s)
 }
 bool isFileDoesntExist(const QString &s)
 {
-    return s == statusTexts().fileDoesntExist;
+    return s == localizedOften("file doesnt exist");
 }
 bool isMissingLinkUrl(const QString &s)
 {
-    return s == statusTexts().missingLinkUrl;
+    return s == localizedOften("missing link url");
 }
 bool isMcmsZref(const QString &s)
 {

@@ -176,26 +176,26 @@ QList<bool> OnPageList::nofollows() const
 }
 
 // Entries past a column's new end keep their old text of it; reads check the column's length.
-void OnPageList::setUrls(const QStringList &list)
+void OnPageList::setPageColumn(qsizetype &count, const QStringList &list,
+                               void (*set)(Entry &, const QString &, LastPage &))
 {
-    m_urls = 0;
+    count = 0;
     LastPage last;
-    for (const QString &url : list) {
-        setUrl(slot(m_urls), url, last);
-        ++m_urls;
+    for (const QString &s : list) {
+        set(slot(count), s, last);
+        ++count;
     }
     resizeEntries();
 }
 
+void OnPageList::setUrls(const QStringList &list)
+{
+    setPageColumn(m_urls, list, &OnPageList::setUrl);
+}
+
 void OnPageList::setNames(const QStringList &list)
 {
-    m_names = 0;
-    LastPage last;
-    for (const QString &name : list) {
-        setName(slot(m_names), name, last);
-        ++m_names;
-    }
-    resizeEntries();
+    setPageColumn(m_names, list, &OnPageList::setName);
 }
 
 void OnPageList::setTexts(const QStringList &list)

@@ -124,6 +124,8 @@ private:
     static void setUrl(Entry &e, const QString &url, LastPage &last);
     static void setName(Entry &e, const QString &name, LastPage &last);
     static void setText(Entry &e, const QString &text);
+    void setPageColumn(qsizetype &count, const QStringList &list,
+                       void (*set)(Entry &, const QString &, LastPage &));
     Entry &slot(qsizetype column);
     QStringList pageColumn(QString Page::*column, qsizetype count) const;
     void resizeEntries();
