@@ -458,11 +458,7 @@ bool LinkExports::writeExport(const QString &path, const std::function<void(Text
 
 bool LinkExports::writeExport(const QString &path, const QString &text)
 {
-    if (!writeFileAtomically(path, text.toUtf8())) {
-        log(QStringLiteral("Unsuccessful exporting data to %1\n").arg(path));
-        return false;
-    }
-    return true;
+    return writeExport(path, [&text](TextSink &out) { out << text; });
 }
 
 bool LinkExports::append(const QString &text, const QString &path,
