@@ -10,7 +10,9 @@ namespace orel {
 class LinkCheckerUrl;
 
 // A data source over records owned by the crawl controller: it only references them, so it
-// must be cleared before the controller throws its records away.
+// must be cleared before the controller throws its records away. The sitemap, the SEO
+// analysis and the validation each keep their members in their own block below (and their
+// code in SEOManagerSitemap.cpp, SEOManagerAnalysis.cpp, SEOManagerValidation.cpp).
 class SEOManager : public QObject, public bhDataSource
 {
     Q_OBJECT
@@ -34,7 +36,20 @@ public:
     void setCrawlFinished(bool on) { m_crawlFinished = on; }
     bool crawlFinished() const { return m_crawlFinished; }
 
+    // ---- Sitemap -------------------------------------------------------------------------
+
+    // ---- SEO analysis --------------------------------------------------------------------
+
+    // ---- HTML validation -----------------------------------------------------------------
+
 private:
+    // ---- Sitemap -------------------------------------------------------------------------
+
+    // ---- SEO analysis --------------------------------------------------------------------
+
+    // ---- HTML validation -----------------------------------------------------------------
+
+
     int m_numberDone = 0;
     bool m_stopPressed = false;
     bool m_crawlFinished = false;
