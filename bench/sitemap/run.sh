@@ -29,6 +29,6 @@ fi
 site="$(python3 bench/crawl/gen_site.py --pages "$pages" --print-out)"
 python3 bench/crawl/gen_site.py --pages "$pages" >/dev/null
 port="$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')"
-bench/crawl/nginx.sh start "$site" "$port" >/dev/null
+bench/crawl/nginx.sh start "$site/www" "$port" >/dev/null
 trap 'bench/crawl/nginx.sh stop >/dev/null' EXIT
 build/release/bench/sitemap/bench_sitemap "http://127.0.0.1:$port/" --threads "$threads"
