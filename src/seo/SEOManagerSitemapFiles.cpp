@@ -48,12 +48,14 @@ bool SEOManager::writeXML(const QString &path, QString *error)
 {
     m_sitemapLocation = path;
     QString why;
-    if (writeSitemapFile(path, sitemapXML(QDateTime::currentDateTime()).toUtf8(), &why))
+    if (writeFileAtomically(path, sitemapXML(QDateTime::currentDateTime()).toUtf8(), &why))
         return true;
-    // The file system's error carries no separate suggestion or reason: both say what failed.
-    log(QStringLiteral("Error writing xml: %1\nSuggest: %2\nReason: %3").arg(why, why, why));
+    const QString description = QStringLiteral("cannot write %1: %2").arg(path, why);
+    log(QStringLiteral("Error writing xml: %1\nSuggest: %2\nReason: %3")
+                .arg(description, localized("Choose a folder that exists and may be written to."),
+                     why));
     if (error)
-        *error = why;
+        *error = description;
     return false;
 }
 
