@@ -14,11 +14,16 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace orel;
 using orel::test::dialogs;
@@ -130,6 +135,53 @@ TEST_F(SitemapUploadTest, ARefusedLoginShowsTheAlertWithLibcurlsCode)
     SEOManager fresh;
     fresh.setSitemapContext(&controls, &manager);
     EXPECT_EQ(fresh.transferFiles(), 26);
+}
+
+// A loopback socket that listens but never accepts: connections complete in the kernel's
+// backlog and then hear nothing, as from a server that hangs before its greeting.
+class SilentListener
+{
+public:
+    SilentListener()
+    {
+        m_fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        auto *raw = reinterpret_cast<sockaddr *>(&address);
+        if (m_fd >= 0 && ::bind(m_fd, raw, length) == 0 && ::listen(m_fd, 4) == 0
+            && ::getsockname(m_fd, raw, &length) == 0)
+            port = ntohs(address.sin_port);
+    }
+    ~SilentListener() { ::close(m_fd); }
+    SilentListener(const SilentListener &) = delete;
+    SilentListener &operator=(const SilentListener &) = delete;
+    quint16 port = 0;
+
+private:
+    int m_fd = -1;
+};
+
+TEST_F(SitemapUploadTest, ANoServerOrASilentOneEndsWithLibcurlsCode)
+{
+    ASSERT_TRUE(seo.writeXML(out.filePath(QStringLiteral("sitemap.xml"))));
+    const SilentListener silent;
+    ASSERT_NE(silent.port, 0);
+    controls.timeoutField = 1;
+    controls.ftpserverField = QStringLiteral("127.0.0.1:%1").arg(silent.port);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(seo.transferFiles(), 28); // timed out
+    EXPECT_LT(clock.elapsed(), 8000);
+    EXPECT_EQ(dialogs().calls.last().text, QStringLiteral("ftp error: exit code: 28\n"));
+
+    // Nothing listens on the port any more.
+    {
+        const SilentListener gone;
+        controls.ftpserverField = QStringLiteral("127.0.0.1:%1").arg(gone.port);
+    }
+    EXPECT_EQ(seo.transferFiles(), 7); // could not connect
 }
 
 TEST_F(SitemapUploadTest, TheSheetSavesTheDetailsOwnerOnlyThenUploads)
