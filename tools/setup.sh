@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format libclang-rt-14-dev libxml2-dev
   python3 openssl nginx-light graphviz chromium
+  python3-pyftpdlib libxml2-utils
   "$@"
 )
 

@@ -26,6 +26,7 @@ public:
     void setProgress(int value) override;
     void hideProgress() override;
     void openUrl(const QString &url) override;
+    std::optional<FtpDetails> ftpSheet(const FtpDetails &details) override; // QtFtpSheet.cpp
 
 private:
     QPointer<QWidget> m_window;

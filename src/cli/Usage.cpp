@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "ResultExports.h"
+#include "SitemapOptions.h"
 
 namespace orel::cli {
 
@@ -15,7 +16,7 @@ QString usage()
                    "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
                    "ID,...]]\n"
                    "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
-            + exportUsage()
+            + exportUsage() + sitemapUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
                     "\n"
@@ -31,6 +32,11 @@ QString usage()
                     "occurrence (flat, the default) or the pages with their links (page).\n"
                     "--set takes a settings key (checkImages=YES) or a\n"
                     "control name (linksLimit=5000, soft404Terms=not found|page missing).\n"
+                    "The sitemap takes sitemapChangeFrequency=0-7 (none, always, hourly, daily, "
+                    "weekly,\n"
+                    "monthly, yearly, never), sitemapPriority=None and "
+                    "OrrelwickXmlNoBlacklisted=YES;\n"
+                    "--ftp-upload reads the password from ORRELWICK_FTP_PASSWORD.\n"
                     "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, "
                     "distance,\n"
                     "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");

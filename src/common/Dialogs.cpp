@@ -10,6 +10,11 @@ Dialogs *installed = nullptr;
 
 Dialogs::~Dialogs() = default;
 
+std::optional<FtpDetails> Dialogs::ftpSheet(const FtpDetails &)
+{
+    return std::nullopt;
+}
+
 Dialogs &Dialogs::current()
 {
     static ScriptedDialogs fallback;
@@ -75,6 +80,14 @@ void ScriptedDialogs::openUrl(const QString &url)
 {
     calls.append({ QStringLiteral("openUrl"), url, {}, {} });
     openedUrls.append(url);
+}
+
+std::optional<FtpDetails> ScriptedDialogs::ftpSheet(const FtpDetails &details)
+{
+    // The password is not recorded: tests look for it in what the program keeps.
+    calls.append(
+            { QStringLiteral("ftp"), details.server, details.directory, { details.username } });
+    return ftpAnswers.isEmpty() ? std::nullopt : ftpAnswers.dequeue();
 }
 
 int ScriptedDialogs::countCalls(const QString &kind) const

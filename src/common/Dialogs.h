@@ -1,6 +1,8 @@
 // What the core asks of the user (alerts, panels, progress, browser); main thread.
 #pragma once
 
+#include "common/FtpDetails.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -30,6 +32,10 @@ public:
     virtual void hideProgress() = 0;
 
     virtual void openUrl(const QString &url) = 0;
+
+    // The sheet asking where to upload the sitemap, filled with details; the details as edited
+    // when it ends with OK, none when cancelled (also the answer of dialogs without one).
+    virtual std::optional<FtpDetails> ftpSheet(const FtpDetails &details);
 
     // The dialogs in force; a ScriptedDialogs with default answers until one is installed.
     static Dialogs &current();

@@ -13,7 +13,7 @@ class ScriptedDialogs : public Dialogs
 public:
     struct Call
     {
-        QString kind; // "alert", "save", "open", "folder", "progress", "openUrl"
+        QString kind; // "alert", "save", "open", "folder", "progress", "openUrl", "ftp"
         QString title; // alert title, panel file type or title, progress label, URL
         QString text; // alert text, or the start folder of a save panel
         QStringList buttons; // alert buttons, open panel file types
@@ -23,6 +23,7 @@ public:
     // and a panel answers none (cancel).
     QQueue<int> alertAnswers;
     QQueue<std::optional<QString>> panelAnswers; // save, open and folder panels alike
+    QQueue<std::optional<FtpDetails>> ftpAnswers; // the FTP sheet (none: cancel)
 
     QList<Call> calls;
     int progressMaximum = 0;
@@ -40,6 +41,7 @@ public:
     void setProgress(int value) override;
     void hideProgress() override;
     void openUrl(const QString &url) override;
+    std::optional<FtpDetails> ftpSheet(const FtpDetails &details) override;
 
     int countCalls(const QString &kind) const;
 

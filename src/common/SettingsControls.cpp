@@ -70,6 +70,10 @@ const Entry entries[] = {
     ENTRY(displayLabelButton),
     NUMBER(sitemapChangeFrequency, 0, 7),
     ENTRY(sitemapPriority),
+    NUMBER(sitemapOptions, 0, 2),
+    ENTRY(ftpserverField),
+    ENTRY(ftpdirectoryField),
+    ENTRY(ftpusernameField),
 };
 #undef ENTRY
 #undef NUMBER
@@ -246,6 +250,11 @@ void SettingsControls::setDefaults()
     displayLabelButton = CheckState::On;
     sitemapChangeFrequency = 0;
     sitemapPriority = QStringLiteral("Automatic");
+    sitemapOptions = 0;
+    ftpserverField.clear();
+    ftpdirectoryField.clear();
+    ftpusernameField.clear();
+    ftppasswordField.clear();
     Q_EMIT changed();
 }
 

@@ -65,6 +65,11 @@ public:
     // Sitemap
     int sitemapChangeFrequency; // tag of the selected item, 0 "none" … 7 "never"
     QString sitemapPriority; // "None" switches priorities off
+    int sitemapOptions; // row 0 or 1: a file the user picks; 2: the temporary folder (upload)
+    QString ftpserverField; // upload destination: server, folder on it, login
+    QString ftpdirectoryField;
+    QString ftpusernameField;
+    QString ftppasswordField; // never listed by names() nor set by name
 
     static bool isOn(CheckState s) { return s == CheckState::On; }
     static bool isOff(CheckState s) { return s == CheckState::Off; }
@@ -80,8 +85,8 @@ public:
 
     // A number for the control brought into the range a person would set (fetch slots 1-64,
     // time-out 1-600 s, delay 0-300 s, links limit 1-100,000,000, levels limit 0-1,000,000,
-    // sitemap change frequency 0-7); not-a-number reads as the lowest value. Other names keep
-    // the value.
+    // sitemap change frequency 0-7, sitemap options 0-2); not-a-number reads as the lowest value.
+    // Other names keep the value.
     static double bounded(const QString &name, double value);
 
     // Puts every control back to its default.

@@ -3,6 +3,8 @@
 // tells the GUI through signals when its tables, status line or edited mark change.
 #pragma once
 
+#include "common/FtpDetails.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -27,13 +29,7 @@ public:
     // The three kinds of crawl rule, in the order the rules table shows them.
     enum RuleKind { DoNotCheck = 0, DoNotFollow = 1, OnlyFollow = 2 };
 
-    struct FtpDetails
-    {
-        QString server;
-        QString directory;
-        QString username;
-        QString password;
-    };
+    using FtpDetails = orel::FtpDetails;
 
     explicit OrelConfigManager(SettingsControls *controls, QObject *parent = nullptr);
 

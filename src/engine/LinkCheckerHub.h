@@ -312,6 +312,13 @@ public:
     // becomes the start URL.
     void openLocalFile();
 
+    // ---- Sitemap (see SEOManager) ------------------------------------------------------------
+    // The XML file, shown from the by-page tab; the two lists; the FTP sheet and upload.
+    void exportXML();
+    void exportSitemapAsCSV();
+    void exportSitemapAsHTML();
+    std::optional<int> beginFTPDialog();
+
     // ---- Exports (see LinkExports) --------------------------------------------------------
     // The views the export menu renders for the by-link ("1") and by-page ("4") tabs; not owned.
     void setOutlineViews(TableDescription *byLink, TableDescription *byPage)

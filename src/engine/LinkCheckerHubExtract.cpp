@@ -13,6 +13,7 @@
 #include "engine/CrawlScope.h"
 #include "links/ArchiveName.h"
 #include "links/LinkCheckerUrl.h"
+#include "seo/SEOManager.h"
 
 #include <QDate>
 #include <QDateTime>
@@ -113,11 +114,7 @@ bool LinkCheckerHub::shouldBeInSitemapCollection(const LinkCheckerUrl *record) c
 
 QString LinkCheckerHub::getChangeFrequencyForTag(int tag)
 {
-    static const char *const words[] = { "none",   "always",  "hourly", "daily",
-                                         "weekly", "monthly", "yearly", "never" };
-    if (tag < 0 || tag > 7)
-        return QString(QLatin1String(""));
-    return QLatin1String(words[tag]);
+    return SEOManager::getChangeFrequencyForTag(tag);
 }
 
 // ---- Reading a page ----------------------------------------------------------------------------

@@ -46,6 +46,7 @@ struct myNSURLConnection::Private final : public CurlTransfer
     qint64 hardEndMs = std::numeric_limits<qint64>::max(); // coarseClockMs()
     bool pastHardEnd = false;
     std::unique_ptr<QFile> file;
+    std::unique_ptr<QFile> uploadSource; // the file an upload sends
 
     Private(myNSURLConnection *owner, ConnectionDelegate *d) : q(owner), delegate(d)
     {
@@ -65,6 +66,8 @@ struct myNSURLConnection::Private final : public CurlTransfer
     void begin(const UrlRequest &initial);
     void send(const UrlRequest &next);
     bool configure();
+    bool configureUpload(); // ConnectionUpload.cpp
+    void uploadDone(int curlCode);
     bool limitTime();
     void release(bool drain = false);
     bool drainable() const;
@@ -92,6 +95,8 @@ struct myNSURLConnection::Private final : public CurlTransfer
 
     static size_t headerCallback(char *ptr, size_t size, size_t count, void *userdata);
     static size_t writeCallback(char *ptr, size_t size, size_t count, void *userdata);
+    static size_t readCallback(char *buffer, size_t size, size_t count, void *userdata);
+    static size_t uploadHeaderCallback(char *ptr, size_t size, size_t count, void *userdata);
 };
 
 } // namespace orel

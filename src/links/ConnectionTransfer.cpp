@@ -102,6 +102,8 @@ bool myNSURLConnection::Private::configure()
     curl_easy_setopt(easy, CURLOPT_PRIVATE, static_cast<CurlTransfer *>(this));
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROXY, noProxyList().constData());
+    if (!request.uploadFile.isEmpty())
+        return configureUpload();
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
     // Decoded bodies for the delegate; Content-Length stays the size on the wire.
@@ -275,6 +277,10 @@ void myNSURLConnection::Private::transferDone(int curlCode)
 {
     if (pastHardEnd)
         curlCode = CURLE_OPERATION_TIMEDOUT;
+    if (uploadSource) {
+        uploadDone(curlCode);
+        return;
+    }
     if (curlCode == CURLE_PEER_FAILED_VERIFICATION
         && UrlParts::hostHeader(request.url) != trustedHost) {
         answerServerTrust(curlCode);

@@ -23,6 +23,11 @@ struct UrlRequest
     double timeoutSeconds = 60;
     bool handleCookies = false; // never enabled by this program; kept for clarity
     bool reloadIgnoringCache = true;
+    // An upload (ftp: or ftps: URL): the local file sent to the URL, and the login given to
+    // the server. The password stays in memory; nothing of the transfer ever logs it.
+    QString uploadFile;
+    QString user;
+    QString password;
 
     void setHeader(const QByteArray &name, const QByteArray &value); // replaces, ignoring case
     QByteArray header(const QByteArray &name) const { return headerValue(headers, name); }

@@ -17,6 +17,7 @@ enum ConnectionKind : int {
     HighlightFetch = 17,
     ValidatorRequest = 18,
     PageWeightFetch = 20,
+    SitemapUpload = 21, // the sitemap file sent to an FTP server
 };
 
 // The connection follows redirects itself so that the delegate sees every hop. It starts at

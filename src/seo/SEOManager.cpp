@@ -1,6 +1,7 @@
 #include "seo/SEOManager.h"
 
 #include "links/LinkCheckerUrl.h"
+#include "seo/SitemapTable.h"
 
 namespace orel {
 
@@ -11,6 +12,7 @@ SEOManager::~SEOManager() = default;
 void SEOManager::clear()
 {
     bhDataSource::clear();
+    clearSitemapCollection();
     m_numberDone = 0;
 }
 
@@ -23,6 +25,7 @@ void SEOManager::go()
 
 void SEOManager::add(LinkCheckerUrl *record)
 {
+    clearSitemapCollection();
     if (record)
         bhDataSource::add(record);
 }

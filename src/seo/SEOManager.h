@@ -5,9 +5,18 @@
 
 #include <QObject>
 
+#include <memory>
+#include <optional>
+#include <vector>
+
+class QDateTime;
+
 namespace orel {
 
 class LinkCheckerUrl;
+class OrelConfigManager;
+class SettingsControls;
+class SitemapTable;
 
 // A data source over records owned by the crawl controller: it only references them, so it
 // must be cleared before the controller throws its records away. The sitemap, the SEO
@@ -37,18 +46,78 @@ public:
     bool crawlFinished() const { return m_crawlFinished; }
 
     // ---- Sitemap -------------------------------------------------------------------------
+    // The settings (change frequency and priority pop-ups, options row, FTP fields) and the
+    // sitemap rules, save folder and file name; neither is owned.
+    void setSitemapContext(SettingsControls *controls, OrelConfigManager *configManager);
+    // The sitemap table: its columns make the CSV, its sort orders the file. nullptr (the
+    // start) uses a built-in table of the URL, title, distance and change frequency.
+    void setSitemapTableView(TableDescription *table);
+    TableDescription *getSitemapTableView();
+    SitemapTable &builtInSitemapTable();
+    // The word of a change frequency tag: 0 "none", 1 "always" … 7 "never", else "".
+    static QString getChangeFrequencyForTag(int tag);
 
+    // The pages of the file: admitted pages, without blacklisted ones when xmlNoBlacklisted is
+    // on and without those whose canonical URL is elsewhere, in the table's sort order. Kept
+    // until a page is admitted, clear() or a column click.
+    const std::vector<LinkCheckerUrl *> &getSitemapCollection();
+    int getSitemapCollectionCount() { return int(getSitemapCollection().size()); }
+    void clearSitemapCollection();
+    // A click on a sitemap column header: the collection is sorted again.
+    void sitemapColumnClicked();
+    // Every admitted page takes its rule's change frequency, else the pop-up's word.
+    void updateChangeFrequencies();
+
+    // The texts of the three files. The XML's comment carries when (the time of the export).
+    QString sitemapXML(const QDateTime &when);
+    QString sitemapCSV();
+    QString sitemapHTML();
+
+    // Asks where (a save panel, or the temporary folder with options row 2) and writes the XML
+    // file there; the path becomes the sitemap location.
+    void exportXML();
+    // Writes the XML file to path, which becomes the sitemap location. A failure is logged and
+    // answered with its reason.
+    bool writeXML(const QString &path, QString *error = nullptr);
+    // Save panels of type "csv" and "html", then the file; failures are logged.
+    void exportSitemapAsCSV();
+    void exportSitemapAsHTML();
+    bool writeSitemapCSV(const QString &path, QString *error = nullptr);
+    bool writeSitemapHTML(const QString &path, QString *error = nullptr);
+    QString getSitemapLocation() const { return m_sitemapLocation; }
+
+    // Uploads the file at the sitemap location to "server/dir/name" with the FTP fields and
+    // waits for the end; a failure shows the "ftp unsuccessful" alert. Answers 0 or libcurl's
+    // code for the failure.
+    int transferFiles();
+    // The FTP sheet, filled with the saved details; on OK the details are saved and the file
+    // uploaded. Answers the upload's code, or none when the sheet was cancelled.
+    std::optional<int> beginFTPDialog();
+
+Q_SIGNALS:
+    // The sitemap table should be reloaded (its rows or their order changed).
+    void sitemapChanged();
+
+public:
     // ---- SEO analysis --------------------------------------------------------------------
 
     // ---- HTML validation -----------------------------------------------------------------
 
 private:
     // ---- Sitemap -------------------------------------------------------------------------
+    bool pageBelongsInSitemap(LinkCheckerUrl *page) const;
+    void sortSitemapCollection(std::vector<LinkCheckerUrl *> &pages) const;
+    bool writeSitemapFile(const QString &path, const QByteArray &bytes, QString *error);
+    SettingsControls *m_controls = nullptr;
+    OrelConfigManager *m_configManager = nullptr;
+    std::unique_ptr<SitemapTable> m_builtInSitemapTable;
+    TableDescription *m_sitemapTableView = nullptr;
+    std::optional<std::vector<LinkCheckerUrl *>> m_sitemapCollection;
+    QString m_sitemapLocation;
 
     // ---- SEO analysis --------------------------------------------------------------------
 
     // ---- HTML validation -----------------------------------------------------------------
-
 
     int m_numberDone = 0;
     bool m_stopPressed = false;
