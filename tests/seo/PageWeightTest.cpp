@@ -187,7 +187,11 @@ TEST(PageWeight, APageAloneIsOneRowAndItsOwnWeight)
                         .hasMatch())
             << out.constData();
 
-    // A start page that is no page at all is one row too, with its failure.
+    // A start that is not a page, or no answer at all, is one row too.
+    g.setOutput(false);
+    ASSERT_TRUE(analyse(g, server.url("/type/pdf")));
+    EXPECT_EQ(rows(g, server.baseUrl()), QStringList { "/type/pdf 200 no error" });
+    g.setOutput(true, [&](const QByteArray &b) { out += b; });
     out.clear();
     const QString refused =
             QStringLiteral("http://127.0.0.1:%1/").arg(test::FixtureServer::freePort());
@@ -248,4 +252,27 @@ TEST(PageWeight, MarksFetchesPastTheTimeOutAndStops)
     // Nothing of the stopped run arrives later.
     test::waitFor([] { return false; }, 300);
     EXPECT_EQ(finished, 1);
+}
+
+// A new run drops the one before it: its fetches are cancelled and nothing of it arrives later.
+TEST(PageWeight, ANewRunDropsTheOneBefore)
+{
+    QTemporaryDir dir;
+    test::writeFile(dir.filePath("index.html"), "<img src=\"/slow?ms=1500\">");
+    test::writeFile(dir.filePath("other.html"), "<img src=\"/final\">");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+
+    PageWeightGatherer g;
+    int finished = 0;
+    QObject::connect(&g, &PageWeightGatherer::finished, [&] { ++finished; });
+    g.setUrlField(server.url("/index.html"));
+    g.go();
+    ASSERT_TRUE(test::waitFor([&] { return g.getCount() == 2; }));
+    ASSERT_TRUE(analyse(g, server.url("/other.html")));
+    test::waitFor([] { return false; }, 2000);
+    EXPECT_EQ(finished, 1);
+    EXPECT_EQ(rows(g, server.baseUrl()),
+              (QStringList { "/other.html 200 no error", "/final 200 no error" }));
+    EXPECT_EQ(g.getNumberDone(), 2u);
 }
