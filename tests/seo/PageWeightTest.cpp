@@ -264,6 +264,8 @@ TEST(PageWeight, ANewRunDropsTheOneBefore)
     ASSERT_TRUE(server.isRunning());
 
     PageWeightGatherer g;
+    PageWeightModel model(g);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
     int finished = 0;
     QObject::connect(&g, &PageWeightGatherer::finished, [&] { ++finished; });
     g.setUrlField(server.url("/index.html"));
@@ -275,4 +277,5 @@ TEST(PageWeight, ANewRunDropsTheOneBefore)
     EXPECT_EQ(rows(g, server.baseUrl()),
               (QStringList { "/other.html 200 no error", "/final 200 no error" }));
     EXPECT_EQ(g.getNumberDone(), 2u);
+    EXPECT_EQ(model.rowCount(), 2);
 }
