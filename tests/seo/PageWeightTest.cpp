@@ -150,7 +150,7 @@ TEST(PageWeight, SumsThePageAndEverythingItLoads)
 }
 
 // A page that loads nothing is one row, and its own size is the total; in output mode the
-// designed table and total line are written.
+// HTML table and the total line are written.
 TEST(PageWeight, APageAloneIsOneRowAndItsOwnWeight)
 {
     QTemporaryDir dir;
