@@ -11,5 +11,6 @@ QString usage();
 int runConfigCommand(const QStringList &args); // args after "config"
 int runCrawlCommand(const QStringList &args); // args after "crawl"
 int runRecheckCommand(const QStringList &args); // args after "recheck"
+int runWeightCommand(const QStringList &args); // args after "weight"
 
 } // namespace orel::cli

@@ -19,6 +19,7 @@ QString usage()
             + exportUsage() + sitemapUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
+                    "       orrelwick-cli weight URL [--timeout SECONDS] [--verbose]\n"
                     "\n"
                     "crawl exits 0 when no bad link was found, 1 when bad links were found, 2 on a "
                     "usage,\n"
@@ -27,6 +28,9 @@ QString usage()
                     "ran out (what was found is written). recheck fetches the bad links of a "
                     "saved\n"
                     "link list again and exits the same way.\n"
+                    "weight writes the page's table with everything it loads and the total "
+                    "weight as\n"
+                    "HTML to standard output; it exits 2 when the page could not be read.\n"
                     "--view picks what --csv and --html render: the links with their pages (link), "
                     "every\n"
                     "occurrence (flat, the default) or the pages with their links (page).\n"

@@ -1,4 +1,4 @@
-// The command-line front end: dispatches to the config, crawl and recheck commands.
+// The command-line front end: dispatches to the config, crawl, recheck and weight commands.
 #include "Commands.h"
 
 #include "common/HeapTuning.h"
@@ -67,6 +67,8 @@ int main(int argc, char *argv[])
         return orel::cli::runCrawlCommand(args);
     if (command == QLatin1String("recheck"))
         return orel::cli::runRecheckCommand(args);
+    if (command == QLatin1String("weight"))
+        return orel::cli::runWeightCommand(args);
     QTextStream(stderr) << "orrelwick-cli: unknown command \"" << command
                         << "\" (try orrelwick-cli --help)\n";
     return 2;

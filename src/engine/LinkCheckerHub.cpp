@@ -414,20 +414,12 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
     if (!record->getStatus().isEmpty())
         record->setBeingRechecked(true);
 
-    UrlRequest request;
-    request.url = record->getLinkUrlForTesting();
-    request.timeoutSeconds = timeout;
-    request.reloadIgnoringCache = true;
-    request.handleCookies = false;
-    request.setHeader("User-Agent", m_controls->userAgentString.toUtf8());
+    UrlRequest request =
+            fetchRequest(record->getLinkUrlForTesting(), m_controls->userAgentString, timeout);
     // A page's own URL may carry a user name and password; no server is told them (RFC 9110).
     const QString referer = UrlParts::withoutUserInfo(record->getLastOnPageUrl());
     if (!referer.isEmpty())
         request.setHeader("Referer", referer.toUtf8());
-    // A server builds its redirects from the "Host" header, so it names the port when the URL does.
-    const QByteArray host = UrlParts::hostHeader(request.url);
-    if (!host.isEmpty())
-        request.setHeader("Host", host);
 
     record->setSentRequest();
     auto *connection = new myNSURLConnection(request, record,

@@ -1,6 +1,8 @@
 #include "links/SynchronousFetch.h"
 
+#include "common/UrlParts.h"
 #include "links/CurlMultiDriver.h"
+#include "links/ReasonPhrase.h"
 #include "links/myNSURLConnection.h"
 
 #include <QCoreApplication>
@@ -14,8 +16,8 @@ namespace orel {
 
 namespace {
 
-// Redirects followed before the fetch fails.
-constexpr int MaxRedirects = 30;
+// Redirects followed before the fetch fails, as for a link record.
+constexpr int MaxRedirects = 100;
 
 UrlError curlError(CURLcode code)
 {
@@ -34,13 +36,25 @@ public:
     std::optional<UrlRequest> willSendRequest(myNSURLConnection *, const UrlRequest &proposed,
                                               const UrlResponse *redirect) override
     {
-        if (redirect && ++m_redirects > MaxRedirects) {
-            // No answer ends the transfer without another call.
-            result.error = curlError(CURLE_TOO_MANY_REDIRECTS);
+        if (!redirect)
+            return proposed;
+        // No answer ends the transfer without another call.
+        if (++m_redirects > MaxRedirects) {
+            result.error =
+                    UrlError { UrlError::RecurringRedirect, QStringLiteral("recurring redirect") };
             end();
             return std::nullopt;
         }
-        return proposed;
+        if (proposed.url.isEmpty()) {
+            result.response = *redirect;
+            result.error = UrlError { UrlError::RedirectionToNowhere,
+                                      QStringLiteral("redirection to nowhere") };
+            end();
+            return std::nullopt;
+        }
+        UrlRequest next = proposed;
+        next.setHeader("Host", UrlParts::hostHeader(proposed.url));
+        return next;
     }
     bool canAuthenticateAgainstProtectionSpace(myNSURLConnection *, AuthMethod) override
     {
@@ -96,6 +110,32 @@ FetchResult fetchOnMainThread(const UrlRequest &request)
 }
 
 } // namespace
+
+QByteArray FetchResult::contentType(bool *found) const
+{
+    if (response && !response->isHttp) {
+        if (found)
+            *found = !response->mimeType.isEmpty();
+        return response->mimeType.toUtf8();
+    }
+    if (!response) {
+        if (found)
+            *found = false;
+        return {};
+    }
+    return headerValue(response->headers, "Content-Type", found);
+}
+
+QString FetchResult::statusText() const
+{
+    if (error)
+        return error->localizedDescription;
+    if (!response)
+        return {};
+    if (!response->isHttp)
+        return QStringLiteral("200 no error (not http)");
+    return orel::statusText(response->statusCode);
+}
 
 FetchResult fetchSynchronously(const UrlRequest &request)
 {

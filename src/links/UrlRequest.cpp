@@ -1,5 +1,7 @@
 #include "links/UrlRequest.h"
 
+#include "common/UrlParts.h"
+
 namespace orel {
 
 QByteArray headerValue(const HeaderList &headers, const QByteArray &name, bool *found)
@@ -25,6 +27,20 @@ void UrlRequest::setHeader(const QByteArray &name, const QByteArray &value)
         }
     }
     headers.append({ name, value });
+}
+
+UrlRequest fetchRequest(const QString &url, const QString &userAgent, double timeoutSeconds)
+{
+    UrlRequest request;
+    request.url = url;
+    request.timeoutSeconds = timeoutSeconds;
+    request.reloadIgnoringCache = true;
+    request.handleCookies = false;
+    request.setHeader("User-Agent", userAgent.toUtf8());
+    const QByteArray host = UrlParts::hostHeader(url);
+    if (!host.isEmpty())
+        request.setHeader("Host", host);
+    return request;
 }
 
 } // namespace orel

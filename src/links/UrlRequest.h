@@ -33,6 +33,11 @@ struct UrlRequest
     QByteArray header(const QByteArray &name) const { return headerValue(headers, name); }
 };
 
+// The GET of url as every part of the program sends it: nothing cached, no cookies, the user
+// agent, and a "Host" header naming the port when the URL does (servers build their redirects
+// from it). timeoutSeconds 0: no limit.
+UrlRequest fetchRequest(const QString &url, const QString &userAgent, double timeoutSeconds);
+
 struct UrlResponse
 {
     QString url; // the URL that answered
@@ -60,6 +65,9 @@ struct UrlError
     static constexpr int FileIsDirectory = -1101;
     static constexpr int FileIsNotRegular = -1102; // a FIFO, a socket or a device
     static constexpr int TimedOut = -1001;
+    // A synchronous fetch ended by a redirect as a link record would end it.
+    static constexpr int RecurringRedirect = -1110;
+    static constexpr int RedirectionToNowhere = -1111;
 };
 
 // Kinds of protection space a challenge can come from.

@@ -117,21 +117,16 @@ std::unique_ptr<OrelParser> OrelParser::initWithUrl(const QString &urlString,
         return nullptr;
     }
 
-    // The cache policy "reload, ignoring local data" needs nothing: there is no local cache.
-    UrlRequest request;
-    request.url = QString::fromLatin1(url.toEncoded());
-    request.timeoutSeconds = 60;
-    request.reloadIgnoringCache = true;
-    request.setHeader("User-Agent", userAgent.toUtf8());
-    const FetchResult fetched = fetchSynchronously(request);
+    // The same request as a crawl's fetch, with the scanner's own time-out.
+    const FetchResult fetched =
+            fetchSynchronously(fetchRequest(QString::fromLatin1(url.toEncoded()), userAgent, 60));
     if (!fetched.ok()) {
         p->m_l = 0;
         return nullptr;
     }
     p->setBytes(fetched.body.isNull() ? QByteArray("") : fetched.body);
     bool hasContentType = false;
-    const QByteArray contentType =
-            headerValue(fetched.response->headers, "Content-Type", &hasContentType);
+    const QByteArray contentType = fetched.contentType(&hasContentType);
     if (!hasContentType) {
         log(QStringLiteral("can't establish content type for %1").arg(urlString));
         return nullptr;

@@ -1,8 +1,11 @@
 // Fetching a page by URL from the local fixture server.
 #include "FixtureServer.h"
 #include "ParserTestUtil.h"
+#include "links/SynchronousFetch.h"
 
 #include <gtest/gtest.h>
+
+#include <QTemporaryDir>
 
 using namespace orel;
 
@@ -41,4 +44,29 @@ TEST(ParserFetch, FetchesHtmlOnlyAndSkipsMediaWithoutFetching)
     EXPECT_FALSE(requests.contains(QStringLiteral("clip")));
 
     EXPECT_FALSE(OrelParser::initWithUrl(QStringLiteral("http://[bad"), QString()));
+}
+
+// The fetch goes the crawl's way: a local page is read as a page, with its type from its name,
+// and the failures are the crawl's own.
+TEST(ParserFetch, ReadsLocalPagesAndEndsRedirectsAsACrawlDoes)
+{
+    QTemporaryDir dir;
+    test::writeFile(dir.filePath("p.html"), "<title>local</title><a href=\"x.html\">x</a>");
+    test::writeFile(dir.filePath("t.txt"), "<title>text</title>");
+    const QString folder = QLatin1String("file://") + dir.path();
+    auto local = OrelParser::initWithUrl(folder + "/p.html", QString());
+    ASSERT_TRUE(local);
+    EXPECT_EQ(local->getTitle(), QStringLiteral("local"));
+    EXPECT_EQ(local->getNextHref(false, false), QStringLiteral("x.html"));
+    EXPECT_FALSE(OrelParser::initWithUrl(folder + "/t.txt", QString()));
+    EXPECT_FALSE(OrelParser::initWithUrl(folder + "/gone.html", QString()));
+
+    test::FixtureServer server;
+    ASSERT_TRUE(server.isRunning());
+    EXPECT_FALSE(OrelParser::initWithUrl(server.url("/redirect/loop"), QString()));
+    EXPECT_EQ(server.requestLog().size(), 101);
+    const FetchResult empty = fetchSynchronously(
+            fetchRequest(server.url("/redirect/empty"), QStringLiteral("A/1"), 10));
+    EXPECT_EQ(empty.statusText(), QStringLiteral("redirection to nowhere"));
+    EXPECT_EQ(empty.statusCode(), 302);
 }
