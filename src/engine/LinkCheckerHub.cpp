@@ -44,6 +44,7 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
     // recordAdded carries a record to queued connections and spies, which look its type up by
     // the name the signal gives it.
     qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*");
+    m_seo->setSEOControls(controls);
 }
 
 LinkCheckerHub::~LinkCheckerHub()

@@ -11,6 +11,7 @@ SEOManager::~SEOManager() = default;
 void SEOManager::clear()
 {
     bhDataSource::clear();
+    clearSEOAnalysis();
     m_numberDone = 0;
 }
 
