@@ -4,6 +4,7 @@
 // asked for and the summary line to standard output.
 #include "Commands.h"
 #include "ResultExports.h"
+#include "SeoOptions.h"
 
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
@@ -55,6 +56,7 @@ struct Options
     bool quiet = false;
     bool verbose = false;
     ExportOptions exports;
+    SeoOptions seo;
 };
 
 // Answers an error text, or a null string when the arguments are understood.
@@ -102,6 +104,8 @@ QString parse(const QStringList &args, Options &o)
                 }
             }
         } else if (parseExportOption(args, i, o.exports, err)) {
+            // taken
+        } else if (parseSeoOption(args, i, o.seo, err)) {
             // taken
         } else if (a == QLatin1String("--bad-only")) {
             o.badOnly = true;
@@ -201,6 +205,8 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
     if (!o.flatCsv.isEmpty() && o.flatCsv != QLatin1String("-")
         && !QFileInfo(o.flatCsv).absoluteDir().exists())
         return QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv);
+    if (const QString err = checkSeoOutputs(o.seo); !err.isNull())
+        return err;
     return checkExports(o.exports);
 }
 
@@ -332,6 +338,8 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
             hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error);
         if (error.isNull())
             error = writeExports(hub, o.exports, o.badOnly);
+        if (error.isNull())
+            error = writeSeoOutputs(hub, o.seo);
     } catch (const std::bad_alloc &) {
         error = QStringLiteral("out of memory while writing the results");
     }
@@ -373,6 +381,7 @@ struct Run
             controls.archiveButton = CheckState::On;
             dialogs.panelAnswers.enqueue(QFileInfo(o.exports.archiveDir).absoluteFilePath());
         }
+        prepareSeo(o.seo, controls);
         Dialogs::install(&dialogs);
         return {};
     }

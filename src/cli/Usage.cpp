@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "ResultExports.h"
+#include "SeoOptions.h"
 
 namespace orel::cli {
 
@@ -15,7 +16,7 @@ QString usage()
                    "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
                    "ID,...]]\n"
                    "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
-            + exportUsage()
+            + exportUsage() + seoUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
                     "\n"
@@ -33,7 +34,14 @@ QString usage()
                     "control name (linksLimit=5000, soft404Terms=not found|page missing).\n"
                     "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, "
                     "distance,\n"
-                    "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");
+                    "nofollow (default status,linkurl,redir,linktext,onpageurl).\n"
+                    "--seo-report and --seo-csv write the SEO report (an HTML page) and the SEO "
+                    "table;\n"
+                    "any --seo- option switches SEO on; --seo-phrase keeps only the pages that "
+                    "contain\n"
+                    "the phrase, most occurrences first (set "
+                    "SEOCountKeywordsInContentCheckBox=on to\n"
+                    "count it in the page content too).\n");
 }
 
 } // namespace orel::cli
