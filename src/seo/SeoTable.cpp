@@ -34,7 +34,7 @@ struct OptionalColumn
 
 constexpr OptionalColumn kOptionalColumns[] = {
     { { "canonical", "Canonical", 200 }, "KestovanSEOViewColsCanonical", false },
-    { { "responsetime", "Response time", 90 }, "KestovanSEOViewColsResponseTime", true },
+    { { "responsetime", "Response time", 90 }, "KestovanSEOViewColsResponseTime", false },
     { { "imageqty", "Image count", 80 }, "KestovanSEOViewColsImageCount", false },
     { { "imageweight", "Image weight", 90 }, "KestovanSEOViewColsImageWeight", false },
     { { "linkcount", "Link count", 80 }, "KestovanSEOViewColsLinkCount", false },

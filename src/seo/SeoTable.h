@@ -50,7 +50,7 @@ public:
     // Unchecks the optional column's box and hides it; false for any other title.
     bool removeColumnWithTitle(const QString &title);
     // The check boxes from the user defaults (a missing key keeps the box's default: only
-    // "Content" and "Response time" are on), and back.
+    // "Content" is on), and back.
     void loadDefaults();
     void saveDefaults() const;
 
