@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "ResultExports.h"
 #include "SitemapOptions.h"
+#include "SeoOptions.h"
 
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
@@ -57,6 +58,7 @@ struct Options
     bool verbose = false;
     ExportOptions exports;
     SitemapOptions sitemap;
+    SeoOptions seo;
 };
 
 // Answers an error text, or a null string when the arguments are understood.
@@ -105,6 +107,8 @@ QString parse(const QStringList &args, Options &o)
             }
         } else if (parseExportOption(args, i, o.exports, err)
                    || parseSitemapOption(args, i, o.sitemap, err)) {
+            // taken
+        } else if (parseSeoOption(args, i, o.seo, err)) {
             // taken
         } else if (a == QLatin1String("--bad-only")) {
             o.badOnly = true;
@@ -205,6 +209,8 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
         && !QFileInfo(o.flatCsv).absoluteDir().exists())
         return QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv);
     if (const QString err = checkSitemapOptions(o.sitemap); !err.isNull())
+        return err;
+    if (const QString err = checkSeoOutputs(o.seo); !err.isNull())
         return err;
     return checkExports(o.exports);
 }
@@ -339,6 +345,8 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
             error = writeExports(hub, o.exports, o.badOnly);
         if (error.isNull())
             error = writeSitemapOutputs(hub, o.sitemap);
+        if (error.isNull())
+            error = writeSeoOutputs(hub, o.seo);
     } catch (const std::bad_alloc &) {
         error = QStringLiteral("out of memory while writing the results");
     }
@@ -380,6 +388,7 @@ struct Run
             controls.archiveButton = CheckState::On;
             dialogs.panelAnswers.enqueue(QFileInfo(o.exports.archiveDir).absoluteFilePath());
         }
+        prepareSeo(o.seo, controls);
         Dialogs::install(&dialogs);
         return {};
     }

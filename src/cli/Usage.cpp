@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "ResultExports.h"
 #include "SitemapOptions.h"
+#include "SeoOptions.h"
 
 namespace orel::cli {
 
@@ -16,7 +17,7 @@ QString usage()
                    "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
                    "ID,...]]\n"
                    "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
-            + exportUsage() + sitemapUsage()
+            + exportUsage() + sitemapUsage() + seoUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
                     "       orrelwick-cli weight URL [--timeout SECONDS] [--verbose]\n"
@@ -43,7 +44,14 @@ QString usage()
                     "--ftp-upload reads the password from ORRELWICK_FTP_PASSWORD.\n"
                     "--columns takes status, linkurl, redir, linktext, onpageurl, timestamp, "
                     "distance,\n"
-                    "nofollow (default status,linkurl,redir,linktext,onpageurl).\n");
+                    "nofollow (default status,linkurl,redir,linktext,onpageurl).\n"
+                    "--seo-report and --seo-csv write the SEO report (an HTML page) and the SEO "
+                    "table;\n"
+                    "any --seo- option switches SEO on; --seo-phrase keeps only the pages that "
+                    "contain\n"
+                    "the phrase, most occurrences first (set "
+                    "SEOCountKeywordsInContentCheckBox=on to\n"
+                    "count it in the page content too).\n");
 }
 
 } // namespace orel::cli

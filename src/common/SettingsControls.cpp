@@ -60,6 +60,7 @@ const Entry entries[] = {
     ENTRY(nofollowFlatColCheckbox),
     ENTRY(robotsCheckBox),
     ENTRY(SEOEnabledCheckBox),
+    ENTRY(SEOSearchBox),
     ENTRY(uniqueTitleButton),
     ENTRY(hashIsBad),
     ENTRY(sitemapOnly),
@@ -240,6 +241,7 @@ void SettingsControls::setDefaults()
     nofollowFlatColCheckbox = CheckState::Off;
     robotsCheckBox = CheckState::Off;
     SEOEnabledCheckBox = CheckState::On;
+    SEOSearchBox.clear();
     uniqueTitleButton = CheckState::Off;
     hashIsBad = CheckState::Off;
     sitemapOnly = CheckState::Off;

@@ -51,6 +51,7 @@ public:
     CheckState nofollowFlatColCheckbox;
     CheckState robotsCheckBox;
     CheckState SEOEnabledCheckBox;
+    QString SEOSearchBox; // the SEO keyword phrase
     CheckState uniqueTitleButton;
     CheckState hashIsBad;
     CheckState sitemapOnly;

@@ -45,6 +45,7 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
     // the name the signal gives it.
     qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*");
     m_seo->setSitemapContext(controls, configManager);
+    m_seo->setSEOControls(controls);
 }
 
 LinkCheckerHub::~LinkCheckerHub()

@@ -13,6 +13,7 @@ void SEOManager::clear()
 {
     bhDataSource::clear();
     clearSitemapCollection();
+    clearSEOAnalysis();
     m_numberDone = 0;
 }
 
