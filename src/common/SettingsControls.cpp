@@ -75,6 +75,11 @@ const Entry entries[] = {
     ENTRY(ftpserverField),
     ENTRY(ftpdirectoryField),
     ENTRY(ftpusernameField),
+    NUMBER(hostConnectionsLimit, 0, 64),
+    NUMBER(hostDelay, 0, 300),
+    ENTRY(robotsTxtButton),
+    ENTRY(checkAnchorsButton),
+    ENTRY(localSiteRoot),
 };
 #undef ENTRY
 #undef NUMBER
@@ -257,6 +262,11 @@ void SettingsControls::setDefaults()
     ftpdirectoryField.clear();
     ftpusernameField.clear();
     ftppasswordField.clear();
+    hostConnectionsLimit = 0;
+    hostDelay = 0;
+    robotsTxtButton = CheckState::Off;
+    checkAnchorsButton = CheckState::Off;
+    localSiteRoot.clear();
     Q_EMIT changed();
 }
 

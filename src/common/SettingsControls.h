@@ -72,6 +72,14 @@ public:
     QString ftpusernameField;
     QString ftppasswordField; // never listed by names() nor set by name
 
+    // Additions for sites that throttle or block crawlers and for CI runs; off, each of them
+    // leaves the crawl as it is without them.
+    int hostConnectionsLimit; // parallel fetches to one host; 0: no cap
+    double hostDelay; // seconds between two requests to one host
+    CheckState robotsTxtButton; // skip what the host's robots.txt disallows
+    CheckState checkAnchorsButton; // "#name" links must name an element of their page
+    QString localSiteRoot; // a folder that root-relative links of a file:// crawl resolve in
+
     static bool isOn(CheckState s) { return s == CheckState::On; }
     static bool isOff(CheckState s) { return s == CheckState::Off; }
 

@@ -231,6 +231,11 @@ public:
     bool isBeingRechecked() const { return m_isBeingRechecked; }
     void setBeingRechecked(bool on) { m_isBeingRechecked = on; }
     bool isBeingValidated() const { return m_isBeingValidated; }
+    // A second verdict beside the status: the server refused the crawler (throttled after the
+    // retries, a bot challenge) rather than the page being missing. The status text and the
+    // bad collection stay as the answer made them.
+    bool isBlocked() const { return m_isBlocked; }
+    void setBlocked(bool on) { m_isBlocked = on; }
     void setIsBeingValidated(bool on) { m_isBeingValidated = on; }
     bool isInBadCollection() const { return m_isInBadCollection; }
     void setIsInBadCollection(bool on) { m_isInBadCollection = on; }
@@ -397,6 +402,7 @@ private:
     bool m_recursion = false;
     bool m_listsHaveChanged = false;
     bool m_contentlengthunavailable = false;
+    bool m_isBlocked = false;
 };
 
 } // namespace orel
