@@ -61,6 +61,12 @@ public:
     // Byte form used for matching (fragment, optionally query and trailing slash trimmed).
     QByteArray getLinkUrlBytes() const { return m_linkUrl; }
     QString getRedir() const { return m_nssredir; }
+    // Every URL the last fetch was sent on to, in order (the final one is getRedir()); empty
+    // when it was answered without a redirect. Kept only for records that were redirected.
+    QStringList redirectHistory() const
+    {
+        return m_redirectHistory ? *m_redirectHistory : QStringList();
+    }
     QByteArray getRedirBytes() const { return m_redir; }
     // The URL that is fetched: the redirect target when one is recorded, else the link URL.
     QString getActualLinkUrl() const { return m_redir.isEmpty() ? m_nsslinkUrl : m_nssredir; }
@@ -403,6 +409,7 @@ private:
     bool m_listsHaveChanged = false;
     bool m_contentlengthunavailable = false;
     bool m_isBlocked = false;
+    std::unique_ptr<QStringList> m_redirectHistory;
 };
 
 } // namespace orel
