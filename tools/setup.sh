@@ -9,8 +9,12 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   clang clang-format libclang-rt-14-dev libxml2-dev
   python3 openssl nginx-light graphviz chromium
+  apache2 w3c-markup-validator default-jre-headless
   "$@"
 )
+# tools/validator.sh installs the HTML5 checker (vnu-jar) with npm; a node.js from elsewhere
+# brings its own npm.
+command -v npm >/dev/null || packages+=(npm)
 
 missing=()
 for p in "${packages[@]}"; do

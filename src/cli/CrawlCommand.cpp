@@ -4,6 +4,7 @@
 // asked for and the summary line to standard output.
 #include "Commands.h"
 #include "ResultExports.h"
+#include "ValidateOptions.h"
 
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
@@ -55,6 +56,7 @@ struct Options
     bool quiet = false;
     bool verbose = false;
     ExportOptions exports;
+    ValidateOptions validate;
 };
 
 // Answers an error text, or a null string when the arguments are understood.
@@ -102,6 +104,8 @@ QString parse(const QStringList &args, Options &o)
                 }
             }
         } else if (parseExportOption(args, i, o.exports, err)) {
+            // taken
+        } else if (parseValidateOption(args, i, o.validate, err)) {
             // taken
         } else if (a == QLatin1String("--bad-only")) {
             o.badOnly = true;
@@ -201,6 +205,8 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
     if (!o.flatCsv.isEmpty() && o.flatCsv != QLatin1String("-")
         && !QFileInfo(o.flatCsv).absoluteDir().exists())
         return QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv);
+    if (const QString err = checkValidateOptions(o.validate); !err.isNull())
+        return err;
     return checkExports(o.exports);
 }
 
@@ -332,6 +338,8 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
             hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error);
         if (error.isNull())
             error = writeExports(hub, o.exports, o.badOnly);
+        if (error.isNull())
+            error = writeValidationOutputs(hub, o.validate);
     } catch (const std::bad_alloc &) {
         error = QStringLiteral("out of memory while writing the results");
     }
@@ -368,6 +376,7 @@ struct Run
             QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
         if (const QString err = loadSettings(o, manager, controls); !err.isNull())
             return err;
+        applyValidateOptions(o.validate, controls);
         // Pages are archived during the run and copied into the folder at its end.
         if (!o.exports.archiveDir.isEmpty()) {
             controls.archiveButton = CheckState::On;
@@ -394,6 +403,8 @@ int runCrawlCommand(const QStringList &args)
     RunOutcome outcome = crawlUntilDone(hub, progress, [&] { hub.go(); });
     if (o.exports.recheckBad && hub.isCrawlFinished() && !outcome.interrupted)
         outcome = crawlUntilDone(hub, progress, [&] { hub.reCheckBadItems(); });
+    if (hub.isCrawlFinished() && !outcome.interrupted)
+        waitForValidation(hub, o.validate);
     finishRun(hub, o, outcome);
 }
 

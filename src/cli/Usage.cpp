@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "ResultExports.h"
+#include "ValidateOptions.h"
 
 namespace orel::cli {
 
@@ -15,7 +16,7 @@ QString usage()
                    "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
                    "ID,...]]\n"
                    "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
-            + exportUsage()
+            + exportUsage() + validateUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
                     "\n"

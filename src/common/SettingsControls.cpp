@@ -70,6 +70,11 @@ const Entry entries[] = {
     ENTRY(displayLabelButton),
     NUMBER(sitemapChangeFrequency, 0, 7),
     ENTRY(sitemapPriority),
+    ENTRY(ValidationEnabledCheckBox),
+    ENTRY(validateAllButton),
+    ENTRY(validationURL),
+    NUMBER(validationTimeout, 1, 600),
+    NUMBER(validationDelay, 0, 300),
 };
 #undef ENTRY
 #undef NUMBER
@@ -246,6 +251,11 @@ void SettingsControls::setDefaults()
     displayLabelButton = CheckState::On;
     sitemapChangeFrequency = 0;
     sitemapPriority = QStringLiteral("Automatic");
+    ValidationEnabledCheckBox = CheckState::Off;
+    validateAllButton = CheckState::Off;
+    validationURL = QStringLiteral("http://localhost/w3c-validator");
+    validationTimeout = 30;
+    validationDelay = 1;
     Q_EMIT changed();
 }
 

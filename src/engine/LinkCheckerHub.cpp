@@ -44,6 +44,7 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
     // recordAdded carries a record to queued connections and spies, which look its type up by
     // the name the signal gives it.
     qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*");
+    m_seo->setValidationSettings(controls);
 }
 
 LinkCheckerHub::~LinkCheckerHub()
@@ -577,7 +578,10 @@ void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
     record->setBeingRechecked(false);
 }
 
-void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *) { }
+void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *record)
+{
+    m_seo->incNumberValidated(record);
+}
 
 void LinkCheckerHub::later(std::function<void()> fn)
 {

@@ -6,12 +6,16 @@ namespace orel {
 
 SEOManager::SEOManager(QObject *parent) : QObject(parent) { }
 
-SEOManager::~SEOManager() = default;
+SEOManager::~SEOManager()
+{
+    m_validationRunner.quit();
+}
 
 void SEOManager::clear()
 {
     bhDataSource::clear();
     m_numberDone = 0;
+    validationPagesCleared();
 }
 
 void SEOManager::go()
@@ -19,12 +23,15 @@ void SEOManager::go()
     m_numberDone = 0;
     m_stopPressed = false;
     m_crawlFinished = false;
+    startValidationRun();
 }
 
 void SEOManager::add(LinkCheckerUrl *record)
 {
-    if (record)
+    if (record) {
         bhDataSource::add(record);
+        validationPageAdded();
+    }
 }
 
 LinkCheckerUrl *SEOManager::pageAt(int index) const
