@@ -35,8 +35,16 @@ void ValidationRunner::start(Owner *owner)
     while (!m_quit) {
         const bool finished = m_crawlFinished;
         const bool found = m_owner->getNextPageToValidate();
-        if (finished && !found)
-            break;
+        if (finished && !found) {
+            // Ending and a new start must not cross: a start that found the loop still running
+            // has asked it to go on.
+            std::lock_guard lock(m_pauseMutex);
+            if (!m_again) {
+                m_stopped = true;
+                return;
+            }
+            m_again = false;
+        }
         pause();
     }
     m_stopped = true;
@@ -50,11 +58,17 @@ void ValidationRunner::pause()
 
 void ValidationRunner::startOnThread(Owner *owner)
 {
-    if (isRunning())
-        return;
+    {
+        std::lock_guard lock(m_pauseMutex);
+        if (!m_stopped) {
+            m_again = true;
+            return;
+        }
+    }
     // A loop that has just ended may still be leaving its thread.
     joinThread();
     m_quit = false;
+    m_again = false;
     // Running from here on, so that a second start before the thread is scheduled does nothing.
     m_stopped = false;
     m_thread.reset(QThread::create([this, owner] { start(owner); }));

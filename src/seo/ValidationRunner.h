@@ -43,7 +43,8 @@ public:
 
     // The loop itself, on the calling thread, until it ends.
     void start(Owner *owner);
-    // start() on a new thread; nothing when the loop is running already.
+    // start() on a new thread; when the loop is running already, it goes on for at least one
+    // more round of questions instead.
     void startOnThread(Owner *owner);
     bool isRunning() const { return !m_stopped; }
     // Ends the loop at its next pause (or question) and waits for the thread; main thread.
@@ -57,6 +58,7 @@ private:
     std::atomic<bool> m_crawlFinished { false };
     std::atomic<bool> m_stopped { true };
     std::atomic<bool> m_quit { false };
+    bool m_again = false; // guarded by m_pauseMutex
     std::atomic<double> m_validationDelay { 1.0 };
     // Wakes the pause early when the runner is told to quit.
     std::mutex m_pauseMutex;

@@ -59,6 +59,30 @@ TEST(ValidationRunner, AfterTheCrawlFinishedEndsAtTheFirstQuestionWithoutAPage)
     EXPECT_FALSE(runner.isRunning());
 }
 
+// A start that comes while the loop is deciding to end (a new crawl, a re-validation) is not
+// lost: the loop asks once more instead of ending.
+TEST(ValidationRunner, AStartCrossingTheEndKeepsTheLoopGoing)
+{
+    struct Restarting : ValidationRunner::Owner
+    {
+        ValidationRunner *runner = nullptr;
+        int asked = 0;
+        bool getNextPageToValidate() override
+        {
+            if (++asked == 1)
+                runner->startOnThread(this);
+            return false;
+        }
+    } owner;
+    ValidationRunner runner;
+    owner.runner = &runner;
+    runner.setValidationDelay(0.01);
+    runner.setCrawlFinished(true);
+    runner.start(&owner);
+    EXPECT_EQ(owner.asked, 2);
+    EXPECT_FALSE(runner.isRunning());
+}
+
 TEST(ValidationRunner, QuitWakesALongPause)
 {
     QElapsedTimer clock;
@@ -201,6 +225,21 @@ TEST_F(ValidationCrawl, ReValidateForgetsTheResultsAndChecksEveryPageAgain)
     EXPECT_EQ(seo().getNumberValidated(), 4);
     EXPECT_EQ(seo().getNumberValidationErrors(), 1);
     EXPECT_FALSE(seo().validationRunner().isRunning());
+}
+
+TEST_F(ValidationCrawl, AServiceTooSlowForTheTimeOutCountsThePageWithTheFailure)
+{
+    writeFile(site.filePath(QStringLiteral("index.html")),
+              "<html><body><a href=\"slow.html\">slow</a></body></html>");
+    writeFile(site.filePath(QStringLiteral("slow.html")), "<html><body>slow</body></html>");
+    controls.validationTimeout = 1;
+    crawlAndValidate();
+    const LinkCheckerUrl *slow = page("/slow.html");
+    ASSERT_TRUE(slow);
+    EXPECT_EQ(slow->getValidatorStatus(), QStringLiteral("The request timed out."));
+    EXPECT_EQ(slow->getValidatorErrors(), -1);
+    EXPECT_EQ(seo().getNumberValidated(), 2);
+    EXPECT_EQ(seo().getNumberValidationErrors(), 0);
 }
 
 TEST_F(ValidationCrawl, ClicksOnTheTable)
