@@ -9,11 +9,32 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QSocketNotifier>
 #include <QTextStream>
 #include <QTimer>
 #include <QUrl>
 
+#include <csignal>
+#include <memory>
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace orel::cli {
+
+namespace {
+
+// Ctrl-C while waiting ends the validation: what was answered is written. The handler only
+// writes a byte to a pipe that the event loop reads.
+int interruptPipe[2] = { -1, -1 };
+
+void onInterrupt(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t n = ::write(interruptPipe[1], &byte, 1);
+    std::signal(SIGINT, SIG_DFL); // a second Ctrl-C ends the program at once
+}
+
+} // namespace
 
 bool parseValidateOption(const QStringList &args, int &i, ValidateOptions &o, QString &error)
 {
@@ -87,7 +108,23 @@ void waitForValidation(LinkCheckerHub &hub, const ValidateOptions &o)
             loop.quit();
     });
     poll.start(50);
+    std::unique_ptr<QSocketNotifier> interrupt;
+    if (::pipe2(interruptPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
+        interrupt = std::make_unique<QSocketNotifier>(interruptPipe[0], QSocketNotifier::Read);
+        QObject::connect(interrupt.get(), &QSocketNotifier::activated, &loop, [&] {
+            seo->setStopPressed(true); // the runner asks for no more pages
+            loop.quit();
+        });
+        std::signal(SIGINT, onInterrupt);
+    }
     loop.exec();
+    if (interrupt) {
+        std::signal(SIGINT, SIG_DFL);
+        interrupt.reset();
+        ::close(interruptPipe[0]);
+        ::close(interruptPipe[1]);
+        interruptPipe[0] = interruptPipe[1] = -1;
+    }
 }
 
 QString writeValidationOutputs(LinkCheckerHub &hub, const ValidateOptions &o)
