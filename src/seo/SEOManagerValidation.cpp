@@ -13,6 +13,7 @@
 #include "common/Localize.h"
 #include "common/Log.h"
 #include "common/SettingsControls.h"
+#include "common/UrlParts.h"
 #include "links/LinkCheckerUrl.h"
 #include "links/UrlRequest.h"
 #include "links/myNSURLConnection.h"
@@ -29,9 +30,11 @@ const char kLocalValidatorAddress[] = "http://localhost/w3c-validator";
 const char kPublicValidatorAddress[] = "https://validator.w3.org";
 
 // The page's address goes into the form body as it stands (not percent-encoded), so a "&" in it
-// ends the "uri" field early at the service: that is how the service has always been asked.
-QByteArray formBody(const QString &url)
+// ends the "uri" field early at the service: that is how the service has always been asked. A
+// user name and password in it stay here: the service may be anybody's.
+QByteArray formBody(const QString &pageUrl)
 {
+    const QString url = UrlParts::withoutUserInfo(pageUrl);
     QByteArray body = "uri=";
     body.reserve(body.size() + url.size());
     for (const QChar c : url)
@@ -272,9 +275,10 @@ void SEOManager::validationDoubleClick(int row)
     const LinkCheckerUrl *page = validatorPageAtRow(row);
     if (!page || !m_validationControls)
         return;
-    Dialogs::current().openUrl(
+    // The browser's command line is visible to every user: no password in it.
+    Dialogs::current().openUrl(UrlParts::withoutUserInfo(
             QStringLiteral("%1/check?uri=%2")
-                    .arg(m_validationControls->validationURL, page->getActualLinkUrl()));
+                    .arg(m_validationControls->validationURL, page->getActualLinkUrl())));
 }
 
 void SEOManager::implementLocalValidator()
