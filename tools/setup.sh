@@ -10,8 +10,12 @@ packages=(
   clang clang-format libclang-rt-14-dev libxml2-dev
   python3 openssl nginx-light graphviz chromium
   python3-pyftpdlib libxml2-utils
+  apache2 w3c-markup-validator default-jre-headless
   "$@"
 )
+# tools/validator.sh installs the HTML5 checker (vnu-jar) with npm; a node.js from elsewhere
+# brings its own npm.
+command -v npm >/dev/null || packages+=(npm)
 
 missing=()
 for p in "${packages[@]}"; do

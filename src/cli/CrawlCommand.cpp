@@ -6,6 +6,7 @@
 #include "ResultExports.h"
 #include "SitemapOptions.h"
 #include "SeoOptions.h"
+#include "ValidateOptions.h"
 
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
@@ -59,6 +60,7 @@ struct Options
     ExportOptions exports;
     SitemapOptions sitemap;
     SeoOptions seo;
+    ValidateOptions validate;
 };
 
 // Answers an error text, or a null string when the arguments are understood.
@@ -109,6 +111,8 @@ QString parse(const QStringList &args, Options &o)
                    || parseSitemapOption(args, i, o.sitemap, err)) {
             // taken
         } else if (parseSeoOption(args, i, o.seo, err)) {
+            // taken
+        } else if (parseValidateOption(args, i, o.validate, err)) {
             // taken
         } else if (a == QLatin1String("--bad-only")) {
             o.badOnly = true;
@@ -211,6 +215,8 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
     if (const QString err = checkSitemapOptions(o.sitemap); !err.isNull())
         return err;
     if (const QString err = checkSeoOutputs(o.seo); !err.isNull())
+        return err;
+    if (const QString err = checkValidateOptions(o.validate); !err.isNull())
         return err;
     return checkExports(o.exports);
 }
@@ -347,6 +353,8 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
             error = writeSitemapOutputs(hub, o.sitemap);
         if (error.isNull())
             error = writeSeoOutputs(hub, o.seo);
+        if (error.isNull())
+            error = writeValidationOutputs(hub, o.validate);
     } catch (const std::bad_alloc &) {
         error = QStringLiteral("out of memory while writing the results");
     }
@@ -383,6 +391,7 @@ struct Run
             QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
         if (const QString err = loadSettings(o, manager, controls); !err.isNull())
             return err;
+        applyValidateOptions(o.validate, controls);
         // Pages are archived during the run and copied into the folder at its end.
         if (!o.exports.archiveDir.isEmpty()) {
             controls.archiveButton = CheckState::On;
@@ -410,6 +419,8 @@ int runCrawlCommand(const QStringList &args)
     RunOutcome outcome = crawlUntilDone(hub, progress, [&] { hub.go(); });
     if (o.exports.recheckBad && hub.isCrawlFinished() && !outcome.interrupted)
         outcome = crawlUntilDone(hub, progress, [&] { hub.reCheckBadItems(); });
+    if (hub.isCrawlFinished() && !outcome.interrupted)
+        waitForValidation(hub, o.validate);
     finishRun(hub, o, outcome);
 }
 

@@ -2,6 +2,7 @@
 #include "ResultExports.h"
 #include "SitemapOptions.h"
 #include "SeoOptions.h"
+#include "ValidateOptions.h"
 
 namespace orel::cli {
 
@@ -17,7 +18,7 @@ QString usage()
                    "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
                    "ID,...]]\n"
                    "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
-            + exportUsage() + sitemapUsage() + seoUsage()
+            + exportUsage() + sitemapUsage() + seoUsage() + validateUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
                     "       orrelwick-cli weight URL [--timeout SECONDS] [--verbose]\n"

@@ -80,6 +80,11 @@ const Entry entries[] = {
     ENTRY(robotsTxtButton),
     ENTRY(checkAnchorsButton),
     ENTRY(localSiteRoot),
+    ENTRY(ValidationEnabledCheckBox),
+    ENTRY(validateAllButton),
+    ENTRY(validationURL),
+    NUMBER(validationTimeout, 1, 600),
+    NUMBER(validationDelay, 0, 300),
 };
 #undef ENTRY
 #undef NUMBER
@@ -267,6 +272,11 @@ void SettingsControls::setDefaults()
     robotsTxtButton = CheckState::Off;
     checkAnchorsButton = CheckState::Off;
     localSiteRoot.clear();
+    ValidationEnabledCheckBox = CheckState::Off;
+    validateAllButton = CheckState::Off;
+    validationURL = QStringLiteral("http://localhost/w3c-validator");
+    validationTimeout = 30;
+    validationDelay = 1;
     Q_EMIT changed();
 }
 

@@ -80,6 +80,13 @@ public:
     CheckState checkAnchorsButton; // "#name" links must name an element of their page
     QString localSiteRoot; // a folder that root-relative links of a file:// crawl resolve in
 
+    // HTML validation (global preferences)
+    CheckState ValidationEnabledCheckBox;
+    CheckState validateAllButton; // off: the first page only
+    QString validationURL; // the service's base address; requests go to "<base>/check"
+    double validationTimeout; // seconds
+    double validationDelay; // seconds between two requests; 0 polls every 0.2 s
+
     static bool isOn(CheckState s) { return s == CheckState::On; }
     static bool isOff(CheckState s) { return s == CheckState::Off; }
 
@@ -94,8 +101,8 @@ public:
 
     // A number for the control brought into the range a person would set (fetch slots 1-64,
     // time-out 1-600 s, delay 0-300 s, links limit 1-100,000,000, levels limit 0-1,000,000,
-    // sitemap change frequency 0-7, sitemap options 0-2); not-a-number reads as the lowest value.
-    // Other names keep the value.
+    // sitemap change frequency 0-7, sitemap options 0-2, validation time-out 1-600 s and delay
+    // 0-300 s); not-a-number reads as the lowest value. Other names keep the value.
     static double bounded(const QString &name, double value);
 
     // Puts every control back to its default.

@@ -46,6 +46,7 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
     qRegisterMetaType<LinkCheckerUrl *>("LinkCheckerUrl*");
     m_seo->setSitemapContext(controls, configManager);
     m_seo->setSEOControls(controls);
+    m_seo->setValidationSettings(controls);
 }
 
 LinkCheckerHub::~LinkCheckerHub()
@@ -571,7 +572,10 @@ void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
     record->setBeingRechecked(false);
 }
 
-void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *) { }
+void LinkCheckerHub::incNumberValidated(LinkCheckerUrl *record)
+{
+    m_seo->incNumberValidated(record);
+}
 
 void LinkCheckerHub::later(std::function<void()> fn)
 {

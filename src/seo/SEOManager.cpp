@@ -7,7 +7,10 @@ namespace orel {
 
 SEOManager::SEOManager(QObject *parent) : QObject(parent) { }
 
-SEOManager::~SEOManager() = default;
+SEOManager::~SEOManager()
+{
+    m_validationRunner.quit();
+}
 
 void SEOManager::clear()
 {
@@ -15,6 +18,7 @@ void SEOManager::clear()
     clearSitemapCollection();
     clearSEOAnalysis();
     m_numberDone = 0;
+    validationPagesCleared();
 }
 
 void SEOManager::go()
@@ -22,13 +26,16 @@ void SEOManager::go()
     m_numberDone = 0;
     m_stopPressed = false;
     m_crawlFinished = false;
+    startValidationRun();
 }
 
 void SEOManager::add(LinkCheckerUrl *record)
 {
     clearSitemapCollection();
-    if (record)
+    if (record) {
         bhDataSource::add(record);
+        validationPageAdded();
+    }
 }
 
 LinkCheckerUrl *SEOManager::pageAt(int index) const
