@@ -38,6 +38,17 @@ void SEOManager::add(LinkCheckerUrl *record)
     }
 }
 
+void SEOManager::reloadData()
+{
+    bhDataSource::reloadData();
+    postToMainThread([this] {
+        m_SEOTableView.reloadData();
+        m_duplicatesTableView.reloadData();
+        Q_EMIT sitemapChanged();
+        Q_EMIT validationChanged();
+    });
+}
+
 LinkCheckerUrl *SEOManager::pageAt(int index) const
 {
     const auto &all = items();

@@ -40,6 +40,9 @@ public:
 
     // Forgets every collected page (a new crawl).
     void clear() override;
+    // Every table of the manager reloads (the SEO, duplicates, sitemap and validation tables),
+    // on the main thread later: the crawl calls it when it ends.
+    void reloadData() override;
     // A crawl run starts: counters and sorting go back to their start values.
     void go();
     // Admits a page (in order of admission).
