@@ -390,6 +390,8 @@ Q_SIGNALS:
     // state.
     void memoryExhausted();
     void recordAdded(LinkCheckerUrl *record);
+    // The XML sitemap was exported from the sitemap window, which closes now.
+    void sitemapWindowShouldClose();
 
 private:
     // The outline view of the by-link ("1") or by-page ("4") tab; nullptr for any other tab.

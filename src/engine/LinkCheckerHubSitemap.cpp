@@ -10,6 +10,7 @@ void LinkCheckerHub::exportXML()
     // The sitemap is shown with the pages it lists.
     setSelectedTab(QStringLiteral("4"));
     m_seo->exportXML();
+    Q_EMIT sitemapWindowShouldClose();
 }
 
 void LinkCheckerHub::exportSitemapAsCSV()

@@ -11,6 +11,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 
 using namespace orel;
@@ -251,7 +252,9 @@ TEST_F(SitemapTest, TheFileGoesWhereTheUserSaysOrToTheTemporaryFolder)
     QDir(out.path()).mkdir("elsewhere");
     const QString chosen = out.filePath("elsewhere/chosen.xml");
     dialogs().panelAnswers.enqueue(chosen);
+    QSignalSpy closing(hub.get(), &LinkCheckerHub::sitemapWindowShouldClose);
     hub->exportXML();
+    EXPECT_EQ(closing.count(), 1);
     EXPECT_EQ(seo().getSitemapLocation(), chosen);
     EXPECT_TRUE(readFile(chosen).endsWith("</urlset>"));
     EXPECT_EQ(manager.getSitemapSaveDirectory(), out.filePath("elsewhere"));
