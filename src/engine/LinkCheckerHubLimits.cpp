@@ -6,6 +6,8 @@
 #include "engine/CrawlScope.h"
 #include "links/LinkCheckerUrl.h"
 
+#include <QRegularExpression>
+
 namespace orel {
 
 void LinkCheckerHub::resetLimitCounts()
@@ -51,10 +53,14 @@ QStringList LinkCheckerHub::limitMessages() const
         out.append(QStringLiteral("levels limit %1 reached: %2 pages checked but not read")
                            .arg(m_controls->levelsLimit)
                            .arg(m_limits.pagesBeyondLevels));
-    if (m_limits.pagesOutsideDirectory > 0)
+    if (m_limits.pagesOutsideDirectory > 0) {
+        // The limit is matched as text from the end of the host on, so it starts with the port
+        // when the URL has one; the folder alone is what a person recognises.
+        static const QRegularExpression port(QStringLiteral("^:\\d+"));
         out.append(QStringLiteral("directory limit %1 reached: %2 pages checked but not read")
-                           .arg(m_limits.directory)
+                           .arg(QString(m_limits.directory).remove(port))
                            .arg(m_limits.pagesOutsideDirectory));
+    }
     return out;
 }
 
