@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "OutputPaths.h"
 #include "Report.h"
+#include "StopSignals.h"
 #include "ResultExports.h"
 #include "SitemapOptions.h"
 #include "SeoOptions.h"
@@ -31,10 +32,8 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace orel::cli {
@@ -178,18 +177,6 @@ QString applySetting(OrelConfigManager &manager, SettingsControls &controls, con
     return {};
 }
 
-// SIGINT, SIGTERM and SIGHUP are turned into a byte on a pipe (the signal's number); the event
-// loop reads it (no work in the handler).
-int signalPipe[2] = { -1, -1 };
-const int kStopSignals[] = { SIGINT, SIGTERM, SIGHUP };
-
-void onStopSignal(int sig)
-{
-    const char byte = char(sig);
-    [[maybe_unused]] const ssize_t n = ::write(signalPipe[1], &byte, 1);
-    std::signal(sig, SIG_DFL); // a second one ends the program at once
-}
-
 // The settings of the run: a configuration file or a saved configuration, then --set, then the
 // URL argument. Answers an error text, or a null string when all is well.
 QString loadSettings(const Options &o, OrelConfigManager &manager, SettingsControls &controls)
@@ -260,37 +247,18 @@ class InterruptWatch
 public:
     InterruptWatch(LinkCheckerHub &hub, QEventLoop &loop, RunOutcome &outcome)
     {
-        if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        if (stopSignalFd() < 0)
             return;
-        m_notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+        // A signal that came before the crawl started is read as soon as the loop runs.
+        m_notifier = std::make_unique<QSocketNotifier>(stopSignalFd(), QSocketNotifier::Read);
         QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &loop, [&] {
-            char buf[16];
-            ssize_t n = 0;
-            while ((n = ::read(signalPipe[0], buf, sizeof buf)) > 0) {
-                if (!outcome.interrupted)
-                    outcome.signal = buf[0];
-                outcome.interrupted = true;
-            }
+            outcome.signal = takeStopSignal();
+            outcome.interrupted = true;
             if (hub.state() == LinkCheckerHub::State::Running)
                 hub.stop();
             loop.quit();
         });
-        for (const int sig : kStopSignals)
-            std::signal(sig, onStopSignal);
     }
-    ~InterruptWatch()
-    {
-        for (const int sig : kStopSignals)
-            std::signal(sig, SIG_DFL);
-        m_notifier.reset();
-        if (signalPipe[0] >= 0) {
-            ::close(signalPipe[0]);
-            ::close(signalPipe[1]);
-            signalPipe[0] = signalPipe[1] = -1;
-        }
-    }
-    InterruptWatch(const InterruptWatch &) = delete;
-    InterruptWatch &operator=(const InterruptWatch &) = delete;
 
 private:
     std::unique_ptr<QSocketNotifier> m_notifier;
@@ -404,9 +372,13 @@ QString writeReportAndSummary(const Report &report, const Options &o)
 
 // After the run: the flat CSV, the other exports, the report with the summary line; then the
 // process ends with the run's exit status.
-[[noreturn]] void finishRun(LinkCheckerHub &hub, const Options &o, const RunOutcome &outcome,
-                            bool crawl)
+[[noreturn]] void finishRun(LinkCheckerHub &hub, const Options &o, RunOutcome outcome, bool crawl)
 {
+    // A signal while the crawl was not running (it ended at once, or between two runs).
+    if (const int sig = takeStopSignal()) {
+        outcome.signal = sig;
+        outcome.interrupted = true;
+    }
     if (outcome.stalled)
         QTextStream(stderr) << "orrelwick-cli: no transfer left running; crawl paused\n";
     hub.countBadCollection();
@@ -481,6 +453,7 @@ struct Run
 
 int runCrawlCommand(const QStringList &args)
 {
+    armStopSignals();
     Run run;
     const Options &o = run.o;
     if (const QString err = run.prepare(args); !err.isNull())
@@ -498,6 +471,7 @@ int runCrawlCommand(const QStringList &args)
 
 int runRecheckCommand(const QStringList &args)
 {
+    armStopSignals();
     Run run;
     const Options &o = run.o;
     if (const QString err = run.prepare(args); !err.isNull())
