@@ -349,11 +349,13 @@ QString startError(LinkCheckerHub &hub, const RunOutcome &outcome)
     if (status.isEmpty() && (outcome.interrupted || !hub.isCrawlFinished()))
         return {};
     const bool answered = !status.isEmpty() && status.at(0).isDigit();
+    const bool local = start->getLinkUrl().startsWith(QLatin1String("file:"));
     return QStringLiteral("cannot fetch the start page %1: %2 (%3)")
             .arg(UrlParts::withoutUserInfo(start->getLinkUrl()),
                  status.isEmpty() ? QStringLiteral("no answer") : status,
-                 answered ? QStringLiteral("the server answered with an error")
-                          : QStringLiteral("no answer from the server"));
+                 answered        ? QStringLiteral("the server answered with an error")
+                         : local ? QStringLiteral("the file could not be read")
+                                 : QStringLiteral("no answer from the server"));
 }
 
 // The report in its form, and the summary line: after the text report on standard output, on

@@ -52,7 +52,7 @@ TEST_F(ExitStatusTest, StartPagesThatCannotBeFetchedAreStartErrors)
           "orrelwick-cli: cannot fetch the start page " + server.url("/status/404")
                   + ": 404 not found (the server answered with an error)\n" },
         { "http://no-such-host.invalid/", 2, "cannot fetch the start page" },
-        { site.filePath("missing.html"), 2, ": file doesnt exist (no answer from the server)" },
+        { site.filePath("missing.html"), 2, ": file doesnt exist (the file could not be read)" },
     };
     for (const Case &c : cases) {
         // The outputs are written all the same.
