@@ -12,5 +12,10 @@ int runConfigCommand(const QStringList &args); // args after "config"
 int runCrawlCommand(const QStringList &args); // args after "crawl"
 int runRecheckCommand(const QStringList &args); // args after "recheck"
 int runWeightCommand(const QStringList &args); // args after "weight"
+int runHelpCommand(const QStringList &args); // args after "help"
+int runSettingsCommand(const QStringList &args); // args after "settings"
+// The help of one command; a null string for a command that does not exist.
+QString commandHelp(const QString &command);
+QString settingsListText();
 
 } // namespace orel::cli

@@ -3,6 +3,9 @@
 // configuration, then from --set, then the URL argument; the results go to the export files
 // asked for and the summary line to standard output.
 #include "Commands.h"
+#include "OutputPaths.h"
+#include "Report.h"
+#include "StopSignals.h"
 #include "ResultExports.h"
 #include "SitemapOptions.h"
 #include "SeoOptions.h"
@@ -11,10 +14,12 @@
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
 #include "common/SettingsControls.h"
+#include "common/UrlParts.h"
 #include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
 #include "engine/LinkCheckerHub.h"
+#include "links/LinkCheckerUrl.h"
 #include "links/myNSURLConnection.h"
 
 #include <QCoreApplication>
@@ -28,10 +33,8 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace orel::cli {
@@ -57,11 +60,33 @@ struct Options
     bool badOnly = false;
     bool quiet = false;
     bool verbose = false;
+    bool columnsGiven = false;
     ExportOptions exports;
+    ReportOptions report;
     SitemapOptions sitemap;
     SeoOptions seo;
     ValidateOptions validate;
 };
+
+// Options that make no sense together; answers an error text or a null string.
+QString checkCombinations(const Options &o)
+{
+    if (o.quiet && o.verbose)
+        return QStringLiteral("--quiet and --verbose exclude each other");
+    if (o.columnsGiven && o.flatCsv.isEmpty())
+        return QStringLiteral("--columns needs --flat-csv");
+    const bool listingReport = o.report.format == QLatin1String("json")
+            || o.report.format == QLatin1String("junit") || o.report.format == QLatin1String("csv");
+    if (o.badOnly && o.flatCsv.isEmpty() && o.exports.files().isEmpty() && !listingReport)
+        return QStringLiteral("--bad-only needs an export (--flat-csv, --csv, --html, ... or "
+                              "--format json|junit|csv)");
+    if (o.quiet && o.report.formatGiven && o.report.format != QLatin1String("text")
+        && o.report.output.isEmpty())
+        return QStringLiteral("--quiet leaves only the summary: give --output FILE for the %1 "
+                              "report")
+                .arg(o.report.format);
+    return {};
+}
 
 // Answers an error text, or a null string when the arguments are understood.
 QString parse(const QStringList &args, Options &o)
@@ -93,6 +118,7 @@ QString parse(const QStringList &args, Options &o)
         } else if (a == QLatin1String("--columns")) {
             QString list;
             err = value(i, a, list);
+            o.columnsGiven = true;
             if (err.isNull()) {
                 o.columns = list.split(QLatin1Char(','), Qt::SkipEmptyParts);
                 for (QString &c : o.columns)
@@ -110,7 +136,8 @@ QString parse(const QStringList &args, Options &o)
         } else if (parseExportOption(args, i, o.exports, err)
                    || parseSitemapOption(args, i, o.sitemap, err)) {
             // taken
-        } else if (parseSeoOption(args, i, o.seo, err)) {
+        } else if (parseSeoOption(args, i, o.seo, err)
+                   || parseReportOption(args, i, o.report, err)) {
             // taken
         } else if (parseValidateOption(args, i, o.validate, err)) {
             // taken
@@ -132,7 +159,7 @@ QString parse(const QStringList &args, Options &o)
     }
     if (!o.configFile.isEmpty() && !o.configName.isEmpty())
         return QStringLiteral("--config and --config-name exclude each other");
-    return {};
+    return checkCombinations(o);
 }
 
 // One setting by name: a key of the settings dictionary, else a settings control.
@@ -152,16 +179,6 @@ QString applySetting(OrelConfigManager &manager, SettingsControls &controls, con
     if (!controls.setByName(name, value, &error))
         return error;
     return {};
-}
-
-// SIGINT is turned into a byte on a pipe; the event loop reads it (no work in the handler).
-int signalPipe[2] = { -1, -1 };
-
-void onSigint(int)
-{
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t n = ::write(signalPipe[1], &byte, 1);
-    std::signal(SIGINT, SIG_DFL); // a second Ctrl-C ends the program at once
 }
 
 // The settings of the run: a configuration file or a saved configuration, then --set, then the
@@ -209,9 +226,10 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
         || (scheme != QLatin1String("file") && start.host().isEmpty()))
         return QStringLiteral("cannot crawl \"%1\": not an http, https or file URL")
                 .arg(controls.urlField);
-    if (!o.flatCsv.isEmpty() && o.flatCsv != QLatin1String("-")
-        && !QFileInfo(o.flatCsv).absoluteDir().exists())
-        return QStringLiteral("cannot write %1: no such folder").arg(o.flatCsv);
+    if (const QString err = checkOutputPath(o.flatCsv); !err.isNull())
+        return err;
+    if (const QString err = checkReportOptions(o.report); !err.isNull())
+        return err;
     if (const QString err = checkSitemapOptions(o.sitemap); !err.isNull())
         return err;
     if (const QString err = checkSeoOutputs(o.seo); !err.isNull())
@@ -223,42 +241,30 @@ QString checkBeforeCrawl(const Options &o, const SettingsControls &controls)
 
 struct RunOutcome
 {
-    bool interrupted = false; // Ctrl-C
+    bool interrupted = false; // Ctrl-C, SIGTERM or SIGHUP
+    int signal = 0; // which of them
     bool stalled = false; // no transfer left running, yet not finished
 };
 
-// Ctrl-C pauses the crawl and ends the run; the signal handler only writes to a pipe that the
-// event loop reads.
+// Ctrl-C, SIGTERM (a CI job's time-out) and SIGHUP pause the crawl and end the run; the signal
+// handler only writes to a pipe that the event loop reads.
 class InterruptWatch
 {
 public:
     InterruptWatch(LinkCheckerHub &hub, QEventLoop &loop, RunOutcome &outcome)
     {
-        if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        if (stopSignalFd() < 0)
             return;
-        m_notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+        // A signal that came before the crawl started is read as soon as the loop runs.
+        m_notifier = std::make_unique<QSocketNotifier>(stopSignalFd(), QSocketNotifier::Read);
         QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &loop, [&] {
-            char buf[16];
-            while (::read(signalPipe[0], buf, sizeof buf) > 0) { }
+            outcome.signal = takeStopSignal();
             outcome.interrupted = true;
             if (hub.state() == LinkCheckerHub::State::Running)
                 hub.stop();
             loop.quit();
         });
-        std::signal(SIGINT, onSigint);
     }
-    ~InterruptWatch()
-    {
-        std::signal(SIGINT, SIG_DFL);
-        m_notifier.reset();
-        if (signalPipe[0] >= 0) {
-            ::close(signalPipe[0]);
-            ::close(signalPipe[1]);
-            signalPipe[0] = signalPipe[1] = -1;
-        }
-    }
-    InterruptWatch(const InterruptWatch &) = delete;
-    InterruptWatch &operator=(const InterruptWatch &) = delete;
 
 private:
     std::unique_ptr<QSocketNotifier> m_notifier;
@@ -336,14 +342,63 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
     return outcome;
 }
 
-// After the run: the flat CSV, the other exports, the summary line; then the process ends with
-// the run's exit status.
-[[noreturn]] void finishRun(LinkCheckerHub &hub, const Options &o, const RunOutcome &outcome)
+// The start page that could not be fetched, as one line for stderr; a null string when it was
+// fetched or the run ended before it was answered. No answer at all (refused, unknown host,
+// time-out) and an error answer (a 404 start page) are both start errors: nothing of the site
+// was checked.
+QString startError(LinkCheckerHub &hub, const RunOutcome &outcome)
 {
+    const LinkCheckerUrl *start = hub.recordAt(0);
+    if (!start || !start->isStartingPoint() || start->isGoodLink())
+        return {};
+    const QString status = start->getStatus();
+    if (status.isEmpty() && (outcome.interrupted || !hub.isCrawlFinished()))
+        return {};
+    const bool answered = !status.isEmpty() && status.at(0).isDigit();
+    const bool local = start->getLinkUrl().startsWith(QLatin1String("file:"));
+    return QStringLiteral("cannot fetch the start page %1: %2 (%3)")
+            .arg(UrlParts::withoutUserInfo(start->getLinkUrl()),
+                 status.isEmpty() ? QStringLiteral("no answer") : status,
+                 answered        ? QStringLiteral("the server answered with an error")
+                         : local ? QStringLiteral("the file could not be read")
+                                 : QStringLiteral("no answer from the server"));
+}
+
+// The report in its form, and the summary line: after the text report on standard output, on
+// standard output when the report went to a file, on stderr when another form took standard
+// output.
+bool stdoutTakenByReport(const Options &o)
+{
+    const bool toStdout = o.report.output.isEmpty() || o.report.output == QLatin1String("-");
+    return toStdout && o.report.format != QLatin1String("text");
+}
+
+QString writeReportAndSummary(const Report &report, const Options &o)
+{
+    const bool toStdout = o.report.output.isEmpty() || o.report.output == QLatin1String("-");
+    const bool text = o.report.format == QLatin1String("text");
+    if (text && toStdout)
+        return writeReport(report, o.report, o.quiet, o.badOnly);
+    const QString error = writeReport(report, o.report, o.quiet, o.badOnly);
+    QTextStream(toStdout ? stderr : stdout) << report.summary << "\n";
+    return error;
+}
+
+// After the run: the flat CSV, the other exports, the report with the summary line; then the
+// process ends with the run's exit status.
+[[noreturn]] void finishRun(LinkCheckerHub &hub, const Options &o, RunOutcome outcome, bool crawl)
+{
+    // A signal while the crawl was not running (it ended at once, or between two runs).
+    if (const int sig = takeStopSignal()) {
+        outcome.signal = sig;
+        outcome.interrupted = true;
+    }
     if (outcome.stalled)
         QTextStream(stderr) << "orrelwick-cli: no transfer left running; crawl paused\n";
-    const int bad = hub.countBadCollection();
+    hub.countBadCollection();
     QString error;
+    const QString startFailed = crawl ? startError(hub, outcome) : QString();
+    const Report report = collectReport(hub, outcome.interrupted, o.report.failOnBlocked);
     try {
         if (!o.flatCsv.isEmpty())
             hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error);
@@ -354,12 +409,16 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
         if (error.isNull())
             error = writeSeoOutputs(hub, o.seo);
         if (error.isNull())
-            error = writeValidationOutputs(hub, o.validate);
+            error = writeValidationOutputs(hub, o.validate, stdoutTakenByReport(o));
+        if (const QString e = writeReportAndSummary(report, o); error.isNull())
+            error = e;
     } catch (const std::bad_alloc &) {
         error = QStringLiteral("out of memory while writing the results");
     }
-    const QString summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
-    QTextStream(stdout) << summary << (outcome.interrupted ? " (interrupted)" : "") << "\n";
+    for (const QString &line : report.limits)
+        QTextStream(stderr) << "orrelwick-cli: " << line << "\n";
+    if (!startFailed.isNull())
+        QTextStream(stderr) << "orrelwick-cli: " << startFailed << "\n";
     if (hub.stoppedForMemory())
         QTextStream(stderr) << "orrelwick-cli: out of memory: crawl stopped, the links found so "
                                "far are written\n";
@@ -367,11 +426,15 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
         QTextStream(stderr) << "orrelwick-cli: " << error << "\n";
 
     // Everything is written; tearing down a large crawl's records one by one would only cost
-    // time, so the process ends here.
+    // time, so the process ends here. A signal's exit status is the shell's: 128 + its number.
     UserDefaults::sync();
     std::fflush(stdout);
     std::fflush(stderr);
-    std::_Exit(hub.stoppedForMemory() || !error.isNull() ? 2 : bad > 0 ? 1 : 0);
+    if (outcome.signal > 0)
+        std::_Exit(128 + outcome.signal);
+    if (hub.stoppedForMemory() || !error.isNull() || !startFailed.isNull())
+        std::_Exit(2);
+    std::_Exit(report.exitStatus());
 }
 
 // What a crawl or recheck run is made of, from its arguments to the dialogs' scripted answers.
@@ -407,6 +470,7 @@ struct Run
 
 int runCrawlCommand(const QStringList &args)
 {
+    armStopSignals();
     Run run;
     const Options &o = run.o;
     if (const QString err = run.prepare(args); !err.isNull())
@@ -421,11 +485,12 @@ int runCrawlCommand(const QStringList &args)
         outcome = crawlUntilDone(hub, progress, [&] { hub.reCheckBadItems(); });
     if (hub.isCrawlFinished() && !outcome.interrupted)
         waitForValidation(hub, o.validate);
-    finishRun(hub, o, outcome);
+    finishRun(hub, o, outcome, true);
 }
 
 int runRecheckCommand(const QStringList &args)
 {
+    armStopSignals();
     Run run;
     const Options &o = run.o;
     if (const QString err = run.prepare(args); !err.isNull())
@@ -436,13 +501,17 @@ int runRecheckCommand(const QStringList &args)
         return fail(QStringLiteral("recheck needs a saved link list (FILE.plist)"));
     if (const QString err = checkExports(o.exports); !err.isNull())
         return fail(err);
+    if (const QString err = checkOutputPath(o.flatCsv); !err.isNull())
+        return fail(err);
+    if (const QString err = checkReportOptions(o.report); !err.isNull())
+        return fail(err);
     LinkCheckerHub hub(&run.controls, &run.manager);
     if (!QFileInfo(list).isFile() || hub.loadLinkList(list) == 0)
         return fail(QStringLiteral("no links read from \"%1\"").arg(list));
     hub.adoptLoadedRecords();
     const RunOutcome outcome = crawlUntilDone(hub, !o.quiet && ::isatty(STDERR_FILENO),
                                               [&] { hub.reCheckBadItems(); });
-    finishRun(hub, o, outcome);
+    finishRun(hub, o, outcome, false);
 }
 
 } // namespace orel::cli

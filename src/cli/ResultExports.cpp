@@ -1,5 +1,6 @@
 // The result files and reports of a command-line run.
 #include "ResultExports.h"
+#include "OutputPaths.h"
 
 #include "engine/CrawlScope.h"
 #include "engine/LinkCheckerHub.h"
@@ -94,12 +95,8 @@ QString checkExports(const ExportOptions &o)
         return QStringLiteral("--view takes link, flat or page, not \"%1\"").arg(o.view);
     if (!o.tdl.isEmpty() && o.view == QLatin1String("page"))
         return QLatin1String(kNoTreeTdl);
-    for (const QString &file : o.files()) {
-        if (QFileInfo(file).isDir())
-            return QStringLiteral("cannot write %1: it is a folder").arg(file);
-        if (!QFileInfo(file).absoluteDir().exists())
-            return QStringLiteral("cannot write %1: no such folder").arg(file);
-    }
+    if (QString err = checkOutputPaths(o.files()); !err.isNull())
+        return err;
     if (!o.archiveDir.isEmpty() && !QFileInfo(o.archiveDir).isDir())
         return QStringLiteral("cannot archive into %1: no such folder").arg(o.archiveDir);
     return {};

@@ -1,5 +1,6 @@
 // The SEO outputs of a command-line run.
 #include "SeoOptions.h"
+#include "OutputPaths.h"
 
 #include "common/SettingsControls.h"
 #include "common/TextSink.h"
@@ -34,15 +35,7 @@ bool parseSeoOption(const QStringList &args, int &i, SeoOptions &o, QString &err
 
 QString checkSeoOutputs(const SeoOptions &o)
 {
-    for (const QString &file : { o.report, o.csv }) {
-        if (file.isEmpty())
-            continue;
-        if (QFileInfo(file).isDir())
-            return QStringLiteral("cannot write %1: it is a folder").arg(file);
-        if (!QFileInfo(file).absoluteDir().exists())
-            return QStringLiteral("cannot write %1: no such folder").arg(file);
-    }
-    return {};
+    return checkOutputPaths({ o.report, o.csv });
 }
 
 void prepareSeo(const SeoOptions &o, SettingsControls &controls)

@@ -1,4 +1,5 @@
 #include "SitemapOptions.h"
+#include "OutputPaths.h"
 
 #include "common/SettingsControls.h"
 #include "engine/LinkCheckerHub.h"
@@ -43,10 +44,8 @@ bool parseSitemapOption(const QStringList &args, int &i, SitemapOptions &o, QStr
 
 QString checkSitemapOptions(const SitemapOptions &o)
 {
-    for (const QString *file : { &o.xml, &o.csv, &o.html }) {
-        if (!file->isEmpty() && !QFileInfo(*file).absoluteDir().exists())
-            return QStringLiteral("cannot write %1: no such folder").arg(*file);
-    }
+    if (QString err = checkOutputPaths({ o.xml, o.csv, o.html }); !err.isNull())
+        return err;
     if (o.ftpServer.isEmpty() && (!o.ftpDir.isEmpty() || !o.ftpUser.isEmpty()))
         return QStringLiteral("--ftp-dir and --ftp-user need --ftp-upload SERVER");
     return {};

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Report.h"
 #include "ResultExports.h"
 #include "SitemapOptions.h"
 #include "SeoOptions.h"
@@ -10,6 +11,8 @@ QString usage()
 {
     return QStringLiteral(
                    "usage: orrelwick-cli --version\n"
+                   "       orrelwick-cli help [COMMAND]    (or COMMAND --help)\n"
+                   "       orrelwick-cli settings          (every NAME that --set takes)\n"
                    "       orrelwick-cli config list\n"
                    "       orrelwick-cli config show NAME\n"
                    "       orrelwick-cli config export NAME FILE.lcsettings\n"
@@ -18,11 +21,16 @@ QString usage()
                    "                     [--set NAME=VALUE]... [--flat-csv FILE [--columns "
                    "ID,...]]\n"
                    "                     [--bad-only] [--recheck-bad] [--quiet | --verbose]\n")
-            + exportUsage() + sitemapUsage() + seoUsage() + validateUsage()
+            + reportUsage() + exportUsage() + sitemapUsage() + seoUsage() + validateUsage()
             + QStringLiteral(
                     "       orrelwick-cli recheck FILE.plist [options of crawl but --recheck-bad]\n"
                     "       orrelwick-cli weight URL [--timeout SECONDS] [--verbose]\n"
                     "\n"
+                    "crawl prints the bad links and the summary line (--format picks text, "
+                    "json, junit,\n"
+                    "markdown or csv; --output FILE writes the report there). SIGINT, SIGTERM and "
+                    "SIGHUP\n"
+                    "write what was found and exit 130, 143 or 129.\n"
                     "crawl exits 0 when no bad link was found, 1 when bad links were found, 2 on a "
                     "usage,\n"
                     "configuration or start error, when a result could not be written and when "

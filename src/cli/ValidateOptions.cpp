@@ -1,6 +1,9 @@
 // HTML validation on the command line.
 #include "ValidateOptions.h"
 
+#include "OutputPaths.h"
+#include "StopSignals.h"
+
 #include "common/AtomicFile.h"
 #include "common/SettingsControls.h"
 #include "engine/LinkCheckerHub.h"
@@ -14,27 +17,9 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <csignal>
 #include <memory>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace orel::cli {
-
-namespace {
-
-// Ctrl-C while waiting ends the validation: what was answered is written. The handler only
-// writes a byte to a pipe that the event loop reads.
-int interruptPipe[2] = { -1, -1 };
-
-void onInterrupt(int)
-{
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t n = ::write(interruptPipe[1], &byte, 1);
-    std::signal(SIGINT, SIG_DFL); // a second Ctrl-C ends the program at once
-}
-
-} // namespace
 
 bool parseValidateOption(const QStringList &args, int &i, ValidateOptions &o, QString &error)
 {
@@ -74,11 +59,7 @@ QString checkValidateOptions(const ValidateOptions &o)
         return QStringLiteral("--validate needs the validator's http or https address, not "
                               "\"%1\"")
                 .arg(o.serviceUrl);
-    for (const QString *file : { &o.report, &o.csv }) {
-        if (!file->isEmpty() && !QFileInfo(*file).absoluteDir().exists())
-            return QStringLiteral("cannot write %1: no such folder").arg(*file);
-    }
-    return {};
+    return checkOutputPaths({ o.report, o.csv });
 }
 
 void applyValidateOptions(const ValidateOptions &o, SettingsControls &controls)
@@ -108,34 +89,30 @@ void waitForValidation(LinkCheckerHub &hub, const ValidateOptions &o)
             loop.quit();
     });
     poll.start(50);
-    std::unique_ptr<QSocketNotifier> interrupt;
-    if (::pipe2(interruptPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
-        interrupt = std::make_unique<QSocketNotifier>(interruptPipe[0], QSocketNotifier::Read);
-        QObject::connect(interrupt.get(), &QSocketNotifier::activated, &loop, [&] {
-            seo->setStopPressed(true); // the runner asks for no more pages
-            loop.quit();
+    // A stop signal while waiting ends the validation: the runner asks for no more pages and
+    // what was answered is written.
+    std::unique_ptr<QSocketNotifier> stop;
+    if (const int fd = stopSignalFd(); fd >= 0) {
+        stop = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+        QObject::connect(stop.get(), &QSocketNotifier::activated, &loop, [&] {
+            if (takeStopSignal() != 0) {
+                seo->setStopPressed(true);
+                loop.quit();
+            }
         });
-        std::signal(SIGINT, onInterrupt);
     }
     loop.exec();
-    if (interrupt) {
-        std::signal(SIGINT, SIG_DFL);
-        interrupt.reset();
-        ::close(interruptPipe[0]);
-        ::close(interruptPipe[1]);
-        interruptPipe[0] = interruptPipe[1] = -1;
-    }
 }
 
-QString writeValidationOutputs(LinkCheckerHub &hub, const ValidateOptions &o)
+QString writeValidationOutputs(LinkCheckerHub &hub, const ValidateOptions &o, bool stdoutTaken)
 {
     if (!o.enabled())
         return {};
     SEOManager *seo = hub.seoManager();
-    QTextStream(stdout) << "HTML validation: " << seo->getNumberValidated()
-                        << " page(s) validated, " << seo->getNumberValidationErrors()
-                        << " with errors, " << seo->getNumberValidationWarnings()
-                        << " with warnings\n";
+    QTextStream(stdoutTaken ? stderr : stdout)
+            << "HTML validation: " << seo->getNumberValidated() << " page(s) validated, "
+            << seo->getNumberValidationErrors() << " with errors, "
+            << seo->getNumberValidationWarnings() << " with warnings\n";
     QString error;
     if (!o.report.isEmpty()
         && !writeFileAtomically(o.report, seo->getValidationReport().toUtf8(), &error))

@@ -38,7 +38,9 @@ void waitForValidation(LinkCheckerHub &hub, const ValidateOptions &o);
 
 // Prints the validation's summary line and writes the report files. Answers an error text for
 // the first file that could not be written, or a null string.
-QString writeValidationOutputs(LinkCheckerHub &hub, const ValidateOptions &o);
+// The counts line goes to stdout, or to stderr when stdout carries a report in another form.
+QString writeValidationOutputs(LinkCheckerHub &hub, const ValidateOptions &o,
+                               bool stdoutTaken = false);
 
 // The usage lines of the options above.
 QString validateUsage();

@@ -61,6 +61,16 @@ int main(int argc, char *argv[])
         QTextStream(stdout) << "orrelwick-cli " << ORRELWICK_VERSION << "\n";
         return 0;
     }
+    // "COMMAND --help" anywhere among the command's arguments.
+    if ((args.contains(QLatin1String("--help")) || args.contains(QLatin1String("-h")))
+        && !orel::cli::commandHelp(command).isNull()) {
+        QTextStream(stdout) << orel::cli::commandHelp(command);
+        return 0;
+    }
+    if (command == QLatin1String("help"))
+        return orel::cli::runHelpCommand(args);
+    if (command == QLatin1String("settings"))
+        return orel::cli::runSettingsCommand(args);
     if (command == QLatin1String("config"))
         return orel::cli::runConfigCommand(args);
     if (command == QLatin1String("crawl"))

@@ -87,6 +87,7 @@ void LinkCheckerHub::discardResults()
 {
     resultsWillChange(ResultsChange::Discard);
     ++m_generation;
+    resetLimitCounts();
     m_summaryWords.clear();
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;

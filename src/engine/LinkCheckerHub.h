@@ -23,6 +23,7 @@
 
 #include <map>
 #include <memory>
+#include <unordered_set>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -104,6 +105,20 @@ public:
     int pendingStarts() const { return m_pendingStarts; }
     LinkCheckerUrl *recordAt(int index) const; // nullptr past the end
     int recordCount() const { return int(getCount()); }
+
+    // ---- Limits said aloud (see LinkCheckerHubLimits.cpp) -----------------------------------
+    // What the links, levels and directory limits kept from this crawl run.
+    struct LimitCounts
+    {
+        int linksNotChecked = 0; // distinct links found once the links limit was reached
+        int pagesBeyondLevels = 0; // internal pages checked but not read: too deep
+        int pagesOutsideDirectory = 0; // internal pages checked but not read: above the folder
+        QString directory; // the directory limit of the start URL, when it has one
+    };
+    const LimitCounts &limitCounts() const { return m_limits; }
+    // One line per limit that stopped something, e.g. "links limit 5 reached: 37 links found
+    // but not checked"; empty when none did.
+    QStringList limitMessages() const;
 
     // ---- Registry ------------------------------------------------------------------------------
     void addToLookup(LinkCheckerUrl *record, const QString &key) override;
@@ -415,6 +430,11 @@ private:
     void addToTotals();
     bool linksLimitReached() const;
     int linksLimit() const;
+    void resetLimitCounts();
+    // A new link (by its registry key's hash) the links limit keeps out of the collection.
+    void noteLinkOverLimit(size_t keyHash);
+    // A page pageShouldBeRead turned down: counted when a limit was the reason.
+    void notePageNotRead(const LinkCheckerUrl *page);
 
     // Page reading helpers.
     bool pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl);
@@ -519,6 +539,9 @@ private:
     std::vector<std::pair<quint64, std::function<void()>>> m_laterQueue;
     // Starts without a delay wait here for one queued call that starts them all.
     std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
+
+    LimitCounts m_limits;
+    std::unordered_set<size_t> m_linksOverLimit;
 
     std::unique_ptr<LinkViews> m_views;
     std::unique_ptr<LinkExports> m_exports;

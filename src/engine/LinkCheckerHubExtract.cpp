@@ -158,8 +158,10 @@ bool LinkCheckerHub::pageShouldBeRead(LinkCheckerUrl *page, const QUrl &pageUrl)
 
     // A page at exactly the levels limit is read; its links are checked but not read.
     if (page->isBlacklisted() || page->getDistanceFromHome() > m_controls->levelsLimit
-        || linksLimitReached())
+        || linksLimitReached()) {
+        notePageNotRead(page);
         return false;
+    }
 
     if (!SettingsControls::isOff(m_controls->nofollowCheckbox)) {
         if (!SettingsControls::isOn(m_controls->nofollowCheckbox) || page->isNofollow())

@@ -242,8 +242,12 @@ void LinkCheckerHub::registerHref(const PageReading &reading, PendingHref &p)
             reading.page->addLinkedImage(known);
         return;
     }
-    if (isMailtoEtc(p.href) || absolute.isEmpty() || linksLimitReached())
+    if (isMailtoEtc(p.href) || absolute.isEmpty())
         return;
+    if (linksLimitReached()) {
+        noteLinkOverLimit(p.resolved.keyHash);
+        return;
+    }
     registerNewLink(reading, p);
 }
 

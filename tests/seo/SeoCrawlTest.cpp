@@ -109,7 +109,7 @@ TEST_F(SeoCrawlTest, TheCommandLineWritesTheSeoReportAndCsvForAPhrase)
     const test::CliRun r = test::runCli(
             { "crawl", server.url("/index.html"), "--set", "SEOEnabledCheckBox=off", "--set",
               "SEOCountKeywordsInContentCheckBox=on", "--set", "numberOfThreads=1", "--seo-report",
-              report, "--seo-csv", csv, "--seo-phrase", "COPY" });
+              report, "--seo-csv", csv, "--seo-phrase", "COPY", "--quiet" });
     UserDefaults::remove(QStringLiteral("KestovanSEOViewColsWordCount"));
     UserDefaults::sync();
     EXPECT_EQ(r.exitCode, 1) << r.err.toStdString(); // missing.html is bad
