@@ -19,6 +19,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 
 #include <map>
@@ -29,6 +30,7 @@
 
 namespace orel {
 
+class HostThrottle;
 class HrefResolver;
 class LinkCheckerUrl;
 class OrelParser;
@@ -100,8 +102,13 @@ public:
     int getBadCollectionCount() const { return m_badCollectionCount; }
     bool isCrawlFinished() const { return m_crawlFinished; }
     bool isSinglePage() const { return m_singlePage; }
-    // Fetch starts scheduled (waiting for their delay) but not yet begun.
-    int pendingStarts() const { return m_pendingStarts; }
+    // Fetch starts scheduled (waiting for their delay) but not yet begun, with the links held
+    // back for their host or waiting to be tried again.
+    int pendingStarts() const;
+    // Links waiting to be tried again after a 429/503 answer, and for how long the last of them
+    // still waits: ", 2 waiting to retry (up to 4 s)" for a progress line, empty when none.
+    int waitingToRetry() const;
+    QString retryProgressText() const;
     LinkCheckerUrl *recordAt(int index) const; // nullptr past the end
     int recordCount() const { return int(getCount()); }
 
@@ -165,6 +172,7 @@ public:
     void incNumberDone(LinkCheckerUrl *record) override;
     void statusHasChangedFordO(LinkCheckerUrl *record) override;
     void incNumberValidated(LinkCheckerUrl *record) override;
+    bool retryLater(LinkCheckerUrl *record, std::optional<double> waitSeconds) override;
     bool stopPressed() const override { return m_stopPressed; }
     bool isRechecking() const override { return m_rechecking; }
     bool shouldTrim() const override;
@@ -412,6 +420,19 @@ private:
     void runLater();
     void addToTotals();
     bool linksLimitReached() const;
+
+    // Per-host caps, spacing and retries (see HostThrottle); idle while every setting is off
+    // and no host has throttled.
+    bool hostLimitsActive() const;
+    // A link held for its host whose host may take it now; nullptr when none.
+    LinkCheckerUrl *takeHeldLink();
+    // Whether record's host may take one more fetch now; if not, it is held for the host.
+    bool admitToHost(LinkCheckerUrl *record);
+    void noteHostStart(LinkCheckerUrl *record);
+    void noteHostEnd(LinkCheckerUrl *record);
+    // Wakes the scheduler when a host held back by its spacing frees up.
+    void armHostTimer();
+    void retryDue(LinkCheckerUrl *record, quint64 generation);
     int linksLimit() const;
 
     // Page reading helpers.
@@ -517,6 +538,9 @@ private:
     std::vector<std::pair<quint64, std::function<void()>>> m_laterQueue;
     // Starts without a delay wait here for one queued call that starts them all.
     std::vector<std::pair<LinkCheckerUrl *, quint64>> m_startQueue;
+
+    std::unique_ptr<HostThrottle> m_hostThrottle;
+    std::unique_ptr<QTimer> m_hostTimer;
 
     std::unique_ptr<LinkViews> m_views;
     std::unique_ptr<LinkExports> m_exports;
