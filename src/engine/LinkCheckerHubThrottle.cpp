@@ -120,6 +120,10 @@ bool LinkCheckerHub::retryLater(LinkCheckerUrl *record, std::optional<double> wa
                 .arg(record->getLinkUrlForTesting())
                 .arg(wait));
     m_hostThrottle->waitForRetry(record, now + waitMs);
+    // A redirect on the way gave the record a status, so the end sweep may already count it as
+    // answered; the status goes now, and the sweep must look again.
+    if (!record->getStatus().isEmpty())
+        m_answeredPrefix = 0;
 
     // The slot is given back as at the end of a fetch, after this callback has returned; the
     // wait itself holds no slot, so links of other hosts go meanwhile.

@@ -174,8 +174,17 @@ TEST_F(HubThrottleTest, APauseDuringAWaitLosesNothing)
 
 TEST_F(HubThrottleTest, RedirectHistoryListsEachHopAndIsClearedByTheNextFetch)
 {
-    site({ "/redirect/chain?n=3", "/final" });
+    const QString toThrottled = "/redirect/to?url=%2Fthrottle%2Fonce%3Fkey%3Dr%26after%3D0";
+    site({ "/redirect/chain?n=3", "/final", toThrottled });
     ASSERT_TRUE(crawl(server->url("/index.html")));
+    // A redirect to a throttled page: the retry starts again at the link and keeps one history.
+    const LinkCheckerUrl *retried = record(toThrottled);
+    ASSERT_TRUE(retried);
+    EXPECT_EQ(retried->getStatus(), QStringLiteral("200 no error < 302 found"));
+    EXPECT_EQ(retried->redirectHistory(),
+              QStringList { server->url("/throttle/once?key=r&after=0") });
+    EXPECT_EQ(fetchText(*server, "/throttle/hits?key=r"), QStringLiteral("2"));
+    EXPECT_EQ(hub->summaryText(), QStringLiteral("4 of 4 links checked, 0 bad"));
     LinkCheckerUrl *chained = record("/redirect/chain?n=3");
     ASSERT_TRUE(chained);
     EXPECT_EQ(chained->redirectHistory(),
