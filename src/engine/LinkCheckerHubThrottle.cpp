@@ -56,7 +56,11 @@ LinkCheckerUrl *LinkCheckerHub::takeHeldLink()
 {
     if (m_hostThrottle->heldCount() == 0)
         return nullptr;
-    LinkCheckerUrl *record = m_hostThrottle->takeReady(m_controls->hostConnectionsLimit, nowMs());
+    const int limit = m_controls->hostConnectionsLimit;
+    LinkCheckerUrl *record = m_hostThrottle->takeReady(limit, nowMs());
+    // A link answered meanwhile (checked again by hand) needs no fetch.
+    while (record && (record->isGoodLink() || record->isExempt()))
+        record = m_hostThrottle->takeReady(limit, nowMs());
     if (!record)
         armHostTimer();
     return record;
