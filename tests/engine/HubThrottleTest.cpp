@@ -247,7 +247,9 @@ TEST_F(HubThrottleTest, HostDelaySpacesRequestsToOneHost)
     EXPECT_EQ(hub->summaryText(), QStringLiteral("5 of 5 links checked, 0 bad"));
     const HostStats stats = hostStats(*server);
     ASSERT_EQ(stats.times.size(), 4u);
+    // Loosely: a request that leaves late shortens the gap after it, never the whole span.
     for (std::size_t i = 1; i < stats.times.size(); ++i)
-        EXPECT_GE(stats.times[i] - stats.times[i - 1], 0.25) << i; // loosely: clocks differ
+        EXPECT_GE(stats.times[i] - stats.times[i - 1], 0.15) << i;
+    EXPECT_GE(stats.times.back() - stats.times.front(), 0.75);
     EXPECT_EQ(stats.max, 1);
 }
