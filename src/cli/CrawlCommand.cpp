@@ -329,7 +329,7 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
             QTextStream(stderr) << "\r\033[K" << hub.getNumberDone() << " checked, "
                                 << hub.recordCount() << " found, " << hub.getBadCollectionCount()
                                 << " bad, " << qRound(hub.getNumberDone() / seconds) << " links/s"
-                                << Qt::flush;
+                                << hub.retryProgressText() << Qt::flush;
         });
         progressTimer.start();
     }

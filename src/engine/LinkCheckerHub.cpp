@@ -11,6 +11,7 @@
 #include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
+#include "engine/HostThrottle.h"
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
 #include "links/myNSURLConnection.h"
@@ -38,6 +39,7 @@ LinkCheckerHub::LinkCheckerHub(SettingsControls *controls, OrelConfigManager *co
       m_controls(controls),
       m_configManager(configManager),
       m_seo(std::make_unique<SEOManager>()),
+      m_hostThrottle(std::make_unique<HostThrottle>()),
       m_views(std::make_unique<LinkViews>(*this, *controls)),
       m_exports(std::make_unique<LinkExports>(*this, *m_views))
 {
@@ -93,6 +95,7 @@ void LinkCheckerHub::discardResults()
     m_pendingStarts = 0;
     m_memoryStopped = false;
     m_listOnly = false;
+    m_hostThrottle->clear(true);
     m_seo->clear();
 
     // The old run's records go; their connections must not call back into them.
@@ -174,6 +177,8 @@ void LinkCheckerHub::go()
     if (LinkCheckerUrl *first = recordAt(m_nextUrlToCrawl)) {
         ++m_numberOfThreadsDetached;
         ++m_nextUrlToCrawl;
+        if (hostLimitsActive())
+            noteHostStart(first);
         sendAsyncServerResponse(first);
     }
 }
@@ -201,6 +206,7 @@ void LinkCheckerHub::haltFetches()
     enterStoppedState();
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
+    m_hostThrottle->clear(false); // held and waiting links are found again on continuing
     m_nextUrlToCrawl = 0;
     reloadData();
 }
@@ -245,6 +251,7 @@ void LinkCheckerHub::reCheckBadItems()
     m_numberOfThreadsDetached = 0;
     m_pendingStarts = 0;
     m_rechecking = true;
+    m_hostThrottle->forgetTries();
     m_stopPressed = false;
     m_seo->setStopPressed(false);
     enterRunningState();
@@ -349,21 +356,31 @@ bool LinkCheckerHub::getNextUrlToCrawl()
 {
     bool scheduled = false;
     const int slots = m_controls->numberOfThreads;
+    // Off (the usual case), links go strictly in collection order; on, links held for their
+    // host go first, and a link whose host is busy is held instead of started.
+    const bool perHost = hostLimitsActive();
     while (!m_stopPressed
            && (m_numberOfThreadsDetached < slots || m_numberOfThreadsDetached == 0)) {
-        LinkCheckerUrl *record = recordAt(m_nextUrlToCrawl);
+        LinkCheckerUrl *record = perHost ? takeHeldLink() : nullptr;
         if (!record) {
-            isFinished();
-            return false;
-        }
-        while (record->isGoodLink() || record->isExempt()) {
-            record = recordAt(++m_nextUrlToCrawl);
+            record = recordAt(m_nextUrlToCrawl);
             if (!record) {
                 isFinished();
                 return false;
             }
+            while (record->isGoodLink() || record->isExempt()) {
+                record = recordAt(++m_nextUrlToCrawl);
+                if (!record) {
+                    isFinished();
+                    return false;
+                }
+            }
+            ++m_nextUrlToCrawl;
+            if (perHost && !admitToHost(record))
+                continue;
         }
-        ++m_nextUrlToCrawl;
+        if (perHost)
+            noteHostStart(record);
         startAfterDelay(record, m_controls->delayField);
         ++m_numberOfThreadsDetached; // a scheduled start holds its slot
         scheduled = true;
@@ -538,6 +555,8 @@ void LinkCheckerHub::threadHasFinished(LinkCheckerUrl *record)
 {
     if (--m_numberOfThreadsDetached < 0)
         m_numberOfThreadsDetached = 0;
+    if (m_hostThrottle->tracking())
+        noteHostEnd(record);
     if (record && record->requiresHighlightCallback()) {
         highlightBadLinksInSelectedPage(record);
         return;

@@ -19,6 +19,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 
 #include <map>
@@ -30,6 +31,7 @@
 
 namespace orel {
 
+class HostThrottle;
 class HrefResolver;
 class LinkCheckerUrl;
 class OrelParser;
@@ -101,8 +103,13 @@ public:
     int getBadCollectionCount() const { return m_badCollectionCount; }
     bool isCrawlFinished() const { return m_crawlFinished; }
     bool isSinglePage() const { return m_singlePage; }
-    // Fetch starts scheduled (waiting for their delay) but not yet begun.
-    int pendingStarts() const { return m_pendingStarts; }
+    // Fetch starts scheduled (waiting for their delay) but not yet begun, with the links held
+    // back for their host or waiting to be tried again.
+    int pendingStarts() const;
+    // Links waiting to be tried again after a 429/503 answer, and for how long the last of them
+    // still waits: ", 2 waiting to retry (up to 4 s)" for a progress line, empty when none.
+    int waitingToRetry() const;
+    QString retryProgressText() const;
     LinkCheckerUrl *recordAt(int index) const; // nullptr past the end
     int recordCount() const { return int(getCount()); }
 
@@ -180,6 +187,7 @@ public:
     void incNumberDone(LinkCheckerUrl *record) override;
     void statusHasChangedFordO(LinkCheckerUrl *record) override;
     void incNumberValidated(LinkCheckerUrl *record) override;
+    bool retryLater(LinkCheckerUrl *record, std::optional<double> waitSeconds) override;
     bool stopPressed() const override { return m_stopPressed; }
     bool isRechecking() const override { return m_rechecking; }
     bool shouldTrim() const override;
@@ -429,6 +437,19 @@ private:
     void runLater();
     void addToTotals();
     bool linksLimitReached() const;
+
+    // Per-host caps, spacing and retries (see HostThrottle); idle while every setting is off
+    // and no host has throttled.
+    bool hostLimitsActive() const;
+    // A link held for its host whose host may take it now; nullptr when none.
+    LinkCheckerUrl *takeHeldLink();
+    // Whether record's host may take one more fetch now; if not, it is held for the host.
+    bool admitToHost(LinkCheckerUrl *record);
+    void noteHostStart(LinkCheckerUrl *record);
+    void noteHostEnd(LinkCheckerUrl *record);
+    // Wakes the scheduler when a host held back by its spacing frees up.
+    void armHostTimer();
+    void retryDue(LinkCheckerUrl *record, quint64 generation);
     int linksLimit() const;
     void resetLimitCounts();
     // A new link (by its registry key's hash) the links limit keeps out of the collection.
@@ -542,6 +563,8 @@ private:
 
     LimitCounts m_limits;
     std::unordered_set<size_t> m_linksOverLimit;
+    std::unique_ptr<HostThrottle> m_hostThrottle;
+    std::unique_ptr<QTimer> m_hostTimer;
 
     std::unique_ptr<LinkViews> m_views;
     std::unique_ptr<LinkExports> m_exports;

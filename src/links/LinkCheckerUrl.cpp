@@ -483,6 +483,7 @@ void LinkCheckerUrl::stampSentRequest(qint64 msSinceEpoch)
 {
     m_sentRequestMs = msSinceEpoch;
     m_numberOfRedirects = 0;
+    m_redirectHistory.reset(); // the hops of this fetch only
     if (m_extra)
         m_extra->timestamp = QString();
 }

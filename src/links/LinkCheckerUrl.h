@@ -356,6 +356,9 @@ private:
     void finishRecheck();
     // A validator's answer: its status, warnings and errors from the response headers.
     void readValidatorHeaders(const HeaderList &headers);
+    // A 429/503 answer the owner will try again: the answer and its redirects are forgotten.
+    bool handOverForRetry(int kind, const UrlResponse &response);
+    void noteRedirectHop(const QString &url);
     void postThreadHasFinished();
     void stampSentRequest(qint64 msSinceEpoch);
     void postIncNumberDone();

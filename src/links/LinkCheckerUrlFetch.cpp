@@ -12,6 +12,7 @@
 #include "links/LinkCheckerUrlExtras.h"
 #include "links/LinkOwner.h"
 #include "links/ReasonPhrase.h"
+#include "links/ThrottleAnswer.h"
 #include "links/myNSURLConnection.h"
 
 #include <new>
@@ -120,6 +121,9 @@ std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *con
         return std::nullopt;
     }
 
+    if (redirectResponse && kind != ValidatorRequest)
+        noteRedirectHop(proposed.url);
+
     if (proposed.url == getActualLinkUrl() || kind == ValidatorRequest)
         return next;
 
@@ -147,6 +151,14 @@ std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *con
     if (m_isStartingPoint && m_owner)
         m_owner->resetDomain(this);
     return next;
+}
+
+// Only redirected records pay for the list.
+void LinkCheckerUrl::noteRedirectHop(const QString &url)
+{
+    if (!m_redirectHistory)
+        m_redirectHistory = std::make_unique<QStringList>();
+    m_redirectHistory->append(url);
 }
 
 // ---- Authentication --------------------------------------------------------------------------
@@ -230,11 +242,16 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
         return;
     }
 
+    if (handOverForRetry(kind, response))
+        return;
+
     if (!response.isHttp) {
+        setBlocked(false);
         setStatus(QStringLiteral("200 no error (not http)"));
         m_isHTML = response.mimeType.contains(QLatin1String("html"), Qt::CaseInsensitive);
     } else {
         m_isHTML = headerValue(headers, "Content-Type").toLower().contains("html");
+        setBlocked(ThrottleAnswer::isBlockedAnswer(response.statusCode, headers));
         const QString text = statusText(response.statusCode);
         if (m_isBeingRechecked)
             setStatus(text);
@@ -275,6 +292,31 @@ void LinkCheckerUrl::didReceiveResponse(myNSURLConnection *connection, const Url
             // Not even that much is free: the body's first bytes will find out for good.
         }
     }
+}
+
+// A throttled ordinary check (429, or 503 without a bot challenge) goes back to the owner,
+// which fetches it again after a wait. Everything this fetch learnt is dropped, so that the next
+// try starts from the link's own URL as a first fetch would.
+bool LinkCheckerUrl::handOverForRetry(int kind, const UrlResponse &response)
+{
+    if (kind != CrawlFetch || !response.isHttp || !m_owner
+        || !ThrottleAnswer::isThrottle(response.statusCode)
+        || ThrottleAnswer::hasChallengeMarker(response.headers))
+        return false;
+    const auto asked =
+            ThrottleAnswer::retryAfter(response.headers, QDateTime::currentDateTimeUtc());
+    if (!m_owner->retryLater(this, asked))
+        return false;
+    cancelAndRelease();
+    m_status = QString();
+    m_redir = QByteArray();
+    m_nssredir = QString();
+    m_hasHadRedirSlashTrimmed = false;
+    m_isBeingRechecked = false;
+    m_isBlocked = false;
+    m_redirectHistory.reset();
+    m_sentRequestMs = -1; // not in flight: the end-of-crawl sweep leaves it alone
+    return true;
 }
 
 std::optional<QByteArray> LinkCheckerUrl::willCacheResponse(myNSURLConnection *connection,
@@ -342,6 +384,7 @@ void LinkCheckerUrl::didFailWithError(myNSURLConnection *connection, const UrlEr
         return;
     }
 
+    setBlocked(false);
     setStatus(error.localizedDescription);
     if (m_isBeingRechecked) {
         finishRecheck();

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 namespace orel {
 
@@ -57,6 +58,16 @@ public:
     virtual int numberOfLinksOnThisPage(const QString &page) const;
     virtual void showInspector(LinkCheckerUrl *record);
     virtual void highlightBadLinksInSelectedPage(LinkCheckerUrl *record);
+
+    // A 429 or 503 answer to an ordinary check: whether the owner will fetch the record again
+    // later (it then releases the slot itself; the record drops this answer). waitSeconds is
+    // what "Retry-After" asked for, if anything. Owners that do not retry keep the default.
+    virtual bool retryLater(LinkCheckerUrl *record, std::optional<double> waitSeconds)
+    {
+        (void)record;
+        (void)waitSeconds;
+        return false;
+    }
 
     // "Post, no wait": runs fn on the main thread in a later pass of the event loop. Owners that
     // delete records (a new crawl) override it to drop calls for records already gone.

@@ -5,6 +5,7 @@
 #include "common/UserDefaults.h"
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
+#include "reports/LinkVerdict.h"
 #include "reports/LinkViews.h"
 
 #include <algorithm>
@@ -166,6 +167,8 @@ QVariant ByLinkModel::data(const QModelIndex &index, int role) const
         }
         return LinkViews::byLinkValue(record, id);
     }
+    if (role == VerdictRole)
+        return linkVerdict(record);
     if (role == Qt::BackgroundRole && !child) {
         if (const std::optional<Colour> colour = m_views.rowColour(record))
             return QVariant::fromValue(*colour);

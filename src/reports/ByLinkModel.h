@@ -13,6 +13,7 @@ class LinkViews;
 
 // A thin adapter over LinkViews: rows come from its index of shown records, cells from its
 // by-link values, and its row announcements become row inserts, removals and dataChanged.
+// VerdictRole answers the link's verdict (LinkVerdict.h): "good", "bad" or "blocked".
 // Qt::BackgroundRole answers the row's Colour (a QVariant holding orel::Colour) or nothing.
 class ByLinkModel : public OutlineModel
 {

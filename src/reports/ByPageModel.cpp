@@ -3,6 +3,7 @@
 
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
+#include "reports/LinkVerdict.h"
 #include "reports/LinkViews.h"
 
 namespace orel {
@@ -151,6 +152,8 @@ QVariant ByPageModel::data(const QModelIndex &index, int role) const
         const OrelOnPage occurrence(link->record, link->occurrence);
         return LinkViews::byPageValue(&occurrence, id);
     }
+    if (role == VerdictRole)
+        return linkVerdict(link->record);
     if (role == Qt::BackgroundRole) {
         if (const std::optional<Colour> colour = m_views.rowColour(link->record))
             return QVariant::fromValue(*colour);

@@ -22,6 +22,7 @@ class OrelOnPage;
 // kept until the next change. The index's order of pages is a hash order, which a new page
 // may reshuffle, so changes during a crawl are taken as a layout change (rows keep their
 // selection by page), at most once per refresh interval; whole-list changes reset the model.
+// VerdictRole answers the link's verdict (LinkVerdict.h): "good", "bad" or "blocked".
 // Qt::BackgroundRole of a child answers its link's Colour (a QVariant holding orel::Colour).
 class ByPageModel : public OutlineModel
 {

@@ -1,6 +1,7 @@
 // The flat list as a Qt item model.
 #include "reports/FlatListModel.h"
 
+#include "reports/LinkVerdict.h"
 #include "reports/OrelReportDataSource.h"
 
 namespace orel {
@@ -57,6 +58,8 @@ QVariant FlatListModel::data(const QModelIndex &index, int role) const
         if (const std::optional<Colour> colour = m_source.labelColorForRow(nullptr, index.row()))
             return QVariant::fromValue(*colour);
         return {};
+    case VerdictRole:
+        return linkVerdict(item->getLinkCheckerUrl());
     default:
         return {};
     }

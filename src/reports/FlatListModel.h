@@ -16,6 +16,7 @@ class OrelReportDataSource;
 // the source (filter, bad-links-only switch, sort, a new build, a column shown or hidden) resets
 // the model; a reload of values (the crawl moved on) marks every cell changed.
 //
+// VerdictRole answers the link's verdict (LinkVerdict.h): "good", "bad" or "blocked".
 // Qt::BackgroundRole answers the source's labelColorForRow() for the row as a QVariant holding a
 // Colour (an invalid QVariant when the row has none). The core has no GUI types, so the desktop
 // program registers the conversions once at start, after which item delegates paint it as they

@@ -6,6 +6,8 @@
 #include "common/UserDefaults.h"
 #include "reports/ByLinkModel.h"
 #include "reports/ByPageModel.h"
+#include "reports/FlatListModel.h"
+#include "reports/LinkVerdict.h"
 #include "reports/LinkViews.h"
 
 #include <QAbstractItemModelTester>
@@ -233,4 +235,62 @@ TEST_F(LinkModelsTest, ReloadsFollowTheTabAndTheSwitchNamesItsNextPress)
     EXPECT_EQ(hub->showHideGoodLinks(), "Show all links");
     EXPECT_EQ(hub->views().showHideGoodLinksImage(), "showAllImage");
     EXPECT_EQ(hub->showHideGoodLinks(), "Bad links only");
+}
+
+// Each model answers a link's verdict beside its colour: a refusal of the crawler reads
+// "blocked", not "bad"; an unchecked link has none.
+TEST_F(LinkModelsTest, ModelsAnswerEachLinksVerdict)
+{
+    QTemporaryDir dir;
+    test::writeFile(dir.filePath("index.html"),
+                    "<a href=\"/final\">f</a><a href=\"/status/404\">nf</a>"
+                    "<a href=\"/respond?status=999\">refused</a>");
+    test::FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    controls.qsButton = CheckState::Off;
+    newHub();
+    ByLinkModel byLink(hub->views());
+    ByPageModel byPage(hub->views());
+    QAbstractItemModelTester linkTester(&byLink);
+    QAbstractItemModelTester pageTester(&byPage);
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    hub->report().doReport(*hub);
+    FlatListModel flat(hub->report());
+    QAbstractItemModelTester flatTester(&flat);
+
+    const std::pair<const char *, const char *> expected[] = { { "/index.html", "good" },
+                                                               { "/final", "good" },
+                                                               { "/status/404", "bad" },
+                                                               { "/respond?status=999",
+                                                                 "blocked" } };
+    for (const auto &[path, verdict] : expected) {
+        const QString url = server.url(path);
+        QStringList seen;
+        for (int row = 0; row < byLink.rowCount(); ++row) {
+            const QModelIndex i = byLink.index(row, 0);
+            if (byLink.recordAt(i)->getLinkUrl() == url)
+                seen << "link:" + byLink.data(i, VerdictRole).toString();
+        }
+        for (int row = 0; row < flat.rowCount(); ++row) {
+            const QModelIndex i = flat.index(row, 0);
+            if (hub->report().rowAt(row)->getLinkCheckerUrl()->getLinkUrl() == url)
+                seen << "flat:" + flat.data(i, VerdictRole).toString();
+        }
+        for (int row = 0; row < byPage.rowCount(); ++row) {
+            const QModelIndex page = byPage.index(row, 0);
+            EXPECT_FALSE(byPage.data(page, VerdictRole).isValid()); // a page row is no link
+            for (int c = 0; c < byPage.rowCount(page); ++c) {
+                const QModelIndex i = byPage.index(c, 0, page);
+                if (byPage.occurrenceAt(i)->getLcurl()->getLinkUrl() == url)
+                    seen << "page:" + byPage.data(i, VerdictRole).toString();
+            }
+        }
+        const QString v = QString::fromUtf8(verdict);
+        const QStringList all = path == QByteArray("/index.html")
+                ? QStringList { "link:" + v }
+                : QStringList { "link:" + v, "flat:" + v, "page:" + v };
+        EXPECT_EQ(seen, all) << path;
+    }
+    LinkCheckerUrl unchecked(nullptr);
+    EXPECT_FALSE(linkVerdict(&unchecked).isValid());
 }
