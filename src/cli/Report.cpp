@@ -107,8 +107,9 @@ Report collectReport(LinkCheckerHub &hub, bool interrupted, bool failOnBlocked)
     }
     r.limits = hub.limitMessages();
     r.summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
+    // Blocked links are in the designed bad count; the summary counts them apart from it.
     if (r.blocked > 0)
-        r.summary += QStringLiteral(", %1 blocked").arg(r.blocked);
+        r.summary = hub.summaryText(r.bad) + QStringLiteral(", %1 blocked").arg(r.blocked);
     if (interrupted)
         r.summary += QStringLiteral(" (interrupted)");
     return r;

@@ -85,6 +85,8 @@ public:
     QString countText() const { return m_countText; }
     // The summary text "%i of %i links checked, %i bad" for the current counters.
     QString summaryText() const;
+    // The same with another bad count: the command line counts blocked links apart.
+    QString summaryText(int bad) const { return countLine(m_numberDone, recordCount(), bad); }
     // The start URL after normalisation (shown in the window).
     QString startUrl() const { return m_startUrl; }
 

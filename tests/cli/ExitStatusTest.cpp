@@ -146,6 +146,26 @@ TEST_F(ExitStatusTest, BlockedLinksCountOnlyWithFailOnBlocked)
         EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
         EXPECT_EQ(r.out, "2 of 2 links checked, 0 bad\n");
     }
+
+    // A crawler refused (999, a challenge) is blocked, listed apart from the missing page and
+    // counted apart from the bad links; only --fail-on-blocked makes it fail the run.
+    FixtureServer server(site.path());
+    ASSERT_TRUE(server.isRunning());
+    writeFile(site.filePath("index.html"),
+              "<a href=\"/respond?status=999\">b</a>"
+              "<a href=\"/respond?status=403&h=cf-mitigated:challenge\">c</a>");
+    const QStringList crawl { "crawl", server.url("/index.html"), "--set", "qsButton=off" };
+    CliRun r = runCli(crawl);
+    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.endsWith("3 of 3 links checked, 0 bad, 2 blocked\n")) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains("999 unknown")) << r.out.toStdString();
+    r = runCli(crawl + QStringList { "--fail-on-blocked" });
+    EXPECT_EQ(r.exitCode, 1);
+    writeFile(site.filePath("index.html"),
+              "<a href=\"/respond?status=999\">b</a><a href=\"/missing.html\">m</a>");
+    r = runCli(crawl);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_TRUE(r.out.endsWith("3 of 3 links checked, 1 bad, 1 blocked\n")) << r.out.toStdString();
 }
 
 TEST_F(ExitStatusTest, LimitsThatStoppedTheCrawlAreSaidOnStderrAndInTheReport)
