@@ -3,7 +3,7 @@
 
 #include "reports/Colour.h"
 
-#include <QAbstractTableModel>
+#include "reports/ColumnsTableModel.h"
 #include <QList>
 
 namespace orel {
@@ -23,7 +23,7 @@ class OrelReportDataSource;
 // would a QColor:
 //     QMetaType::registerConverter<orel::Colour, QColor>(toQColor);
 //     QMetaType::registerConverter<orel::Colour, QBrush>(toQBrush);
-class FlatListModel : public QAbstractTableModel
+class FlatListModel : public ColumnsTableModel
 {
     Q_OBJECT
 public:
@@ -32,11 +32,7 @@ public:
     OrelReportDataSource &source() const { return m_source; }
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
-    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-    Qt::ItemFlags flags(const QModelIndex &index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
 private:
@@ -44,8 +40,6 @@ private:
 
     OrelReportDataSource &m_source;
     // The source's shown columns, taken again on every reset: data() reads them per cell.
-    QStringList m_columnIds;
-    QStringList m_columnTitles;
 };
 
 } // namespace orel

@@ -2,7 +2,7 @@
 // model; main thread.
 #pragma once
 
-#include <QAbstractTableModel>
+#include "reports/ColumnsTableModel.h"
 #include <QList>
 
 namespace orel {
@@ -11,23 +11,17 @@ class SEOManager;
 
 // A thin table over the SEO manager's duplicates rows; each cell the page's field of the column.
 // A new selection in the SEO table resets it.
-class DuplicatesModel : public QAbstractTableModel
+class DuplicatesModel : public ColumnsTableModel
 {
     Q_OBJECT
 public:
     explicit DuplicatesModel(SEOManager &manager, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
-    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-    Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 private:
     SEOManager &m_manager;
-    QStringList m_columnIds;
-    QStringList m_columnTitles;
 };
 
 } // namespace orel

@@ -1,10 +1,7 @@
 // The page-weight table as a Qt item model for the desktop window; main thread.
 #pragma once
 
-#include <QAbstractTableModel>
-#include <QList>
-
-#include "reports/TableDescription.h"
+#include "reports/ColumnsTableModel.h"
 
 namespace orel {
 
@@ -14,23 +11,18 @@ class PageWeightGatherer;
 // identifier of the n-th visible record, no row colouring, and a header click sorting as the
 // data source sorts. A change of rows in the gatherer (a new run, the page's resources found, a
 // sort) resets the model; a fetch moving on marks every cell changed.
-class PageWeightModel : public QAbstractTableModel
+class PageWeightModel : public ColumnsTableModel
 {
     Q_OBJECT
 public:
     explicit PageWeightModel(PageWeightGatherer &gatherer, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
-    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-    Qt::ItemFlags flags(const QModelIndex &index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
 private:
     PageWeightGatherer &m_gatherer;
-    const QList<TableColumn> m_columns;
 };
 
 } // namespace orel

@@ -6,7 +6,7 @@
 namespace orel {
 
 SeoTableModel::SeoTableModel(SEOManager &manager, QObject *parent)
-    : QAbstractTableModel(parent), m_manager(manager)
+    : ColumnsTableModel(parent), m_manager(manager)
 {
     takeSnapshot();
     SeoTable &table = manager.getSEOTableView();
@@ -21,12 +21,7 @@ SeoTableModel::SeoTableModel(SEOManager &manager, QObject *parent)
 void SeoTableModel::takeSnapshot()
 {
     m_rows = m_manager.numberOfRowsInSEOTable();
-    m_columnIds.clear();
-    m_columnTitles.clear();
-    for (const TableColumn &column : m_manager.getSEOTableView().columns()) {
-        m_columnIds.append(column.identifier);
-        m_columnTitles.append(column.title);
-    }
+    setColumns(m_manager.getSEOTableView().columns());
 }
 
 void SeoTableModel::refresh()
@@ -44,8 +39,7 @@ void SeoTableModel::refresh()
         endResetModel();
         return;
     }
-    if (m_rows > 0 && !m_columnIds.isEmpty())
-        Q_EMIT dataChanged(index(0, 0), index(m_rows - 1, int(m_columnIds.size()) - 1));
+    allValuesChanged();
 }
 
 int SeoTableModel::rowCount(const QModelIndex &parent) const
@@ -53,38 +47,18 @@ int SeoTableModel::rowCount(const QModelIndex &parent) const
     return parent.isValid() ? 0 : m_rows;
 }
 
-int SeoTableModel::columnCount(const QModelIndex &parent) const
-{
-    return parent.isValid() ? 0 : int(m_columnIds.size());
-}
-
 QVariant SeoTableModel::data(const QModelIndex &index, int role) const
 {
     if (role != Qt::DisplayRole || !checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    return m_manager.SEOObjectValue(m_columnIds.at(index.column()), index.row());
-}
-
-QVariant SeoTableModel::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0
-        || section >= m_columnTitles.size())
-        return {};
-    return m_columnTitles.at(section);
-}
-
-Qt::ItemFlags SeoTableModel::flags(const QModelIndex &index) const
-{
-    if (!index.isValid())
-        return Qt::NoItemFlags;
-    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
+    return m_manager.SEOObjectValue(columnId(index.column()), index.row());
 }
 
 void SeoTableModel::sort(int column, Qt::SortOrder order)
 {
-    if (column < 0 || column >= m_columnIds.size())
+    if (!hasColumn(column))
         return;
-    m_manager.sortSEOTable(m_columnIds.at(column), order == Qt::AscendingOrder);
+    m_manager.sortSEOTable(columnId(column), order == Qt::AscendingOrder);
 }
 
 } // namespace orel

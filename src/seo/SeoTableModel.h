@@ -1,7 +1,7 @@
 // The SEO table as a Qt item model for the desktop program's table view; main thread.
 #pragma once
 
-#include <QAbstractTableModel>
+#include "reports/ColumnsTableModel.h"
 #include <QList>
 
 namespace orel {
@@ -13,18 +13,14 @@ class SEOManager;
 // while a phrase is set) and sorting by a click on a column. Wholesale changes (phrase, sort,
 // columns, a new crawl) reset the model; a reload of the table appends the pages admitted since
 // the last look when nothing else changed, and otherwise resets.
-class SeoTableModel : public QAbstractTableModel
+class SeoTableModel : public ColumnsTableModel
 {
     Q_OBJECT
 public:
     explicit SeoTableModel(SEOManager &manager, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
-    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-    Qt::ItemFlags flags(const QModelIndex &index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
     // Takes in pages admitted since the last look (the crawl goes on).
@@ -36,8 +32,6 @@ private:
     SEOManager &m_manager;
     // The rows and columns as last announced: the view must never see more than that.
     int m_rows = 0;
-    QStringList m_columnIds;
-    QStringList m_columnTitles;
 };
 
 } // namespace orel

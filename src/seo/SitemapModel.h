@@ -1,7 +1,7 @@
 // The sitemap table as a Qt item model for the desktop program's table view; main thread.
 #pragma once
 
-#include <QAbstractTableModel>
+#include "reports/ColumnsTableModel.h"
 #include <QStringList>
 
 namespace orel {
@@ -14,17 +14,14 @@ class SEOManager;
 // and new change frequencies reset the model; pages admitted while a crawl runs appear at the
 // next reload(), which the view calls with its other reloads (a reset per page would cost a
 // rebuild of the collection per page).
-class SitemapModel : public QAbstractTableModel
+class SitemapModel : public ColumnsTableModel
 {
     Q_OBJECT
 public:
     explicit SitemapModel(SEOManager &seo, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
-    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
     // The view reads the collection again.
@@ -32,8 +29,6 @@ public:
 
 private:
     SEOManager &m_seo;
-    QStringList m_columnIds;
-    QStringList m_columnTitles;
 };
 
 } // namespace orel

@@ -6,11 +6,9 @@
 namespace orel {
 
 ValidationModel::ValidationModel(SEOManager &manager, QObject *parent)
-    : QAbstractTableModel(parent),
-      m_manager(manager),
-      m_columns(manager.validatorTable()->columns()),
-      m_rows(manager.numberOfValidatorRows())
+    : ColumnsTableModel(parent), m_manager(manager), m_rows(manager.numberOfValidatorRows())
 {
+    setColumns(manager.validatorTable()->columns());
     connect(&manager, &SEOManager::validationChanged, this, &ValidationModel::reset);
 }
 
@@ -26,11 +24,6 @@ int ValidationModel::rowCount(const QModelIndex &parent) const
     return parent.isValid() ? 0 : m_rows;
 }
 
-int ValidationModel::columnCount(const QModelIndex &parent) const
-{
-    return parent.isValid() ? 0 : int(m_columns.size());
-}
-
 QVariant ValidationModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
@@ -40,7 +33,7 @@ QVariant ValidationModel::data(const QModelIndex &index, int role) const
         return {};
     switch (role) {
     case Qt::DisplayRole:
-        return page->getFieldByName(m_columns.at(index.column()).identifier);
+        return page->getFieldByName(columnId(index.column()));
     case ColourClassRole:
         return page->getValidatorColour();
     default:
@@ -48,26 +41,11 @@ QVariant ValidationModel::data(const QModelIndex &index, int role) const
     }
 }
 
-QVariant ValidationModel::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0
-        || section >= m_columns.size())
-        return {};
-    return m_columns.at(section).title;
-}
-
-Qt::ItemFlags ValidationModel::flags(const QModelIndex &index) const
-{
-    if (!index.isValid())
-        return Qt::NoItemFlags;
-    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
-}
-
 void ValidationModel::sort(int column, Qt::SortOrder order)
 {
-    if (column < 0 || column >= m_columns.size())
+    if (!hasColumn(column))
         return;
-    const QString &id = m_columns.at(column).identifier;
+    const QString &id = columnId(column);
     beginResetModel();
     m_manager.sortByColumn(id, order == Qt::AscendingOrder,
                            OrelDataObject::isNumber(id) ? bhDataSource::SortAsNumber

@@ -1,7 +1,7 @@
 // The validation table as a Qt item model for the desktop program's table view; main thread.
 #pragma once
 
-#include <QAbstractTableModel>
+#include "reports/ColumnsTableModel.h"
 #include <QList>
 
 #include "reports/TableDescription.h"
@@ -17,7 +17,7 @@ class SEOManager;
 //
 // ColourClassRole answers the page's validator colour class (2 for "Invalid", else 0), which the
 // desktop program maps to its colour wells.
-class ValidationModel : public QAbstractTableModel
+class ValidationModel : public ColumnsTableModel
 {
     Q_OBJECT
 public:
@@ -26,18 +26,13 @@ public:
     explicit ValidationModel(SEOManager &manager, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
-    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-    Qt::ItemFlags flags(const QModelIndex &index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
 private:
     void reset();
 
     SEOManager &m_manager;
-    QList<TableColumn> m_columns;
     int m_rows = 0;
 };
 
