@@ -14,6 +14,7 @@
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
 #include "engine/LinkCheckerHub.h"
+#include "engine/LocalSite.h"
 #include "links/myNSURLConnection.h"
 
 #include <QCoreApplication>
@@ -188,6 +189,7 @@ QString loadSettings(const Options &o, OrelConfigManager &manager, SettingsContr
             url = QFileInfo(url).absoluteFilePath();
         controls.urlField = url;
     }
+    LocalSite::startInFolder(controls); // a site's folder: its index.html, the folder its root
     return {};
 }
 
