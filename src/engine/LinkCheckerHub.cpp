@@ -10,7 +10,10 @@
 #include "common/UrlParts.h"
 #include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
+#include "engine/AnchorCheck.h"
 #include "engine/CrawlScope.h"
+#include "engine/LocalSite.h"
+#include "engine/RobotsGate.h"
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
 #include "links/myNSURLConnection.h"
@@ -124,6 +127,7 @@ void LinkCheckerHub::go()
     }
     m_startUrl = url;
     Q_EMIT startUrlChanged(url);
+    prepareScopeChecks(url);
 
     if (m_configManager) {
         m_checkBlacklistArray = m_configManager->getCheckBlacklistArray();
@@ -169,7 +173,10 @@ void LinkCheckerHub::go()
 
     // The start record goes at once. The slot and the place are taken before the fetch starts so
     // that a fetch ending on the spot (a badly formed URL) finds the counters already moved on.
-    if (LinkCheckerUrl *first = recordAt(m_nextUrlToCrawl)) {
+    // With robots.txt read, the start waits for its host's file like every other link.
+    if (m_robots) {
+        getNextUrlToCrawl();
+    } else if (LinkCheckerUrl *first = recordAt(m_nextUrlToCrawl)) {
         ++m_numberOfThreadsDetached;
         ++m_nextUrlToCrawl;
         sendAsyncServerResponse(first);
@@ -187,6 +194,8 @@ void LinkCheckerHub::haltFetches()
     m_stopPressed = true;
     ++m_generation; // delayed starts and queued calls of the paused part are dropped
     m_seo->setStopPressed(true);
+    if (m_robots)
+        m_robots->cancel();
     // Abandon the fetches in flight now, so that a quick "Continue" cannot run two fetches for
     // one record; their records keep no status and are fetched again on continuing.
     for (OrelDataObject *item : items()) {
@@ -349,19 +358,25 @@ bool LinkCheckerHub::getNextUrlToCrawl()
     const int slots = m_controls->numberOfThreads;
     while (!m_stopPressed
            && (m_numberOfThreadsDetached < slots || m_numberOfThreadsDetached == 0)) {
-        LinkCheckerUrl *record = recordAt(m_nextUrlToCrawl);
+        // Links that waited for their host's robots.txt go first.
+        LinkCheckerUrl *record = m_robots ? m_robots->takeReleased() : nullptr;
         if (!record) {
-            isFinished();
-            return false;
-        }
-        while (record->isGoodLink() || record->isExempt()) {
-            record = recordAt(++m_nextUrlToCrawl);
+            record = recordAt(m_nextUrlToCrawl);
             if (!record) {
                 isFinished();
                 return false;
             }
+            while (record->isGoodLink() || record->isExempt()) {
+                record = recordAt(++m_nextUrlToCrawl);
+                if (!record) {
+                    isFinished();
+                    return false;
+                }
+            }
+            ++m_nextUrlToCrawl;
+            if ((m_robots || m_anchors) && heldBack(record))
+                continue;
         }
-        ++m_nextUrlToCrawl;
         startAfterDelay(record, m_controls->delayField);
         ++m_numberOfThreadsDetached; // a scheduled start holds its slot
         scheduled = true;
@@ -421,6 +436,8 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
     const QString referer = UrlParts::withoutUserInfo(record->getLastOnPageUrl());
     if (!referer.isEmpty())
         request.setHeader("Referer", referer.toUtf8());
+    if (m_localSite)
+        m_localSite->prepare(request);
 
     record->setSentRequest();
     auto *connection = new myNSURLConnection(request, record,
@@ -461,6 +478,8 @@ bool LinkCheckerHub::isFinished()
             }
             --m_numberOfThreadsDetached;
             ++done;
+            if (m_anchors)
+                fetchEnded(record);
         }
     }
     m_numberDone = done;
@@ -558,6 +577,8 @@ void LinkCheckerHub::incNumberDone(LinkCheckerUrl *record)
         updateCountField();
     m_seo->incNumberDone();
     Q_EMIT countChanged(m_numberDone, size, m_badCollectionCount);
+    if (m_anchors && record)
+        fetchEnded(record);
 }
 
 void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)
