@@ -30,7 +30,10 @@ LocalSite::LocalSite(const QString &folder)
 
 std::unique_ptr<LocalSite> LocalSite::forRoot(const QString &root)
 {
-    const QString path = localPathOf(root.trimmed());
+    // A folder may be named relative to the working folder (a command line's argument).
+    const QString text = root.trimmed();
+    const QString path =
+            text.startsWith(QLatin1String("file:"), Qt::CaseInsensitive) ? localPathOf(text) : text;
     if (path.isEmpty() || !QFileInfo(path).isDir())
         return nullptr;
     QString folder = QDir::cleanPath(QFileInfo(path).absoluteFilePath());

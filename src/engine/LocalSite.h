@@ -18,7 +18,8 @@ struct UrlRequest;
 class LocalSite
 {
 public:
-    // The site in root (a folder); none when root is empty or names no folder.
+    // The site in root (a folder: a path, relative to the working folder or not, or a file://
+    // URL); none when root is empty or names no folder.
     static std::unique_ptr<LocalSite> forRoot(const QString &root);
 
     // A start that names a folder (a path or a file:// URL) becomes the folder's index.html, and
