@@ -20,9 +20,15 @@ class LinkCheckerUrl;
 class AnchorCheck
 {
 public:
+    struct Decisions
+    {
+        std::vector<LinkCheckerUrl *> decided; // waited for the page, now have a status
+        std::vector<LinkCheckerUrl *> changed; // decided before, given another status now
+    };
     // The page's fetch has ended (its body, when it had one, is still there): its names are
-    // kept when it is an HTML page, and the records waiting for it are decided. Answers those.
-    std::vector<LinkCheckerUrl *> pageDone(LinkCheckerUrl *page);
+    // kept when it is an HTML page, and the records waiting for it are decided. A page fetched
+    // again (a re-check, status only) keeps the names read before and decides its records anew.
+    Decisions pageDone(LinkCheckerUrl *page);
 
     // A new fragment record for page: decided at once when the page's fetch has already ended
     // (answers true), else it waits for pageDone().
@@ -51,6 +57,7 @@ private:
         bool html = false;
         std::vector<quint64> names; // see AnchorNames
         std::vector<Waiting> waiting;
+        std::vector<Waiting> decided;
     };
 
     QHash<const LinkCheckerUrl *, Page> m_pages;

@@ -65,8 +65,11 @@ void LinkCheckerHub::fetchEnded(LinkCheckerUrl *record)
 {
     if (!record->isInternal() || m_anchors->isFragmentRecord(record))
         return;
-    for (LinkCheckerUrl *decided : m_anchors->pageDone(record))
+    const AnchorCheck::Decisions decisions = m_anchors->pageDone(record);
+    for (LinkCheckerUrl *decided : decisions.decided)
         incNumberDone(decided);
+    for (LinkCheckerUrl *changed : decisions.changed)
+        statusHasChangedFordO(changed);
 }
 
 void LinkCheckerHub::checkFragment(const PageReading &reading, PendingHref &p)

@@ -106,6 +106,27 @@ TEST_F(AnchorCrawl, AFragmentMetAfterItsPageWasReadIsDecidedAtOnce)
     EXPECT_EQ(hub->getBadCollectionCount(), 2);
 }
 
+TEST_F(AnchorCrawl, ARecheckOfAFixedPageDecidesItsFragmentsAnew)
+{
+    FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    ASSERT_TRUE(crawl(server.url("/index.html")));
+    ASSERT_EQ(record(server.url("/missing.html#y"))->getStatus(), "404 not found");
+
+    writeFile(dir.path() + "/missing.html", "<p id=\"y\">here now</p>");
+    hub->reCheckBadItems();
+    ASSERT_TRUE(runToEnd());
+    EXPECT_EQ(record(server.url("/missing.html"))->getStatus(), "200 no error");
+    // A re-check reads statuses only: the fragment fares as its page now does.
+    EXPECT_EQ(record(server.url("/missing.html#y"))->getStatus(), "200 no error");
+    EXPECT_FALSE(record(server.url("/missing.html#y"))->isInBadCollection());
+    // Names the pages lack stay missing; fragment records are never fetched.
+    EXPECT_EQ(record(server.url("/a.html#gone"))->getStatus(), "missing anchor");
+    EXPECT_EQ(hub->getBadCollectionCount(), 3);
+    for (const QString &line : server.requestLog())
+        EXPECT_FALSE(line.contains('#')) << line.toStdString();
+}
+
 TEST_F(AnchorCrawl, OffFragmentsShareTheirPagesRecord)
 {
     settings("checkAnchorsButton=0");
