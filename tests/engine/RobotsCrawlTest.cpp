@@ -108,6 +108,50 @@ TEST_F(RobotsCrawl, EachHostHasItsOwnFileAndAHostWithoutOneGivesNoRules)
     EXPECT_EQ(hub->getBadCollectionCount(), 0);
 }
 
+TEST_F(RobotsCrawl, TheAnswerToTheFileDecidesAsRfc9309Says)
+{
+    // robots.status makes the server answer /robots.txt with that code; the body always
+    // forbids /a.html, so only a 2xx reaches the rules.
+    struct Case
+    {
+        const char *answer; // "" for a plain 200
+        const char *aStatus;
+        const char *bStatus;
+    };
+    const char *blocked = "blocked by robots.txt";
+    const Case cases[] = {
+        { "", blocked, "200 no error" },
+        { "404", "200 no error", "200 no error" }, // unavailable: everything allowed
+        { "410", "200 no error", "200 no error" },
+        { "503", blocked, blocked }, // unreachable: nothing allowed
+        { "500", blocked, blocked },
+        { "301 /moved-robots.txt", "200 no error", blocked }, // redirect followed
+    };
+    for (const Case &c : cases) {
+        QTemporaryDir root;
+        writeFile(root.path() + "/robots.txt", "User-agent: *\nDisallow: /a.html\n");
+        writeFile(root.path() + "/moved-robots.txt", "User-agent: *\nDisallow: /b.html\n");
+        if (*c.answer)
+            writeFile(root.path() + "/robots.status", c.answer);
+        writeFile(root.path() + "/index.html",
+                  "<a href=\"/a.html\">a</a><a href=\"/b.html\">b</a>");
+        writeFile(root.path() + "/a.html", "<p>a</p>");
+        writeFile(root.path() + "/b.html", "<p>b</p>");
+        FixtureServer server(root.path());
+        ASSERT_TRUE(server.isRunning());
+        newHub();
+        ASSERT_TRUE(crawl(server.url("/index.html"))) << c.answer;
+        if (c.aStatus == blocked && c.bStatus == blocked) {
+            // The start page is refused too: nothing else is found.
+            EXPECT_EQ(hub->recordAt(0)->getStatus(), blocked) << c.answer;
+            EXPECT_EQ(hub->recordCount(), 1) << c.answer;
+            continue;
+        }
+        EXPECT_EQ(status(server.url("/a.html")), c.aStatus) << c.answer;
+        EXPECT_EQ(status(server.url("/b.html")), c.bStatus) << c.answer;
+    }
+}
+
 TEST_F(RobotsCrawl, AStartPageTheFileForbidsEndsTheCrawlAtOnce)
 {
     writeFile(dir.path() + "/robots.txt", "User-agent: *\nDisallow: /\n");
