@@ -103,7 +103,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *input, size_t size)
     if (!std::is_sorted(names.begin(), names.end())
         || std::adjacent_find(names.begin(), names.end()) != names.end())
         __builtin_trap();
-    (void)orel::AnchorNames::contains(names, QByteArrayView(page).left(16));
+    (void)orel::AnchorNames::contains(
+            names, QByteArrayView(page).first(std::min<qsizetype>(16, page.size())));
 
     QString text = QString::fromUtf8(page);
     (void)OrelParser::pullOutHref(text);
