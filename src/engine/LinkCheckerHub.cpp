@@ -96,6 +96,11 @@ void LinkCheckerHub::discardResults()
     m_listOnly = false;
     m_seo->clear();
 
+    // The scope checks remember records of the old run; they go with them.
+    m_robots.reset();
+    m_anchors.reset();
+    m_localSite.reset();
+
     // The old run's records go; their connections must not call back into them.
     for (OrelDataObject *item : items()) {
         auto *record = static_cast<LinkCheckerUrl *>(item);
