@@ -1,5 +1,6 @@
 // Drives every reader of the page scanner over arbitrary bytes. The first byte picks the
 // constructor flags and the mode; the rest is the page.
+#include "parser/AnchorNames.h"
 #include "parser/OrelDbItem.h"
 #include "parser/OrelParser.h"
 #include "parser/OrelXmlTag.h"
@@ -7,6 +8,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -95,6 +97,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *input, size_t size)
     });
     p->reset();
     drain(bound, [&] { return p->getItem() != nullptr; });
+
+    // The fragment-name pass: its answer is sorted and unique whatever the bytes.
+    const std::vector<quint64> names = orel::AnchorNames::scan(page);
+    if (!std::is_sorted(names.begin(), names.end())
+        || std::adjacent_find(names.begin(), names.end()) != names.end())
+        __builtin_trap();
+    (void)orel::AnchorNames::contains(
+            names, QByteArrayView(page).first(std::min<qsizetype>(16, page.size())));
 
     QString text = QString::fromUtf8(page);
     (void)OrelParser::pullOutHref(text);

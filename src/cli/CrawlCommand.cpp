@@ -11,6 +11,7 @@
 #include "SeoOptions.h"
 #include "ValidateOptions.h"
 
+#include "common/Localize.h"
 #include "common/Log.h"
 #include "common/ScriptedDialogs.h"
 #include "common/SettingsControls.h"
@@ -20,6 +21,7 @@
 #include "engine/CrawlScope.h"
 #include "engine/LinkCheckerHub.h"
 #include "links/LinkCheckerUrl.h"
+#include "engine/LocalSite.h"
 #include "links/myNSURLConnection.h"
 
 #include <QCoreApplication>
@@ -209,6 +211,7 @@ QString loadSettings(const Options &o, OrelConfigManager &manager, SettingsContr
             url = QFileInfo(url).absoluteFilePath();
         controls.urlField = url;
     }
+    LocalSite::startInFolder(controls); // a site's folder: its index.html, the folder its root
     return {};
 }
 
@@ -349,6 +352,12 @@ RunOutcome crawlUntilDone(LinkCheckerHub &hub, bool progress, const std::functio
 QString startError(LinkCheckerHub &hub, const RunOutcome &outcome)
 {
     const LinkCheckerUrl *start = hub.recordAt(0);
+    if (start && start->isStartingPoint()
+        && start->getStatus() == localized("blocked by robots.txt"))
+        return QStringLiteral("cannot crawl from %1: the site's robots.txt disallows it for the "
+                              "user agent \"%2\"")
+                .arg(UrlParts::withoutUserInfo(start->getLinkUrl()),
+                     hub.controls()->userAgentString);
     if (!start || !start->isStartingPoint() || start->isGoodLink())
         return {};
     const QString status = start->getStatus();

@@ -10,8 +10,11 @@
 #include "common/UrlParts.h"
 #include "common/UserDefaults.h"
 #include "config/OrelConfigManager.h"
+#include "engine/AnchorCheck.h"
 #include "engine/CrawlScope.h"
 #include "engine/HostThrottle.h"
+#include "engine/LocalSite.h"
+#include "engine/RobotsGate.h"
 #include "links/LinkCheckerUrl.h"
 #include "links/OrelOnPage.h"
 #include "links/myNSURLConnection.h"
@@ -98,6 +101,11 @@ void LinkCheckerHub::discardResults()
     m_hostThrottle->clear(true);
     m_seo->clear();
 
+    // The scope checks remember records of the old run; they go with them.
+    m_robots.reset();
+    m_anchors.reset();
+    m_localSite.reset();
+
     // The old run's records go; their connections must not call back into them.
     for (OrelDataObject *item : items()) {
         auto *record = static_cast<LinkCheckerUrl *>(item);
@@ -129,6 +137,7 @@ void LinkCheckerHub::go()
     }
     m_startUrl = url;
     Q_EMIT startUrlChanged(url);
+    prepareScopeChecks(url);
 
     if (m_configManager) {
         m_checkBlacklistArray = m_configManager->getCheckBlacklistArray();
@@ -174,7 +183,10 @@ void LinkCheckerHub::go()
 
     // The start record goes at once. The slot and the place are taken before the fetch starts so
     // that a fetch ending on the spot (a badly formed URL) finds the counters already moved on.
-    if (LinkCheckerUrl *first = recordAt(m_nextUrlToCrawl)) {
+    // With robots.txt read, the start waits for its host's file like every other link.
+    if (m_robots) {
+        getNextUrlToCrawl();
+    } else if (LinkCheckerUrl *first = recordAt(m_nextUrlToCrawl)) {
         ++m_numberOfThreadsDetached;
         ++m_nextUrlToCrawl;
         if (hostLimitsActive())
@@ -194,6 +206,8 @@ void LinkCheckerHub::haltFetches()
     m_stopPressed = true;
     ++m_generation; // delayed starts and queued calls of the paused part are dropped
     m_seo->setStopPressed(true);
+    if (m_robots)
+        m_robots->cancel();
     // Abandon the fetches in flight now, so that a quick "Continue" cannot run two fetches for
     // one record; their records keep no status and are fetched again on continuing.
     for (OrelDataObject *item : items()) {
@@ -361,7 +375,12 @@ bool LinkCheckerHub::getNextUrlToCrawl()
     const bool perHost = hostLimitsActive();
     while (!m_stopPressed
            && (m_numberOfThreadsDetached < slots || m_numberOfThreadsDetached == 0)) {
-        LinkCheckerUrl *record = perHost ? takeHeldLink() : nullptr;
+        // Links that waited for their host's robots.txt go first, then those held for their host
+        // (already admitted to it).
+        LinkCheckerUrl *record = m_robots ? m_robots->takeReleased() : nullptr;
+        const bool released = record != nullptr;
+        if (!record && perHost)
+            record = takeHeldLink();
         if (!record) {
             record = recordAt(m_nextUrlToCrawl);
             if (!record) {
@@ -376,8 +395,12 @@ bool LinkCheckerHub::getNextUrlToCrawl()
                 }
             }
             ++m_nextUrlToCrawl;
+            if ((m_robots || m_anchors) && heldBack(record))
+                continue;
             if (perHost && !admitToHost(record))
                 continue;
+        } else if (released && perHost && !admitToHost(record)) {
+            continue;
         }
         if (perHost)
             noteHostStart(record);
@@ -440,6 +463,8 @@ void LinkCheckerHub::sendAsyncServerResponse(LinkCheckerUrl *record)
     const QString referer = UrlParts::withoutUserInfo(record->getLastOnPageUrl());
     if (!referer.isEmpty())
         request.setHeader("Referer", referer.toUtf8());
+    if (m_localSite)
+        m_localSite->prepare(request);
 
     record->setSentRequest();
     auto *connection = new myNSURLConnection(request, record,
@@ -480,6 +505,8 @@ bool LinkCheckerHub::isFinished()
             }
             --m_numberOfThreadsDetached;
             ++done;
+            if (m_anchors)
+                fetchEnded(record);
         }
     }
     m_numberDone = done;
@@ -579,6 +606,8 @@ void LinkCheckerHub::incNumberDone(LinkCheckerUrl *record)
         updateCountField();
     m_seo->incNumberDone();
     Q_EMIT countChanged(m_numberDone, size, m_badCollectionCount);
+    if (m_anchors && record)
+        fetchEnded(record);
 }
 
 void LinkCheckerHub::statusHasChangedFordO(LinkCheckerUrl *record)

@@ -32,10 +32,13 @@
 namespace orel {
 
 class HostThrottle;
+class AnchorCheck;
 class HrefResolver;
 class LinkCheckerUrl;
+class LocalSite;
 class OrelParser;
 class OrelConfigManager;
+class RobotsGate;
 class SEOManager;
 class SettingsControls;
 
@@ -474,6 +477,7 @@ private:
         bool trimQuery;
         bool hashIsBad;
         bool sitemapOnly;
+        const LocalSite *site; // the local site the page is in, when root-relative links map there
     };
     // An href read against a base URL: its absolute form (null when none can be formed), its
     // registry key and, once found, the record registered under that key.
@@ -510,6 +514,21 @@ private:
     void resolveHref(const HrefResolver &resolver, const QString &href, ResolvedHref &entry) const;
     // The record registered for a resolved href, remembering it in the entry.
     LinkCheckerUrl *knownRecord(ResolvedHref &entry) const;
+
+    // ---- Optional scope checks: robots.txt, fragments, local sites (LinkCheckerHubGates.cpp) --
+    void prepareScopeChecks(const QString &startUrl);
+    // Whether the scheduler passes the record over for now: a fragment record, or a record its
+    // host's robots.txt holds back (not yet read) or refuses (then answered).
+    bool heldBack(LinkCheckerUrl *record);
+    void refuseByRobots(LinkCheckerUrl *record);
+    void robotsArrived();
+    // A record's fetch has ended: the fragment records waiting for it are decided.
+    void fetchEnded(LinkCheckerUrl *record);
+    // A link "page#name": its fragment record, new or one more occurrence.
+    void checkFragment(const PageReading &reading, PendingHref &p);
+    std::unique_ptr<RobotsGate> m_robots;
+    std::unique_ptr<AnchorCheck> m_anchors;
+    std::unique_ptr<LocalSite> m_localSite;
 
     SettingsControls *m_controls; // not owned
     OrelConfigManager *m_configManager; // not owned

@@ -10,6 +10,7 @@
 #include "config/OrelConfigManager.h"
 #include "engine/CrawlScope.h"
 #include "engine/HrefResolver.h"
+#include "engine/LocalSite.h"
 #include "links/LinkCheckerUrl.h"
 #include "parser/OrelParser.h"
 #include "seo/SEOManager.h"
@@ -111,7 +112,10 @@ void LinkCheckerHub::readPage(LinkCheckerUrl *page)
                                     pageUrl.isLocalFile(),
                                     SettingsControls::isOn(c.qsButton),
                                     SettingsControls::isOn(c.hashIsBad),
-                                    SettingsControls::isOn(c.sitemapOnly) };
+                                    SettingsControls::isOn(c.sitemapOnly),
+                                    m_localSite && m_localSite->contains(pageUrl)
+                                            ? m_localSite.get()
+                                            : nullptr };
         readLinks(reading, *parser, HrefResolver(base), std::move(*href), linkText);
     }
     if (parser)
@@ -160,10 +164,13 @@ void LinkCheckerHub::readLinks(const PageReading &reading, OrelParser &parser,
             p.nofollow = parser.lastLinkWasNofollow();
             p.headNoFollow = parser.getHeadContainsNoFollow();
             p.image = parser.lastLinkWasImage();
-            if (!p.href.isEmpty() && p.href != QLatin1String("#"))
-                resolveHref(resolver, p.href, p.resolved);
-            else
+            if (p.href.isEmpty() || p.href == QLatin1String("#"))
                 p.resolved.clear();
+            else if (reading.site && LocalSite::isRootRelative(p.href))
+                resolveHref(reading.site->rootResolver(),
+                            p.href.size() > 1 ? p.href.mid(1) : QStringLiteral("."), p.resolved);
+            else
+                resolveHref(resolver, p.href, p.resolved);
             // The href is let go before the next one is read, so that the scanner can reuse
             // its buffer.
             href = QString();
@@ -175,8 +182,11 @@ void LinkCheckerHub::readLinks(const PageReading &reading, OrelParser &parser,
             }
         } while (more && n < BatchSize);
         prefetchBatch(batch, n);
-        for (qsizetype i = 0; i < n; ++i)
+        for (qsizetype i = 0; i < n; ++i) {
             registerHref(reading, batch[i]);
+            if (m_anchors)
+                checkFragment(reading, batch[i]);
+        }
     }
     m_spareBatches.push_back(std::move(batch));
 }

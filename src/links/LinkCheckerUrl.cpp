@@ -101,9 +101,11 @@ int firstDigit(const QString &status)
     return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) ? c.unicode() - '0' : 0;
 }
 
+// Links left out of the check on purpose: never fetched, neither good nor bad. A link that the
+// site's robots.txt keeps the crawler from is one of them.
 bool isNotChecked(const QString &s)
 {
-    return s == localizedOften("Not checked");
+    return s == localizedOften("Not checked") || s == localizedOften("blocked by robots.txt");
 }
 bool isFileIsDirectory(const QString &s)
 {

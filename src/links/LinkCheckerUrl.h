@@ -78,6 +78,10 @@ public:
     // Stores the URL (trimmed), registers the byte form with the owner (addToLookup) and updates
     // the actual URL. A null text is ignored.
     void setLinkUrl(const QString &text, bool trimQuery);
+    // A record that stands for one "#name" of a page: the shown and fetched form keeps the
+    // fragment, the matching form is the page's. Not registered: the owner registers it under
+    // a key of its own.
+    void setFragmentLinkUrl(const QString &text);
     // Stores the redirect target (not cut at "#"/"?", not registered). A null text is ignored.
     void setRedir(const QString &text);
     // The actual URL is derived from the other two forms on every read (one string less per

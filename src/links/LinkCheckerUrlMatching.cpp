@@ -64,6 +64,18 @@ void LinkCheckerUrl::setLinkUrl(const QString &text, bool trimQuery)
         m_owner->addToLookup(this, slashTrimmed ? QString::fromUtf8(m_linkUrl) : m_nsslinkUrl);
 }
 
+void LinkCheckerUrl::setFragmentLinkUrl(const QString &text)
+{
+    QByteArray buffer;
+    if (text.isNull() || !copyToBuffer(text, buffer))
+        return;
+    trimHash(buffer, false);
+    buffer.squeeze();
+    m_linkUrl = buffer;
+    m_nsslinkUrl = text;
+    m_nsslinkUrl.squeeze();
+}
+
 // Unlike the link URL, a redirect target keeps its fragment and query and is not registered.
 void LinkCheckerUrl::setRedir(const QString &text)
 {

@@ -23,6 +23,9 @@ struct UrlRequest
     double timeoutSeconds = 60;
     bool handleCookies = false; // never enabled by this program; kept for clarity
     bool reloadIgnoringCache = true;
+    // A file:// URL naming a folder reads the folder's index.html, as a web server serves a
+    // folder (a built site checked from its folder); else a folder reads "file is directory".
+    bool folderIndex = false;
     // An upload (ftp: or ftps: URL): the local file sent to the URL, and the login given to
     // the server. The password stays in memory; nothing of the transfer ever logs it.
     QString uploadFile;

@@ -9,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QMimeDatabase>
 #include <QThread>
 #include <QTimer>
@@ -325,7 +326,10 @@ void myNSURLConnection::Private::startFile()
 {
     if (q->m_cancelled)
         return;
-    const QString path = QUrl(request.url).toLocalFile();
+    QString path = QUrl(request.url).toLocalFile();
+    if (request.folderIndex && QFileInfo(path).isDir()
+        && QFileInfo(path + QStringLiteral("/index.html")).isFile())
+        path += QStringLiteral("/index.html");
     LocalFile::Kind kind = LocalFile::Kind::Missing;
     int error = 0;
     const int fd = LocalFile::openRegular(path, &kind, &error);

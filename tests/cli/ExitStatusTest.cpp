@@ -64,6 +64,16 @@ TEST_F(ExitStatusTest, StartPagesThatCannotBeFetchedAreStartErrors)
         EXPECT_TRUE(readFile(file("r.json")).startsWith("{\n  \"start\": "))
                 << c.start.toStdString();
     }
+
+    // A start page that robots.txt keeps the crawler from is a start error too.
+    writeFile(site.filePath("robots.txt"), "User-agent: *\nDisallow: /\n");
+    const CliRun r = runCli({ "crawl", server.url("/index.html"), "--set", "robotsTxtButton=on",
+                              "--set", "userAgentString=Orrelwick/1" });
+    EXPECT_EQ(r.exitCode, 2) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains("cannot crawl from " + server.url("/index.html")
+                               + ": the site's robots.txt disallows it for the user agent "
+                                 "\"Orrelwick/1\""))
+            << r.err.toStdString();
 }
 
 TEST_F(ExitStatusTest, SignalsWriteEveryOutputAndExitWithTheShellsStatus)
