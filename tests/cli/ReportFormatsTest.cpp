@@ -160,7 +160,8 @@ TEST_F(ReportFormatsTest, CsvReadByPythonIsOneRowPerOccurrenceWithCrLf)
                      "print([r[6] for r in rows if r[2].endswith('/a.html')])\n"
                      "print(sum(1 for r in rows if r[0] == 'bad'))",
                      file("r.csv")),
-              "['verdict', 'status', 'url', 'redirect', 'response_time', 'page', 'link_text']\n"
+              "['verdict', 'status', 'url', 'redirect', 'response_time', 'page', 'link_text', "
+              "'change']\n"
               // 16 records, the start page on no page, the 404 on 13
               "28\n"
               "['A, \"quoted\"']\n"
