@@ -13,6 +13,10 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <csignal>
+
+#include <unistd.h>
+
 using namespace orel::test;
 
 namespace {
@@ -260,4 +264,30 @@ TEST_F(HistoryCliTest, ARunStoppedByALimitMakesNoUncheckedLinkLookFixed)
     const CliRun full = crawl();
     EXPECT_EQ(lastLine(full.out), "5 of 5 links checked, 3 bad (0 new), 0 fixed")
             << full.out.toStdString();
+}
+
+TEST_F(HistoryCliTest, AnInterruptedRunKeepsTheBadLinksItDidNotCheck)
+{
+    EXPECT_EQ(crawl().exitCode, 1);
+    // Slow links first: SIGTERM comes before a.html, c.html and d.html are checked.
+    QByteArray slow;
+    for (int i = 0; i < 20; ++i)
+        slow += "<a href=\"/slow?ms=400&amp;i=" + QByteArray::number(i) + "\">s</a>";
+    writeFile(site.filePath("index.html"), slow + readFile(site.filePath("index.html")));
+    server->clearRequestLog();
+    QProcess p;
+    p.start(QStringLiteral(ORRELWICK_CLI_PATH),
+            { "crawl", server->url("/index.html"), "--set", "numberOfThreads=1", "--set",
+              "followQuerystring=YES" });
+    ASSERT_TRUE(p.waitForStarted());
+    ASSERT_TRUE(waitFor([&] { return server->requestLog().size() >= 3; }, 20000));
+    ::kill(pid_t(p.processId()), SIGTERM);
+    ASSERT_TRUE(p.waitForFinished(20000));
+    EXPECT_EQ(p.exitCode(), 143);
+    const QString printed = QString::fromUtf8(p.readAllStandardOutput());
+    EXPECT_FALSE(printed.contains("Fixed")) << printed.toStdString();
+    EXPECT_TRUE(printed.endsWith(" bad (0 new), 0 fixed (interrupted)\n")) << printed.toStdString();
+
+    writeIndex({ "a", "b", "c", "d" });
+    EXPECT_EQ(lastLine(crawl().out), "5 of 5 links checked, 3 bad (0 new), 0 fixed");
 }
