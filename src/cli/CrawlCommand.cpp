@@ -410,12 +410,13 @@ QString writeReportAndSummary(const Report &report, const Options &o)
     QString error;
     const QString startFailed = crawl ? startError(hub, outcome) : QString();
     Report report = collectReport(hub, outcome.interrupted, o.report.failOnBlocked);
-    // Only a crawl has a start URL to keep a history for; a run that did not read everything
-    // it found says nothing of the links it did not check.
-    const bool complete = !outcome.interrupted && !outcome.stalled && hub.isCrawlFinished()
+    // A run that did not read everything it found says nothing of the links it did not check.
+    // Only a crawl has a start URL to keep a history for; a re-check compares with a baseline.
+    const bool complete = crawl && !outcome.interrupted && !outcome.stalled && hub.isCrawlFinished()
             && !hub.stoppedForMemory() && report.limits.isEmpty() && startFailed.isNull();
-    const QStringList historyWarnings =
-            crawl ? compareAndRecord(report, o.report, o.baseline, complete) : QStringList();
+    ReportOptions compare = o.report;
+    compare.noHistory = compare.noHistory || !crawl;
+    const QStringList historyWarnings = compareAndRecord(report, compare, o.baseline, complete);
     try {
         if (!o.flatCsv.isEmpty())
             hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error);
