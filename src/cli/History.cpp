@@ -15,6 +15,8 @@
 #include <QJsonObject>
 #include <QSet>
 
+#include <algorithm>
+
 namespace orel::cli {
 
 namespace {
@@ -99,12 +101,12 @@ void compareWithPrevious(Report &report, const PreviousRun &previous, bool compl
         if (wasFailing)
             seen.insert(before.key());
         if (failing(v)) {
-            report.changes.insert(r,
-                                  !wasFailing                 ? Change::New
-                                          : v == Verdict::Bad ? Change::StillBad
-                                                              : Change::StillBlocked);
-            if (!wasFailing)
+            Change change = v == Verdict::Bad ? Change::StillBad : Change::StillBlocked;
+            if (!wasFailing) {
+                change = Change::New;
                 ++(v == Verdict::Bad ? report.newBad : report.newBlocked);
+            }
+            report.changes.insert(r, change);
         } else if (wasFailing && !r->getStatus().isEmpty()) {
             // Checked and good now; a link not checked yet tells nothing.
             report.changes.insert(r, Change::Fixed);
@@ -112,10 +114,16 @@ void compareWithPrevious(Report &report, const PreviousRun &previous, bool compl
         }
     }
     if (complete) {
+        // In URL order: the earlier run's links come from a hash.
+        const qsizetype linked = report.fixed.size();
         for (auto it = previous.failing.cbegin(); it != previous.failing.cend(); ++it) {
             if (!seen.contains(it.key()))
                 report.fixed.append({ it.key(), it->status, false });
         }
+        std::sort(report.fixed.begin() + linked, report.fixed.end(),
+                  [](const Report::FixedLink &a, const Report::FixedLink &b) {
+                      return a.url < b.url;
+                  });
     }
     report.summary = composeSummary(report);
 }
