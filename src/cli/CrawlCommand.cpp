@@ -3,6 +3,7 @@
 // configuration, then from --set, then the URL argument; the results go to the export files
 // asked for and the summary line to standard output.
 #include "Commands.h"
+#include "History.h"
 #include "OutputPaths.h"
 #include "Report.h"
 #include "StopSignals.h"
@@ -68,6 +69,7 @@ struct Options
     SitemapOptions sitemap;
     SeoOptions seo;
     ValidateOptions validate;
+    PreviousRun baseline; // read from --baseline before the crawl
 };
 
 // Options that make no sense together; answers an error text or a null string.
@@ -407,7 +409,14 @@ QString writeReportAndSummary(const Report &report, const Options &o)
     hub.countBadCollection();
     QString error;
     const QString startFailed = crawl ? startError(hub, outcome) : QString();
-    const Report report = collectReport(hub, outcome.interrupted, o.report.failOnBlocked);
+    Report report = collectReport(hub, outcome.interrupted, o.report.failOnBlocked);
+    // A run that did not read everything it found says nothing of the links it did not check.
+    // Only a crawl has a start URL to keep a history for; a re-check compares with a baseline.
+    const bool complete = crawl && !outcome.interrupted && !outcome.stalled && hub.isCrawlFinished()
+            && !hub.stoppedForMemory() && report.limits.isEmpty() && startFailed.isNull();
+    ReportOptions compare = o.report;
+    compare.noHistory = compare.noHistory || !crawl;
+    const QStringList historyWarnings = compareAndRecord(report, compare, o.baseline, complete);
     try {
         if (!o.flatCsv.isEmpty())
             hub.exportAsFlatCSVForCLI(o.flatCsv, o.columns, o.badOnly, &error);
@@ -424,7 +433,7 @@ QString writeReportAndSummary(const Report &report, const Options &o)
     } catch (const std::bad_alloc &) {
         error = QStringLiteral("out of memory while writing the results");
     }
-    for (const QString &line : report.limits)
+    for (const QString &line : report.limits + historyWarnings)
         QTextStream(stderr) << "orrelwick-cli: " << line << "\n";
     if (!startFailed.isNull())
         QTextStream(stderr) << "orrelwick-cli: " << startFailed << "\n";
@@ -463,6 +472,12 @@ struct Run
             QLoggingCategory::setFilterRules(QStringLiteral("orrelwick.info=false"));
         if (const QString err = loadSettings(o, manager, controls); !err.isNull())
             return err;
+        if (!o.report.baseline.isEmpty()) {
+            QString error;
+            if (!readPreviousRun(o.report.baseline, o.baseline, &error))
+                return QStringLiteral("--baseline %1: %2").arg(o.report.baseline, error);
+            o.baseline.source = o.report.baseline;
+        }
         applyValidateOptions(o.validate, controls);
         // Pages are archived during the run and copied into the folder at its end.
         if (!o.exports.archiveDir.isEmpty()) {

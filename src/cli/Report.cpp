@@ -37,6 +37,23 @@ QString verdictName(Verdict verdict)
     return {};
 }
 
+QString changeName(Change change)
+{
+    switch (change) {
+    case Change::None:
+        return {};
+    case Change::New:
+        return QStringLiteral("new");
+    case Change::StillBad:
+        return QStringLiteral("still bad");
+    case Change::StillBlocked:
+        return QStringLiteral("still blocked");
+    case Change::Fixed:
+        return QStringLiteral("fixed");
+    }
+    return {};
+}
+
 bool parseReportOption(const QStringList &args, int &i, ReportOptions &o, QString &error)
 {
     const QString &a = args.at(i);
@@ -53,6 +70,24 @@ bool parseReportOption(const QStringList &args, int &i, ReportOptions &o, QStrin
     }
     if (a == QLatin1String("--fail-on-blocked")) {
         o.failOnBlocked = true;
+        return true;
+    }
+    if (a == QLatin1String("--no-history")) {
+        o.noHistory = true;
+        return true;
+    }
+    if (a == QLatin1String("--baseline") || a == QLatin1String("--fail-on")) {
+        if (i + 1 >= args.size()) {
+            error = QStringLiteral("%1 needs a value").arg(a);
+            return true;
+        }
+        const QString value = args.at(++i);
+        if (a == QLatin1String("--baseline"))
+            o.baseline = value;
+        else if (value == QLatin1String("bad") || value == QLatin1String("new"))
+            o.failOnNew = value == QLatin1String("new");
+        else
+            error = QStringLiteral("--fail-on takes bad|new, not \"%1\"").arg(value);
         return true;
     }
     return false;
@@ -78,7 +113,8 @@ QString reportUsage()
 {
     return QStringLiteral(
             "                     [--format text|json|junit|markdown|csv] [--output FILE]\n"
-            "                     [--fail-on-blocked]\n");
+            "                     [--fail-on-blocked] [--fail-on bad|new] [--baseline FILE]\n"
+            "                     [--no-history]\n");
 }
 
 Report collectReport(LinkCheckerHub &hub, bool interrupted, bool failOnBlocked)
@@ -106,13 +142,26 @@ Report collectReport(LinkCheckerHub &hub, bool interrupted, bool failOnBlocked)
         }
     }
     r.limits = hub.limitMessages();
-    r.summary = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
+    r.countLine = hub.isCrawlFinished() ? hub.countText() : hub.summaryText();
     // Blocked links are in the designed bad count; the summary counts them apart from it.
     if (r.blocked > 0)
-        r.summary = hub.summaryText(r.bad) + QStringLiteral(", %1 blocked").arg(r.blocked);
-    if (interrupted)
-        r.summary += QStringLiteral(" (interrupted)");
+        r.countLine = hub.summaryText(r.bad);
+    r.summary = composeSummary(r);
     return r;
+}
+
+QString composeSummary(const Report &report)
+{
+    QString s = report.countLine;
+    if (report.compared)
+        s += QStringLiteral(" (%1 new)").arg(report.newBad);
+    if (report.blocked > 0)
+        s += QStringLiteral(", %1 blocked").arg(report.blocked);
+    if (report.compared)
+        s += QStringLiteral(", %1 fixed").arg(report.fixed.size());
+    if (report.interrupted)
+        s += QStringLiteral(" (interrupted)");
+    return s;
 }
 
 QString writeReport(const Report &report, const ReportOptions &o, bool quiet, bool badOnly)

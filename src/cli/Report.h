@@ -2,6 +2,7 @@
 // the crawl, the summary line; and its forms (text, JSON, JUnit XML, Markdown, CSV); main thread.
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -20,12 +21,19 @@ enum class Verdict { Good, Bad, Blocked };
 Verdict verdictOf(const LinkCheckerUrl &record);
 QString verdictName(Verdict verdict);
 
+// A link's change since the earlier run it is compared with; None when there is none to say.
+enum class Change { None, New, StillBad, StillBlocked, Fixed };
+QString changeName(Change change);
+
 struct ReportOptions
 {
     QString format = QStringLiteral("text"); // text, json, junit, markdown or csv
     QString output; // a file; empty: standard output
     bool failOnBlocked = false;
     bool formatGiven = false;
+    bool failOnNew = false; // --fail-on new: only newly bad links fail the run
+    QString baseline; // an earlier JSON report to compare with instead of the history
+    bool noHistory = false; // neither compare with the history nor record this run
 };
 
 // Takes args[i] (and its value) when it is a report option; answers whether it did. An error
@@ -44,13 +52,43 @@ struct Report
     int bad = 0;
     int blocked = 0;
     QStringList limits; // one line per limit that stopped something
-    QString summary; // the designed line, with ", N blocked" and " (interrupted)" when so
+    QString countLine; // the designed "N of M links checked, K bad"
+    QString summary; // countLine, with ", N blocked" and " (interrupted)" when so
     bool interrupted = false;
     bool failOnBlocked = false;
+    bool failOnNew = false;
 
-    // 0 no bad link, 1 bad links (blocked ones too with failOnBlocked).
-    int exitStatus() const { return bad > 0 || (failOnBlocked && blocked > 0) ? 1 : 0; }
+    // The comparison with an earlier run, when there was one.
+    struct FixedLink
+    {
+        QString url;
+        QString status; // its status in the earlier run
+        bool linked = true; // false: no page links to it any more
+    };
+    bool compared = false;
+    QString previousSource; // "history" or the baseline file
+    QHash<const LinkCheckerUrl *, Change> changes; // only links with a change
+    QList<FixedLink> fixed;
+    int newBad = 0;
+    int newBlocked = 0;
+
+    Change changeOf(const LinkCheckerUrl *record) const
+    {
+        return compared ? changes.value(record, Change::None) : Change::None;
+    }
+    // 0 no bad link, 1 bad links (blocked ones too with failOnBlocked); with failOnNew only the
+    // newly bad (and blocked) ones count, every one of them when there was no earlier run.
+    int exitStatus() const
+    {
+        const int failing = failOnNew && compared ? newBad : bad;
+        const int failingBlocked = failOnNew && compared ? newBlocked : blocked;
+        return failing > 0 || (failOnBlocked && failingBlocked > 0) ? 1 : 0;
+    }
 };
+
+// The summary line from the counts: countLine, " (N new)" and ", N fixed" when compared,
+// ", N blocked", " (interrupted)".
+QString composeSummary(const Report &report);
 
 Report collectReport(LinkCheckerHub &hub, bool interrupted, bool failOnBlocked);
 

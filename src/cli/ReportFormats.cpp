@@ -121,10 +121,12 @@ void markdownCell(TextSink &out, QStringView text)
     out << text.mid(from);
 }
 
-void textBlock(TextSink &out, const LinkCheckerUrl &r)
+void textBlock(TextSink &out, const LinkCheckerUrl &r, Change change)
 {
-    out << r.getStatus() << QLatin1Char('\n') << QLatin1String("  ") << r.getLinkUrl()
-        << QLatin1Char('\n');
+    out << r.getStatus();
+    if (change != Change::None)
+        out << QLatin1String(" (") << changeName(change) << QLatin1Char(')');
+    out << QLatin1Char('\n') << QLatin1String("  ") << r.getLinkUrl() << QLatin1Char('\n');
     if (!r.getRedir().isEmpty())
         out << QLatin1String("  redirects to ") << r.getRedir() << QLatin1Char('\n');
     const qsizetype pages = r.onPageCount();
@@ -144,14 +146,21 @@ void writeTextReport(TextSink &out, const Report &report, bool quiet)
     if (!quiet) {
         for (const LinkCheckerUrl *r : report.links) {
             if (verdictOf(*r) == Verdict::Bad)
-                textBlock(out, *r);
+                textBlock(out, *r, report.changeOf(r));
         }
         if (report.blocked > 0) {
             out << QLatin1String("Blocked (the server refused the crawler):\n\n");
             for (const LinkCheckerUrl *r : report.links) {
                 if (verdictOf(*r) == Verdict::Blocked)
-                    textBlock(out, *r);
+                    textBlock(out, *r, report.changeOf(r));
             }
+        }
+        if (!report.fixed.isEmpty()) {
+            out << QLatin1String("Fixed since the earlier run:\n");
+            for (const Report::FixedLink &f : report.fixed)
+                out << QLatin1String("  ") << f.url << QLatin1String(" (was ") << f.status
+                    << QLatin1String(f.linked ? ")\n" : "; no longer linked)\n");
+            out << QLatin1Char('\n');
         }
         for (const QString &line : report.limits)
             out << line << QLatin1Char('\n');
@@ -177,7 +186,22 @@ void writeJsonReport(TextSink &out, const Report &report, bool badOnly)
         out << QLatin1String(i ? ", " : "");
         jsonString(out, report.limits.at(i));
     }
-    out << QLatin1String("],\n  \"links\": [");
+    out << QLatin1String("],\n  \"previous\": ");
+    if (report.compared)
+        jsonString(out, report.previousSource);
+    else
+        out << QLatin1String("null");
+    out << QStringLiteral(",\n  \"new\": %1,\n  \"fixed\": [").arg(report.newBad);
+    for (qsizetype i = 0; i < report.fixed.size(); ++i) {
+        const Report::FixedLink &f = report.fixed.at(i);
+        out << QLatin1String(i ? ",\n    {\"url\": " : "\n    {\"url\": ");
+        jsonString(out, f.url);
+        out << QLatin1String(", \"status\": ");
+        jsonString(out, f.status);
+        out << QLatin1String(", \"linked\": ") << QLatin1String(f.linked ? "true}" : "false}");
+    }
+    out << QLatin1String(report.fixed.isEmpty() ? "]" : "\n  ]")
+        << QLatin1String(",\n  \"links\": [");
     bool first = true;
     for (const LinkCheckerUrl *r : report.links) {
         if (!listed(r, badOnly))
@@ -187,8 +211,10 @@ void writeJsonReport(TextSink &out, const Report &report, bool badOnly)
         jsonString(out, r->getLinkUrl());
         out << QLatin1String(", \"status\": ");
         jsonString(out, r->getStatus());
-        out << QLatin1String(", \"verdict\": \"") << verdictName(verdictOf(*r))
-            << QLatin1String("\", \"redirect\": ");
+        out << QLatin1String(", \"verdict\": \"") << verdictName(verdictOf(*r));
+        if (const Change change = report.changeOf(r); change != Change::None)
+            out << QLatin1String("\", \"change\": \"") << changeName(change);
+        out << QLatin1String("\", \"redirect\": ");
         if (r->getRedir().isEmpty())
             out << QLatin1String("null");
         else
@@ -244,6 +270,20 @@ void writeJUnitReport(TextSink &out, const Report &report, bool badOnly)
     out << QLatin1Char('"') << counts << QLatin1String(" timestamp=\"")
         << QDateTime::currentDateTimeUtc().toString(Qt::ISODate).chopped(1)
         << QLatin1String("\">\n");
+    if (report.compared) {
+        out << QLatin1String("    <properties>\n      <property name=\"previous\" value=\"");
+        xmlText(out, report.previousSource);
+        out << QStringLiteral("\"/>\n      <property name=\"new\" value=\"%1\"/>\n")
+                        .arg(report.newBad);
+        for (const Report::FixedLink &f : report.fixed) {
+            out << QLatin1String(f.linked ? "      <property name=\"fixed\" value=\""
+                                          : "      <property name=\"fixed, no longer linked\" "
+                                            "value=\"");
+            xmlText(out, f.url);
+            out << QLatin1String("\"/>\n");
+        }
+        out << QLatin1String("    </properties>\n");
+    }
     for (const LinkCheckerUrl *r : report.links) {
         if (!listed(r, badOnly))
             continue;
@@ -263,6 +303,8 @@ void writeJUnitReport(TextSink &out, const Report &report, bool badOnly)
             << verdictName(v) << QLatin1String("\" message=\"");
         xmlText(out, r->getStatus());
         out << QLatin1String("\">");
+        if (const Change change = report.changeOf(r); change != Change::None)
+            out << changeName(change) << QLatin1String(" since the earlier run\n");
         if (!r->getRedir().isEmpty()) {
             out << QLatin1String("redirects to ");
             xmlText(out, r->getRedir());
@@ -283,13 +325,19 @@ void writeJUnitReport(TextSink &out, const Report &report, bool badOnly)
 
 void writeMarkdownReport(TextSink &out, const Report &report)
 {
-    out << QLatin1String("| Verdict | Status | Link | Redirects to | Pages |\n"
-                         "| --- | --- | --- | --- | --- |\n");
+    // The change since the earlier run is a column of its own only when there was one.
+    out << QLatin1String(report.compared
+                                 ? "| Verdict | Change | Status | Link | Redirects to | Pages |\n"
+                                   "| --- | --- | --- | --- | --- | --- |\n"
+                                 : "| Verdict | Status | Link | Redirects to | Pages |\n"
+                                   "| --- | --- | --- | --- | --- |\n");
     for (const Verdict wanted : { Verdict::Bad, Verdict::Blocked }) {
         for (const LinkCheckerUrl *r : report.links) {
             if (verdictOf(*r) != wanted)
                 continue;
             out << QLatin1String("| ") << verdictName(wanted) << QLatin1String(" | ");
+            if (report.compared)
+                out << changeName(report.changeOf(r)) << QLatin1String(" | ");
             markdownCell(out, r->getStatus());
             out << QLatin1String(" | ");
             markdownCell(out, r->getLinkUrl());
@@ -310,6 +358,17 @@ void writeMarkdownReport(TextSink &out, const Report &report)
         }
     }
     out << QLatin1Char('\n');
+    if (!report.fixed.isEmpty()) {
+        out << QLatin1String("Fixed since the earlier run:\n\n");
+        for (const Report::FixedLink &f : report.fixed) {
+            out << QLatin1String("- ");
+            markdownCell(out, f.url);
+            out << QLatin1String(" (was ");
+            markdownCell(out, f.status);
+            out << QLatin1String(f.linked ? ")\n" : "; no longer linked)\n");
+        }
+        out << QLatin1Char('\n');
+    }
     for (const QString &line : report.limits)
         out << line << QLatin1String("\n\n");
     out << QLatin1String("**") << report.summary << QLatin1String("**\n");
@@ -318,12 +377,15 @@ void writeMarkdownReport(TextSink &out, const Report &report)
 void writeCsvReport(TextSink &out, const Report &report, bool badOnly)
 {
     // One row per occurrence; a link on no page (the start page) has one row of its own.
-    out << QLatin1String("verdict,status,url,redirect,response_time,page,link_text\r\n");
+    // "change": new, still bad, still blocked or fixed since the earlier run; a link fixed by no
+    // longer being linked has one row with no verdict.
+    out << QLatin1String("verdict,status,url,redirect,response_time,page,link_text,change\r\n");
     for (const LinkCheckerUrl *r : report.links) {
         if (!listed(r, badOnly))
             continue;
         const QString verdict = verdictName(verdictOf(*r));
         const QString time = QString::number(r->getResponseTime(), 'g', 6);
+        const QString change = changeName(report.changeOf(r));
         const qsizetype pages = std::max<qsizetype>(1, r->onPageCount());
         for (qsizetype i = 0; i < pages; ++i) {
             out << verdict << QLatin1Char(',');
@@ -340,8 +402,17 @@ void writeCsvReport(TextSink &out, const Report &report, bool badOnly)
             } else {
                 out << QLatin1Char(',');
             }
-            out << QLatin1String("\r\n");
+            out << QLatin1Char(',') << change << QLatin1String("\r\n");
         }
+    }
+    for (const Report::FixedLink &f : report.fixed) {
+        if (f.linked)
+            continue;
+        out << QLatin1Char(',');
+        csvField(out, f.status);
+        out << QLatin1Char(',');
+        csvField(out, f.url);
+        out << QLatin1String(",,,,,fixed (no longer linked)\r\n");
     }
 }
 

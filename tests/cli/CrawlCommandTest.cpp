@@ -156,7 +156,7 @@ TEST_F(CrawlCommandTest, PrintsTheFlatCsvAndSummaryAndExitsOneOnBadLinks)
         { { "http://127.0.0.1:1/" }, "1 of 1 links checked, 1 bad", 2 },
     };
     for (const auto &[args, printed, exitCode] : cases) {
-        const CliRun r = runCli(QStringList { "crawl", "-q" } + args, site.path());
+        const CliRun r = runCli(QStringList { "crawl", "-q", "--no-history" } + args, site.path());
         EXPECT_EQ(r.out, QString(printed + '\n').replace("%1", server.baseUrl()))
                 << args.join(' ').toStdString() << r.err.toStdString();
         EXPECT_EQ(r.exitCode, exitCode) << args.join(' ').toStdString();

@@ -91,9 +91,9 @@ TEST_F(ExitStatusTest, SignalsWriteEveryOutputAndExitWithTheShellsStatus)
         server.clearRequestLog();
         QProcess p;
         p.start(QStringLiteral(ORRELWICK_CLI_PATH),
-                { "crawl", server.url("/index.html"), "--set", "followQuerystring=YES", "--set",
-                  "numberOfThreads=2", "--format", "junit", "--output", file("r.xml"), "--flat-csv",
-                  file("flat.csv") });
+                { "crawl", server.url("/index.html"), "--no-history", "--set",
+                  "followQuerystring=YES", "--set", "numberOfThreads=2", "--format", "junit",
+                  "--output", file("r.xml"), "--flat-csv", file("flat.csv") });
         ASSERT_TRUE(p.waitForStarted());
         // Some answers are in (the start page at least), most are not.
         ASSERT_TRUE(waitFor([&] { return server.requestLog().size() >= 4; }, 20000));
@@ -152,7 +152,8 @@ TEST_F(ExitStatusTest, BlockedLinksCountOnlyWithFailOnBlocked)
     writeFile(site.filePath("index.html"), "<a href=\"a.html\">a</a>");
     writeFile(site.filePath("a.html"), "<p>a</p>");
     for (const QStringList &extra : { QStringList {}, QStringList { "--fail-on-blocked" } }) {
-        const CliRun r = runCli(QStringList { "crawl", site.filePath("index.html") } + extra);
+        const CliRun r = runCli(QStringList { "crawl", site.filePath("index.html"), "--no-history" }
+                                + extra);
         EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
         EXPECT_EQ(r.out, "2 of 2 links checked, 0 bad\n");
     }
@@ -164,7 +165,8 @@ TEST_F(ExitStatusTest, BlockedLinksCountOnlyWithFailOnBlocked)
     writeFile(site.filePath("index.html"),
               "<a href=\"/respond?status=999\">b</a>"
               "<a href=\"/respond?status=403&h=cf-mitigated:challenge\">c</a>");
-    const QStringList crawl { "crawl", server.url("/index.html"), "--set", "qsButton=off" };
+    const QStringList crawl { "crawl", server.url("/index.html"), "--set", "qsButton=off",
+                              "--no-history" };
     CliRun r = runCli(crawl);
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_TRUE(r.out.endsWith("3 of 3 links checked, 0 bad, 2 blocked\n")) << r.out.toStdString();
