@@ -125,6 +125,22 @@ int LogCapture::count(const QString &line) const
 
 } // namespace orel::test
 
+namespace {
+
+// Crawls keep a history per start URL; a fixture server may be given a port an earlier test's
+// had, so every test starts without any.
+class ForgetHistory : public ::testing::EmptyTestEventListener
+{
+    void OnTestStart(const ::testing::TestInfo &) override
+    {
+        const QString home = QString::fromLocal8Bit(qgetenv("ORRELWICK_HOME"));
+        if (!home.isEmpty())
+            QDir(home + QStringLiteral("/history")).removeRecursively();
+    }
+};
+
+} // namespace
+
 int main(int argc, char **argv)
 {
     // No test may touch the real home folder: every run gets its own application-support folder.
@@ -137,6 +153,7 @@ int main(int argc, char **argv)
     orel::test::scripted = scripted.get();
     orel::Dialogs::install(scripted.get());
     ::testing::InitGoogleTest(&argc, argv);
+    ::testing::UnitTest::GetInstance()->listeners().Append(new ForgetHistory);
     const int rc = RUN_ALL_TESTS();
     orel::Dialogs::install(nullptr);
     return rc;
