@@ -193,6 +193,7 @@ public:
     void statusHasChangedFordO(LinkCheckerUrl *record) override;
     void incNumberValidated(LinkCheckerUrl *record) override;
     bool retryLater(LinkCheckerUrl *record, std::optional<double> waitSeconds) override;
+    bool mayFollowRedirect(const QString &url) const override;
     bool stopPressed() const override { return m_stopPressed; }
     bool isRechecking() const override { return m_rechecking; }
     bool shouldTrim() const override;

@@ -54,6 +54,11 @@ void LinkCheckerHub::refuseByRobots(LinkCheckerUrl *record)
     incNumberDone(record);
 }
 
+bool LinkCheckerHub::mayFollowRedirect(const QString &url) const
+{
+    return !m_robots || !m_robots->knownToDisallow(url);
+}
+
 void LinkCheckerHub::robotsArrived()
 {
     for (LinkCheckerUrl *record : m_robots->takeRefused())

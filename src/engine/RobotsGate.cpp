@@ -146,6 +146,12 @@ bool RobotsGate::allows(const RobotsTxt &rules, const QString &url)
     return rules.allowed(path);
 }
 
+bool RobotsGate::knownToDisallow(const QString &url) const
+{
+    const auto it = m_hosts.find(originOf(url));
+    return it != m_hosts.end() && it->second.rules && !allows(*it->second.rules, url);
+}
+
 RobotsGate::Verdict RobotsGate::check(LinkCheckerUrl *record)
 {
     const QString url = record->getActualLinkUrl();

@@ -35,6 +35,9 @@ public:
 
     // Whether the record may be fetched now; Wait holds it (and starts its host's fetch).
     Verdict check(LinkCheckerUrl *record);
+    // Whether url's host has a file already read that disallows url (a redirect's target: a host
+    // whose file has not been read yet is not waited for).
+    bool knownToDisallow(const QString &url) const;
     // The next held record that its host's file allows; nullptr when none is left.
     LinkCheckerUrl *takeReleased();
     // The held records that their host's file disallows, handed over once.

@@ -7,6 +7,7 @@
 // threadHasFinished exactly once; validator requests end with incNumberValidated instead.
 #include "links/LinkCheckerUrl.h"
 
+#include "common/Localize.h"
 #include "common/Log.h"
 #include "common/UrlParts.h"
 #include "links/LinkCheckerUrlExtras.h"
@@ -123,6 +124,17 @@ std::optional<UrlRequest> LinkCheckerUrl::willSendRequest(myNSURLConnection *con
 
     if (redirectResponse && kind != ValidatorRequest)
         noteRedirectHop(proposed.url);
+
+    // A hop to a page the site's robots.txt forbids is not fetched either.
+    if (redirectResponse && kind != ValidatorRequest && m_owner
+        && !m_owner->mayFollowRedirect(proposed.url)) {
+        setRedir(proposed.url);
+        setStatus(localized("blocked by robots.txt"));
+        cancelAndRelease();
+        postIncNumberDone();
+        postThreadHasFinished();
+        return std::nullopt;
+    }
 
     if (proposed.url == getActualLinkUrl() || kind == ValidatorRequest)
         return next;

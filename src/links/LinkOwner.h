@@ -69,6 +69,14 @@ public:
         return false;
     }
 
+    // A redirect of an ordinary check is about to be followed to url: whether the owner lets it
+    // (robots.txt may forbid the target). Owners without such rules keep the default.
+    virtual bool mayFollowRedirect(const QString &url) const
+    {
+        (void)url;
+        return true;
+    }
+
     // "Post, no wait": runs fn on the main thread in a later pass of the event loop. Owners that
     // delete records (a new crawl) override it to drop calls for records already gone.
     virtual void later(std::function<void()> fn);

@@ -79,6 +79,30 @@ TEST_F(RobotsCrawl, DisallowedPagesAreNotFetchedAndNotBad)
     EXPECT_EQ(hub->getNumberDone(), hub->recordCount());
 }
 
+TEST_F(RobotsCrawl, ARedirectToADisallowedPageIsNotFollowed)
+{
+    writeFile(dir.path() + "/robots.txt", "User-agent: *\nDisallow: /private/\n");
+    writeFile(dir.path() + "/private/a.html", "<p>private</p>");
+    FixtureServer server(dir.path());
+    ASSERT_TRUE(server.isRunning());
+    const QString moved = "/redirect/to?url=" + server.url("/private/a.html");
+    writeFile(dir.path() + "/index.html", "<a href=\"" + moved.toUtf8() + "\">moved</a>");
+    controls.qsButton = CheckState::Off;
+
+    ASSERT_TRUE(crawl(server.url("/")));
+    const LinkCheckerUrl *record = nullptr;
+    for (int i = 0; !record && i < hub->recordCount(); ++i) {
+        if (hub->recordAt(i)->getLinkUrl() == server.url(moved))
+            record = hub->recordAt(i);
+    }
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->getStatus(), "blocked by robots.txt");
+    EXPECT_EQ(record->getRedir(), server.url("/private/a.html"));
+    EXPECT_FALSE(record->isInBadCollection());
+    EXPECT_EQ(requests(server, "/private/a.html"), 0);
+    EXPECT_EQ(hub->getNumberDone(), hub->recordCount());
+}
+
 TEST_F(RobotsCrawl, EachHostHasItsOwnFileAndAHostWithoutOneGivesNoRules)
 {
     // The site has no robots.txt (404: everything allowed); the other host forbids everything,
