@@ -9,6 +9,7 @@
 #include "engine/LinkCheckerHub.h"
 #include "seo/SEOManager.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -102,6 +103,9 @@ void waitForValidation(LinkCheckerHub &hub, const ValidateOptions &o)
         });
     }
     loop.exec();
+    // A finished transfer counts its answer in a call posted for later: let those run before the
+    // counts are read.
+    QCoreApplication::processEvents();
 }
 
 QString writeValidationOutputs(LinkCheckerHub &hub, const ValidateOptions &o, bool stdoutTaken)
