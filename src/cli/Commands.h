@@ -8,6 +8,8 @@
 namespace orel::cli {
 
 QString usage();
+// Writes "orrelwick-cli: " and why on stderr; answers 2, the exit status of a usage error.
+int fail(const QString &why);
 int runConfigCommand(const QStringList &args); // args after "config"
 int runCrawlCommand(const QStringList &args); // args after "crawl"
 int runRecheckCommand(const QStringList &args); // args after "recheck"

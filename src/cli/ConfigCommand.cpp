@@ -14,12 +14,6 @@ namespace orel::cli {
 
 namespace {
 
-int fail(const QString &why)
-{
-    QTextStream(stderr) << "orrelwick-cli: " << why << "\n";
-    return 2;
-}
-
 // One value as text: lists comma-joined, sitemap rules in their own readable form.
 QString valueText(const QString &key, const QVariant &value)
 {

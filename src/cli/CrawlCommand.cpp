@@ -44,12 +44,6 @@ namespace orel::cli {
 
 namespace {
 
-int fail(const QString &why)
-{
-    QTextStream(stderr) << "orrelwick-cli: " << why << "\n";
-    return 2;
-}
-
 struct Options
 {
     QString url;

@@ -5,7 +5,15 @@
 #include "SeoOptions.h"
 #include "ValidateOptions.h"
 
+#include <QTextStream>
+
 namespace orel::cli {
+
+int fail(const QString &why)
+{
+    QTextStream(stderr) << "orrelwick-cli: " << why << "\n";
+    return 2;
+}
 
 QString usage()
 {

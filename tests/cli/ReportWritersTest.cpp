@@ -1,5 +1,6 @@
 // The report forms written from records made here: the blocked verdict, texts every form must
 // escape, --bad-only, and what each consumer reads back.
+#include "Consumers.h"
 #include "TestHome.h"
 #include "cli/Report.h"
 #include "common/TextSink.h"
@@ -19,19 +20,6 @@ using namespace orel::cli;
 using namespace orel::test;
 
 namespace {
-
-// Runs a program over a file; answers its standard output, failing the test when it fails.
-QString consume(const QString &program, const QStringList &args)
-{
-    QProcess p;
-    p.start(program, args);
-    if (!p.waitForFinished(30000) || p.exitStatus() != QProcess::NormalExit || p.exitCode() != 0) {
-        ADD_FAILURE() << program.toStdString() << " failed (installed? tools/setup.sh): "
-                      << p.readAllStandardError().toStdString();
-        return {};
-    }
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
 
 class ReportWritersTest : public ::testing::Test
 {

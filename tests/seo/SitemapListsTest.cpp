@@ -22,7 +22,7 @@ using orel::test::readFile;
 
 namespace {
 
-struct PageSpec
+struct PageFixture
 {
     const char *url;
     const char *title;
@@ -42,12 +42,12 @@ protected:
         seo.setSitemapContext(&controls, nullptr);
     }
 
-    LinkCheckerUrl *admit(const PageSpec &spec)
+    LinkCheckerUrl *admit(const PageFixture &page)
     {
         auto record = std::make_unique<LinkCheckerUrl>(nullptr);
-        record->setLinkUrl(QString::fromUtf8(spec.url), false);
-        record->setLinkPageTitle(QString::fromUtf8(spec.title));
-        record->setDistanceFromHome(spec.distance);
+        record->setLinkUrl(QString::fromUtf8(page.url), false);
+        record->setLinkPageTitle(QString::fromUtf8(page.title));
+        record->setDistanceFromHome(page.distance);
         record->setChangeFrequency(QStringLiteral("weekly"));
         seo.add(record.get());
         pages.push_back(std::move(record));
